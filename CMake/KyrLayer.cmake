@@ -1,0 +1,22 @@
+# kyr_layer(NAME FOLDER SOURCES… [LINKS targets…] [PRIVATE_LINKS targets…])
+#
+# One folder, one target. The layer's headers are seen as "Folder/Header.h" through a link of its own in the
+# build tree, so an include reaches only what the target links.
+function(kyr_layer name folder)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  set(include_root ${PROJECT_BINARY_DIR}/include/${name})
+  file(MAKE_DIRECTORY ${include_root})
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include_root}/${folder} SYMBOLIC)
+  if(ARG_SOURCES)
+    add_library(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${include_root}>)
+    target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE $<BUILD_INTERFACE:kyr_flags> ${ARG_PRIVATE_LINKS})
+    target_compile_features(${name} PUBLIC cxx_std_20)
+  else()
+    add_library(${name} INTERFACE)
+    target_include_directories(${name} INTERFACE $<BUILD_INTERFACE:${include_root}>)
+    target_link_libraries(${name} INTERFACE ${ARG_LINKS})
+    target_compile_features(${name} INTERFACE cxx_std_20)
+  endif()
+  add_library(Kyr::${folder} ALIAS ${name})
+endfunction()

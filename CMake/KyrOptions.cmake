@@ -1,0 +1,26 @@
+# Build switches and the flags that every target of this project is compiled with.
+option(KYR_APPS "Build the kyr command line" ON)
+option(KYR_GSTREAMER "Build the GStreamer player" ON)
+option(KYR_TESTS "Build the tests and the examples" ON)
+option(KYR_BENCHMARKS "Build the benchmarks" OFF)
+option(KYR_FUZZ "Build the libFuzzer targets (Clang only)" OFF)
+set(KYR_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(KYR_CCACHE ccache)
+if(KYR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${KYR_CCACHE})
+endif()
+
+add_library(kyr_flags INTERFACE)
+target_compile_options(kyr_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(KYR_SANITIZE)
+  add_compile_options(-fsanitize=${KYR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${KYR_SANITIZE})
+endif()

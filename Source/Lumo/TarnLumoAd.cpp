@@ -1,0 +1,2 @@
+#include "Lumo/TarnLumoAd.h"
+#include "Lumo/TarnLumoAd+Private.h"

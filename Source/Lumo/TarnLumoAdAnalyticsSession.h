@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "Lumo/TarnLumoAd.h"
+#include "Lumo/TarnLumoAnalyticsDigester.h"
+
+/// Sends the VAST beacons of one play of one ad. Made when the ad is entered, dropped when it is left. One
+/// thread at a time.
+class TarnLumoAdAnalyticsSession {
+ public:
+  TarnLumoAdAnalyticsSession(std::shared_ptr<const TarnLumoAd> ad,
+                             std::shared_ptr<TarnLumoAnalyticsDigester> digester);
+
+  [[nodiscard]] const std::shared_ptr<const TarnLumoAd>& ad() const { return ad_; }
+
+  void trackImpression();
+  void trackCreativeView();
+  /// `time` is in-ad. The first report sends the creative view. A forward step of at most 1.5 s sends the
+  /// events in [previous report, `time`); a longer one counts as a seek and sends none of what it passed.
+  void trackProgressToTime(CMTime time);
+  void trackAdComplete();
+  void trackAdSkip();
+  void trackVideoClick();
+  /// An unknown identifier sends nothing.
+  void trackCompanionCreativeView(std::string_view identifier);
+  void trackCompanionClick(std::string_view identifier);
+
+ private:
+  void digest(const std::vector<tarn::URL>& urls);
+  void digestEventsNamed(const std::shared_ptr<const TarnLumoTrackingEventsCollection>& events,
+                         std::string_view name);
+
+  std::shared_ptr<const TarnLumoAd> ad_;
+  std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
+  CMTime prevTime_;
+  CMTime seekThreshold_;
+  bool firstProgressEventHasNotOccured_ = true;
+};

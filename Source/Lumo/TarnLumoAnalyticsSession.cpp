@@ -1,0 +1,1 @@
+#include "Lumo/TarnLumoAnalyticsSession.h"

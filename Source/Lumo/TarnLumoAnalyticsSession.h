@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+#include "Lumo/TarnLumoAdAnalyticsSession.h"
+#include "Lumo/TarnLumoContentAnalyticsSession.h"
+#include "Lumo/TarnLumoProgressTracker.h"
+
+/// Listens to a tracker and sends what its events and content times call for. Runs on the thread that feeds
+/// the tracker.
+class TarnLumoAnalyticsSession {
+ public:
+  /// The operation that the system calls `initWithProgessTracker:analyticsDigester:`.
+  static std::unique_ptr<TarnLumoAnalyticsSession> initWithProgessTracker(
+      std::shared_ptr<TarnLumoProgressTracker> tracker, std::shared_ptr<TarnLumoAnalyticsDigester> digester);
+
+  /// Null except while an ad plays.
+  [[nodiscard]] const std::shared_ptr<TarnLumoAdAnalyticsSession>& adAnalaytics() const {
+    return adAnalaytics_;
+  }
+  [[nodiscard]] TarnLumoContentAnalyticsSession& contentAnalaytics() { return contentAnalaytics_; }
+
+ private:
+  TarnLumoAnalyticsSession(std::shared_ptr<TarnLumoProgressTracker> tracker,
+                           std::shared_ptr<TarnLumoAnalyticsDigester> digester);
+  void processEvent(const TarnLumoProgressTrackerEvent& event);
+
+  std::shared_ptr<TarnLumoProgressTracker> tracker_;
+  std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
+  std::shared_ptr<TarnLumoAdAnalyticsSession> adAnalaytics_;
+  TarnLumoContentAnalyticsSession contentAnalaytics_;
+  tarn::Token eventObservation_;
+  tarn::Token contentTimeObservation_;
+};

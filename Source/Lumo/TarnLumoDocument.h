@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Platform/HTTPSession.h"
+#include "Platform/Operation.h"
+#include "Platform/Queue.h"
+#include "Platform/Result.h"
+#include "Platform/URL.h"
+
+class TarnLumoTimeline;
+
+/// Domain of the document's errors.
+inline constexpr const char* TarnLumoErrorDomain = "TarnLumoErrorDomain";
+
+inline constexpr std::int64_t TarnLumoDocumentErrorCodeConnection = 4010;
+inline constexpr std::int64_t TarnLumoDocumentErrorCodeDeserialization = 4011;
+inline constexpr std::int64_t TarnLumoDocumentErrorCodeMultipleRetrieval = 4012;
+
+enum TarnLumoDocumentState : std::int64_t {
+  TarnLumoDocumentStateInitial = 0,
+  TarnLumoDocumentStateRetrieving = 1,
+  TarnLumoDocumentStateDeserialized = 2,
+  TarnLumoDocumentStateErrored = 3,
+};
+
+/// Something that a document's author would want to know although the document was read: one sentence, and
+/// the line where it stands (absent when it stands nowhere in particular).
+struct TarnLumoWarning {
+  std::optional<std::int64_t> line;
+  std::string message;
+
+  friend bool operator==(const TarnLumoWarning&, const TarnLumoWarning&) = default;
+};
+
+using TarnLumoHTTPHeaders = std::vector<std::pair<std::string, std::string>>;
+
+/// One VMAP document on the ad-insertion service: fetched a single time, read, and kept as a timeline. A new
+/// attempt takes a new document.
+///
+/// Made as a `std::shared_ptr`, which keeps it alive until its completion has been called. The accessors may
+/// be called on any thread.
+class TarnLumoDocument : public std::enable_shared_from_this<TarnLumoDocument> {
+ public:
+  /// The document and an error; on success the error is absent; a second retrieval passes no document.
+  using Completion = std::function<void(std::shared_ptr<TarnLumoDocument>, std::optional<tarn::Error>)>;
+
+  explicit TarnLumoDocument(tarn::URL lumoURL);
+
+  [[nodiscard]] const tarn::URL& lumoURL() const { return lumoURL_; }
+  /// The last event in the document's life, not a strict progression: a refused second retrieval reads as
+  /// errored.
+  [[nodiscard]] TarnLumoDocumentState state() const;
+  /// Null until the document has been read.
+  [[nodiscard]] std::shared_ptr<const TarnLumoTimeline> timeline() const;
+  /// "mh", "zl" or empty: the prefix of the service's extension, known once the bytes have been looked at.
+  [[nodiscard]] std::string vmapExtensionsNamespace() const;
+  void setVmapExtensionsNamespace(std::string prefix);
+  /// What the reader noticed, in document order.
+  [[nodiscard]] std::vector<TarnLumoWarning> warnings() const;
+  void setWarnings(std::vector<TarnLumoWarning> warnings);
+
+  [[nodiscard]] std::shared_ptr<tarn::HTTPSession> sharedURLSession() const;
+  /// Several documents may share a session. Null makes a fresh one.
+  void setSharedURLSession(std::shared_ptr<tarn::HTTPSession> session);
+
+  /// Fetches and reads the document; returns at once. `completion` is called on `queue`, which must outlive
+  /// the retrieval, and at once on the document's retrieval queue when the document was already retrieved
+  /// (4012). Any HTTP status's body is read. Errors: 4010 with the transport error beneath, 4011 with the
+  /// reader's error beneath.
+  void retrieveOnQueue(tarn::Queue& queue, TarnLumoHTTPHeaders headers, Completion completion);
+
+ private:
+  void retrieve(tarn::Queue& queue, TarnLumoHTTPHeaders headers, Completion completion);
+  void receive(tarn::Result<tarn::HTTPResponse> response, tarn::Queue& queue, Completion completion);
+
+  const tarn::URL lumoURL_;
+  mutable std::mutex mutex_;  // guards what follows
+  TarnLumoDocumentState state_ = TarnLumoDocumentStateInitial;
+  std::shared_ptr<const TarnLumoTimeline> timeline_;
+  std::string vmapExtensionsNamespace_;
+  std::vector<TarnLumoWarning> warnings_;
+  std::shared_ptr<tarn::HTTPSession> sharedURLSession_;
+  std::unique_ptr<tarn::SerialQueue> retrievalQueue_;
+  std::unique_ptr<tarn::OperationQueue> connectionOperationQueue_;
+};
+
+/// Reads a VMAP 1.0.1 document with VAST 3.0 ads and the service's extension. Sets the document's extension
+/// namespace and warnings. Errors are in `TarnLumoErrorDomain` with code 4011. Any thread.
+[[nodiscard]] tarn::Result<std::shared_ptr<const TarnLumoTimeline>>
+TarnLumoDeserializeTimelineFromDataWithError(TarnLumoDocument& document, std::string_view data);

@@ -1,0 +1,1 @@
+#include "Lumo/TarnLumoDocument.h"

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tarn {
+
+/// A failure as a value: what failed, why, what to do about it, and what lies beneath.
+///
+/// `domain` and `code` identify the failure to programs; the texts are for people and may each be absent.
+/// `underlying` is the cause, immutable and shared, absent at the bottom of the chain.
+struct Error {
+  std::string domain;
+  std::int64_t code = 0;
+  std::optional<std::string> description;
+  std::optional<std::string> failureReason;
+  std::optional<std::string> recoverySuggestion;
+  std::shared_ptr<const Error> underlying;
+};
+
+/// Both chains hold the same domains, codes and texts.
+[[nodiscard]] bool operator==(const Error& a, const Error& b);
+
+/// `error` with `cause` beneath it.
+[[nodiscard]] Error withUnderlying(Error error, Error cause);
+
+/// One line for people: each error of the chain from the outside in, joined with ": ", with line breaks
+/// folded to spaces. An error without texts reads as "<domain> <code>".
+[[nodiscard]] std::string chainDescription(const Error& error);
+
+}  // namespace tarn

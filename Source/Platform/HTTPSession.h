@@ -1,0 +1,91 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Platform/Queue.h"
+#include "Platform/Result.h"
+#include "Platform/URL.h"
+
+namespace tarn {
+
+/// Domain of transport errors; codes are `HTTPErrorCode`.
+inline constexpr const char* kHTTPErrorDomain = "tarn.http";
+
+enum class HTTPErrorCode : std::int64_t {
+  unsupportedScheme = 1,  ///< Neither http nor https, in the request or in a redirect.
+  invalidHeader = 2,      ///< A header name or value that cannot be sent (line breaks, empty name).
+  cannotConnect = 3,      ///< The host is unknown, or refuses or does not answer the connection.
+  timedOut = 4,
+  tls = 5,  ///< The certificate or the handshake was not accepted.
+  tooManyRedirects = 6,
+  responseTooLarge = 7,
+  connectionLost = 8,  ///< The exchange broke off before its end.
+  cancelled = 9,       ///< The session was destroyed while the request was under way.
+  other = 10,
+};
+
+struct HTTPRequest {
+  URL url;
+  /// Sent as given and in order; repeated names accumulate.
+  std::vector<std::pair<std::string, std::string>> headers;
+};
+
+struct HTTPResponse {
+  int status = 0;
+  std::vector<std::pair<std::string, std::string>> headers;  ///< Names in lower case.
+  std::string body;
+  std::string effectiveURL;  ///< After redirects.
+};
+
+struct HTTPConfiguration {
+  std::chrono::milliseconds connectTimeout{15'000};
+  /// From the first byte sent to the last received.
+  std::chrono::milliseconds totalTimeout{60'000};
+  int maximumRedirects = 10;
+  std::size_t maximumBodySize = std::size_t{64} << 20U;  ///< After decompression.
+  int maximumConnectionsPerHost = 16;
+  /// Keep no response body: for requests whose answer nobody reads.
+  bool discardBodies = false;
+  /// Send every request at most once: do not repeat it when a reused connection turns out to be dead.
+  bool neverResend = false;
+};
+
+/// Sends GET requests over libcurl on one worker thread that all requests of the session share.
+///
+/// Connections are kept and reused, HTTP/2 where the server offers it, gzip accepted, TLS verified against
+/// the system's certificates, http and https only, also across redirects. Nothing is stored: no cookies,
+/// cache or credentials. Any thread. A server that is slow, dead or hangs holds up requests to its own origin
+/// only, and those only once `maximumConnectionsPerHost` requests wait for it. Requests to one origin leave
+/// in the order in which they were started.
+class HTTPSession {
+ public:
+  using Completion = std::function<void(Result<HTTPResponse>)>;
+
+  explicit HTTPSession(HTTPConfiguration configuration = {});
+  HTTPSession(const HTTPSession&) = delete;
+  HTTPSession& operator=(const HTTPSession&) = delete;
+  /// Ends the requests under way with `cancelled` and waits for the worker.
+  ~HTTPSession();
+
+  /// Starts the request and returns at once. `completion` is called exactly once, on `deliveryQueue`, which
+  /// must outlive the request. Any HTTP status counts as a response.
+  void start(HTTPRequest request, Queue& deliveryQueue, Completion completion);
+
+  /// Starts the request and forgets it: no completion, errors are dropped.
+  void startAndForget(HTTPRequest request);
+
+  /// Waits until no request is under way, at most `timeout`; answers whether that was reached.
+  bool flush(std::chrono::milliseconds timeout);
+
+ private:
+  class Worker;
+  std::unique_ptr<Worker> worker_;
+};
+
+}  // namespace tarn

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Media time: a rational number of seconds, value / timescale, that keeps audio and video positions exact
+/// where a floating-point second would drift.
+///
+/// A time is one of: invalid (the valid flag is clear, whatever the other fields hold), numeric, indefinite,
+/// or an infinity. All operations are pure functions, safe on any thread; none throws, none allocates except
+/// `CMTimeCopyDescription`. Intermediate results are 128 bits wide, so a result is exact unless its
+/// has-been-rounded flag says otherwise.
+
+using CMTimeValue = std::int64_t;
+using CMTimeScale = std::int32_t;
+using CMTimeEpoch = std::int64_t;
+using CMTimeFlags = std::uint32_t;
+
+inline constexpr CMTimeFlags kCMTimeFlags_Valid = 1U << 0U;
+inline constexpr CMTimeFlags kCMTimeFlags_HasBeenRounded = 1U << 1U;
+inline constexpr CMTimeFlags kCMTimeFlags_PositiveInfinity = 1U << 2U;
+inline constexpr CMTimeFlags kCMTimeFlags_NegativeInfinity = 1U << 3U;
+inline constexpr CMTimeFlags kCMTimeFlags_Indefinite = 1U << 4U;
+inline constexpr CMTimeFlags kCMTimeFlags_ImpliedValueFlagsMask =
+    kCMTimeFlags_PositiveInfinity | kCMTimeFlags_NegativeInfinity | kCMTimeFlags_Indefinite;
+
+inline constexpr CMTimeScale kCMTimeMaxTimescale = 0x7fffffff;
+
+/// A default-constructed time is all zero and therefore invalid: the "no value was given" of this system.
+struct CMTime {
+  CMTimeValue value = 0;
+  CMTimeScale timescale = 0;  ///< Ticks per second; meaningful for numeric times only, and then positive.
+  CMTimeFlags flags = 0;
+  CMTimeEpoch epoch =
+      0;  ///< Distinguishes otherwise equal times of different loops or runs; 0 for durations.
+};
+
+/// `duration` from `start`; the span is half-open.
+struct CMTimeRange {
+  CMTime start;
+  CMTime duration;
+};
+
+inline constexpr CMTime kCMTimeInvalid{};
+inline constexpr CMTime kCMTimeZero{0, 1, kCMTimeFlags_Valid, 0};
+inline constexpr CMTime kCMTimeIndefinite{0, 0, kCMTimeFlags_Valid | kCMTimeFlags_Indefinite, 0};
+inline constexpr CMTime kCMTimePositiveInfinity{0, 0, kCMTimeFlags_Valid | kCMTimeFlags_PositiveInfinity, 0};
+inline constexpr CMTime kCMTimeNegativeInfinity{0, 0, kCMTimeFlags_Valid | kCMTimeFlags_NegativeInfinity, 0};
+
+[[nodiscard]] constexpr bool CMTIME_IS_VALID(const CMTime& time) {
+  return (time.flags & kCMTimeFlags_Valid) != 0;
+}
+[[nodiscard]] constexpr bool CMTIME_IS_INVALID(const CMTime& time) {
+  return !CMTIME_IS_VALID(time);
+}
+[[nodiscard]] constexpr bool CMTIME_IS_POSITIVE_INFINITY(const CMTime& time) {
+  return CMTIME_IS_VALID(time) && (time.flags & kCMTimeFlags_PositiveInfinity) != 0;
+}
+[[nodiscard]] constexpr bool CMTIME_IS_NEGATIVE_INFINITY(const CMTime& time) {
+  return CMTIME_IS_VALID(time) && (time.flags & kCMTimeFlags_NegativeInfinity) != 0;
+}
+[[nodiscard]] constexpr bool CMTIME_IS_INDEFINITE(const CMTime& time) {
+  return CMTIME_IS_VALID(time) && (time.flags & kCMTimeFlags_Indefinite) != 0;
+}
+[[nodiscard]] constexpr bool CMTIME_IS_NUMERIC(const CMTime& time) {
+  return (time.flags & (kCMTimeFlags_Valid | kCMTimeFlags_ImpliedValueFlagsMask)) == kCMTimeFlags_Valid;
+}
+[[nodiscard]] constexpr bool CMTIME_HAS_BEEN_ROUNDED(const CMTime& time) {
+  return CMTIME_IS_NUMERIC(time) && (time.flags & kCMTimeFlags_HasBeenRounded) != 0;
+}
+
+/// A valid time of `value` / `timescale` seconds; invalid when `timescale` is not positive.
+[[nodiscard]] CMTime CMTimeMake(CMTimeValue value, CMTimeScale timescale);
+
+/// `seconds` rounded, half away from zero, to a whole number of ticks of `preferredTimescale`.
+///
+/// The timescale is halved until the value fits 64 bits; what does not fit at timescale 1 is an infinity. Not
+/// a number, or a timescale that is not positive, gives the invalid time. Has-been-rounded tells that the
+/// ticks differ from the product of seconds and timescale.
+[[nodiscard]] CMTime CMTimeMakeWithSeconds(double seconds, CMTimeScale preferredTimescale);
+
+/// NaN for invalid and indefinite times, ±infinity for the infinities.
+[[nodiscard]] double CMTimeGetSeconds(CMTime time);
+
+/// The sum, in the least common timescale of both operands.
+///
+/// A common timescale beyond `kCMTimeMaxTimescale` becomes that maximum; a value beyond 64 bits halves the
+/// timescale until it fits, and is an infinity if it does not fit at 1. Either sets has-been-rounded where
+/// digits were lost, and an operand's flag is passed on. An invalid operand gives the invalid time; one
+/// infinity wins over anything valid, opposite infinities are invalid; otherwise indefinite wins. Times of
+/// two different nonzero epochs do not add (invalid); a zero epoch takes on the other's.
+[[nodiscard]] CMTime CMTimeAdd(CMTime addend1, CMTime addend2);
+
+/// As `CMTimeAdd`, for the difference; times of the same nonzero epoch give a duration, epoch 0, and like
+/// infinities are invalid.
+[[nodiscard]] CMTime CMTimeSubtract(CMTime minuend, CMTime subtrahend);
+
+/// -1, 0 or 1. A total order: -infinity < numeric < indefinite < +infinity < invalid; numeric times by epoch
+/// first, then by their exact rational value. Times of one non-numeric kind are equal.
+[[nodiscard]] int CMTimeCompare(CMTime time1, CMTime time2);
+
+/// The product; exact where a timescale exists that can hold it, else in the timescale that loses least, with
+/// has-been-rounded set. A product beyond 64 bits at timescale 1 is an infinity. Infinite times take the
+/// multiplier's sign, and are invalid for 0 and NaN; a numeric time times an infinity is an infinity by sign,
+/// and invalid when the time is 0; NaN gives the invalid time.
+[[nodiscard]] CMTime CMTimeMultiplyByFloat64(CMTime time, double multiplier);
+
+[[nodiscard]] CMTimeRange CMTimeRangeMake(CMTime start, CMTime duration);
+
+/// The first time after the range: start + duration.
+[[nodiscard]] CMTime CMTimeRangeGetEnd(CMTimeRange range);
+
+/// For people, for example "{18000/600 = 30.000}" or "{+INFINITY}".
+[[nodiscard]] std::string CMTimeCopyDescription(CMTime time);
+
+namespace tarn {
+
+/// The same value, timescale, flags and epoch: stricter than comparing 0, for 1/2 and 2/4 are not identical.
+[[nodiscard]] constexpr bool isIdentical(const CMTime& a, const CMTime& b) {
+  return a.value == b.value && a.timescale == b.timescale && a.flags == b.flags && a.epoch == b.epoch;
+}
+
+}  // namespace tarn

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace tarn {
+
+/// Ends what it stands for (an observation, an installation) when it dies. Move-only; an empty token does
+/// nothing.
+class Token {
+ public:
+  Token() = default;
+  explicit Token(std::function<void()> end) : end_(std::move(end)) {}
+  Token(Token&& other) noexcept : end_(std::exchange(other.end_, nullptr)) {}
+  Token& operator=(Token&& other) noexcept {
+    if (this != &other) {
+      reset();
+      end_ = std::exchange(other.end_, nullptr);
+    }
+    return *this;
+  }
+  Token(const Token&) = delete;
+  Token& operator=(const Token&) = delete;
+  ~Token() { reset(); }
+
+  /// Ends it now; a second call does nothing.
+  void reset() {
+    if (auto end = std::exchange(end_, nullptr)) end();
+  }
+
+ private:
+  std::function<void()> end_;
+};
+
+enum class Observe {
+  newValues,      ///< Told of each assignment from now on.
+  initialAndNew,  ///< Told of the current value at once, then of each assignment.
+};
+
+/// A property whose assignments can be watched.
+///
+/// Every assignment is announced, also of a value equal to the one before, synchronously and on the assigning
+/// thread, to the observers in the order in which they were added, before `set` returns. An observer may
+/// assign (observers are then told of the inner value first), add observers (told from the next assignment
+/// on), or end any observation, its own included (not told from then on). The property may be destroyed
+/// before its tokens. It belongs to one thread at a time. Assigning allocates nothing beyond what copying `T`
+/// does.
+template <typename T>
+class Observable {
+ public:
+  using Observer = std::function<void(const T&)>;
+
+  Observable() = default;
+  explicit Observable(T initial) : value_(std::move(initial)) {}
+  Observable(const Observable&) = delete;
+  Observable& operator=(const Observable&) = delete;
+
+  [[nodiscard]] const T& get() const { return value_; }
+
+  void set(T value) {
+    value_ = std::move(value);
+    const auto slots = slots_;  // keeps the list alive when an observer destroys this property
+    slots->announce(value_);
+  }
+
+  /// The observation ends when the token dies; `observer` is destroyed at the latest with this property.
+  [[nodiscard]] Token observe(Observer observer, Observe mode = Observe::newValues) {
+    auto slot = std::make_shared<Slot>(std::move(observer));
+    slots_->list.push_back(slot);
+    if (mode == Observe::initialAndNew) slot->observer(value_);
+    return Token([slots = std::weak_ptr<Slots>(slots_), weakSlot = std::weak_ptr<Slot>(slot)] {
+      const auto ended = weakSlot.lock();
+      if (!ended) return;
+      ended->active = false;
+      if (const auto owner = slots.lock()) owner->removeEnded();
+    });
+  }
+
+ private:
+  struct Slot {
+    explicit Slot(Observer o) : observer(std::move(o)) {}
+    Observer observer;
+    bool active = true;
+  };
+
+  struct Slots {
+    std::vector<std::shared_ptr<Slot>> list;
+    int announcing = 0;
+
+    void announce(const T& value) {
+      const std::size_t count = list.size();
+      ++announcing;
+      for (std::size_t i = 0; i < count; ++i) {
+        const auto slot = list[i];
+        if (slot->active) slot->observer(value);
+      }
+      --announcing;
+      removeEnded();
+    }
+
+    void removeEnded() {
+      if (announcing > 0) return;
+      std::erase_if(list, [](const auto& slot) { return !slot->active; });
+    }
+  };
+
+  T value_{};
+  std::shared_ptr<Slots> slots_ = std::make_shared<Slots>();
+};
+
+}  // namespace tarn

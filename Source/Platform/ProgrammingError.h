@@ -1,0 +1,17 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace tarn {
+
+/// Thrown where the caller's code is wrong, never for what a document, a stream or a server did: an index out
+/// of range, an operation that must not be used. The text is also logged before the throw.
+class ProgrammingError : public std::logic_error {
+ public:
+  using std::logic_error::logic_error;
+};
+
+/// Writes `message` to the system log, then throws it as a `ProgrammingError`.
+[[noreturn]] void failProgramming(const std::string& message);
+
+}  // namespace tarn

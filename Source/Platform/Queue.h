@@ -1,0 +1,74 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "Platform/Observable.h"
+
+namespace tarn {
+
+using Task = std::function<void()>;
+
+/// Somewhere that tasks run.
+class Queue {
+ public:
+  Queue() = default;
+  Queue(const Queue&) = delete;
+  Queue& operator=(const Queue&) = delete;
+  virtual ~Queue() = default;
+
+  /// Enqueues and returns; never runs the task inside the call. Any thread. A task must not throw.
+  virtual void async(Task task) = 0;
+};
+
+/// Runs its tasks one at a time, in the order of their enqueueing, on the library's thread pool.
+///
+/// Tasks that are waiting when the queue is destroyed still run; destroying it does not wait for them.
+class SerialQueue final : public Queue {
+ public:
+  explicit SerialQueue(std::string label);
+  ~SerialQueue() override;
+  void async(Task task) override;
+  [[nodiscard]] const std::string& label() const { return label_; }
+
+ private:
+  struct State;
+  std::string label_;
+  std::shared_ptr<State> state_;
+};
+
+/// The queue of the application's main thread: tasks run one at a time, in order, from the event loop that
+/// drives it.
+///
+/// Without an event loop tasks wait until somebody calls `drain`, which is how tests drive time by hand.
+class MainQueue final : public Queue {
+ public:
+  /// The one main queue of the process.
+  static MainQueue& shared();
+
+  void async(Task task) override;
+
+  /// Runs the tasks that wait at the time of the call (not those that they enqueue) and returns how many ran.
+  /// Main thread only.
+  std::size_t drain();
+
+  /// Installs an event loop: `wake` is called, on any thread and possibly more often than needed, when tasks
+  /// wait; the loop then calls `drain` on the main thread. Ends with the token; the newest installation is
+  /// the one woken.
+  [[nodiscard]] Token installEventLoop(std::function<void()> wake);
+
+  /// A plain event loop: drains until `done` answers true (asked after every turn) or the time is up. Main
+  /// thread only. Returns whether `done` was reached.
+  bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
+
+ private:
+  MainQueue();
+  ~MainQueue() override;
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace tarn

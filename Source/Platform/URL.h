@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarn {
+
+/// An absolute URL (RFC 3986: a scheme is required), as text that may go onto the wire.
+///
+/// Real documents wrap URLs in line breaks and leave macros in them, so `fromString` is lenient: white space
+/// and line breaks around the text are cut; inside it, characters that a URL may not hold (spaces, brackets
+/// outside an IPv6 host, braces, quotes, controls, everything beyond ASCII as UTF-8) are percent-encoded; a
+/// "%" that does not begin an escape becomes "%25"; existing escapes stay as they are. Immutable value.
+class URL {
+ public:
+  /// Absent when the text has no scheme, has a malformed host or port, is not UTF-8, or is otherwise no URL:
+  /// a sentence, an empty text, a relative reference.
+  [[nodiscard]] static std::optional<URL> fromString(std::string_view text);
+
+  [[nodiscard]] const std::string& absoluteString() const { return text_; }
+  /// Lower case, without the colon.
+  [[nodiscard]] std::string_view scheme() const;
+  /// Without user information and port, brackets of an IPv6 address included; empty when the URL has none.
+  [[nodiscard]] std::string_view host() const;
+  /// Absent when the URL names none.
+  [[nodiscard]] std::optional<int> port() const;
+
+  /// scheme://host:port in lower case, the port made explicit for http and https: one server.
+  [[nodiscard]] std::string origin() const;
+
+  [[nodiscard]] std::size_t hash() const { return std::hash<std::string>{}(text_); }
+  friend bool operator==(const URL&, const URL&) = default;
+
+ private:
+  URL() = default;
+
+  std::string text_;
+  std::size_t schemeLength_ = 0;
+  std::size_t hostBegin_ = 0;
+  std::size_t hostLength_ = 0;
+  std::optional<int> port_;
+};
+
+}  // namespace tarn
