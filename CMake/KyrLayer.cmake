@@ -1,22 +1,32 @@
-# kyr_layer(NAME FOLDER SOURCES… [LINKS targets…] [PRIVATE_LINKS targets…])
+# kyr_layer(NAME FOLDER SOURCES… [LINKS targets…] [PRIVATE_LINKS targets…] [EXPORT set])
 #
-# One folder, one target. The layer's headers are seen as "Folder/Header.h" through a link of its own in the
-# build tree, so an include reaches only what the target links.
+# One folder, one target, Kyr::FOLDER inside and outside. The layer's headers are seen as "Folder/Header.h" through a link of
+# its own in the build tree, so an include reaches only what the target links.
 function(kyr_layer name folder)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "" "EXPORT" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  if(NOT ARG_EXPORT)
+    set(ARG_EXPORT KyrTargets)
+  endif()
   set(include_root ${PROJECT_BINARY_DIR}/include/${name})
   file(MAKE_DIRECTORY ${include_root})
   file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include_root}/${folder} SYMBOLIC)
+
+  set(scope PUBLIC)
   if(ARG_SOURCES)
     add_library(${name} ${ARG_SOURCES})
-    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${include_root}>)
-    target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE $<BUILD_INTERFACE:kyr_flags> ${ARG_PRIVATE_LINKS})
-    target_compile_features(${name} PUBLIC cxx_std_20)
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:kyr_flags> ${ARG_PRIVATE_LINKS})
   else()
+    set(scope INTERFACE)
     add_library(${name} INTERFACE)
-    target_include_directories(${name} INTERFACE $<BUILD_INTERFACE:${include_root}>)
-    target_link_libraries(${name} INTERFACE ${ARG_LINKS})
-    target_compile_features(${name} INTERFACE cxx_std_20)
   endif()
+  target_include_directories(${name} ${scope} $<BUILD_INTERFACE:${include_root}>
+                                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kyr>)
+  target_link_libraries(${name} ${scope} ${ARG_LINKS})
+  target_compile_features(${name} ${scope} cxx_std_20)
+  set_target_properties(${name} PROPERTIES EXPORT_NAME ${folder})
   add_library(Kyr::${folder} ALIAS ${name})
+
+  install(TARGETS ${name} EXPORT ${ARG_EXPORT})
+  install(DIRECTORY . DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kyr/${folder}
+          FILES_MATCHING PATTERN "*.h" PATTERN "*+Private.h" EXCLUDE PATTERN "Internal" EXCLUDE)
 endfunction()
