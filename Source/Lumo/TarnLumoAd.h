@@ -47,6 +47,7 @@ class TarnLumoTrackingEventsCollection {
   using EventsByName = std::map<std::string, Events, std::less<>>;
   using URLs = std::vector<tarn::URL>;
 
+  /// Sorts `orderedEventsWithOffsets` if it is not; equal offsets keep their order. No element is null.
   TarnLumoTrackingEventsCollection(EventsByName eventsByName, Events orderedEventsWithOffsets);
 
   /// The events of each name in document order; events without a name stand under the empty name.
@@ -120,6 +121,7 @@ class TarnLumoCompanionAdsCollection {
  public:
   using Companions = std::vector<std::shared_ptr<const TarnLumoCompanionAd>>;
 
+  /// Sorts its argument if it is not; equal sizes keep their order. No element is null.
   explicit TarnLumoCompanionAdsCollection(Companions orderedCompanionAdsWithWidthThenHeight);
 
   [[nodiscard]] const Companions& orderedCompanionAdsWithWidthThenHeight() const { return companions_; }
@@ -205,7 +207,8 @@ class TarnLumoAd {
   std::optional<std::vector<tarn::Dictionary>> vastAdExtensions_;
 };
 
-/// A beacon to be sent when playback reaches a content time.
+/// A beacon to be sent when playback reaches a content time. Inside lists it compares by identity: each is a
+/// beacon of its own, whatever its values.
 class TarnLumoContentImpression {
  public:
   TarnLumoContentImpression(std::optional<tarn::URL> url, CMTime logicalTime);

@@ -12,6 +12,7 @@ class TarnLumoAdSequence {
  public:
   using Ads = std::vector<std::shared_ptr<const TarnLumoAd>>;
 
+  /// No element is null.
   explicit TarnLumoAdSequence(Ads ads);
 
   [[nodiscard]] const Ads& ads() const { return ads_; }
