@@ -26,7 +26,8 @@ class Queue {
 
 /// Runs its tasks one at a time, in the order of their enqueueing, on the library's thread pool.
 ///
-/// Tasks that are waiting when the queue is destroyed still run; destroying it does not wait for them.
+/// Tasks that are waiting when the queue is destroyed still run; destroying it does not wait for them. Those
+/// that wait when the process exits are dropped.
 class SerialQueue final : public Queue {
  public:
   explicit SerialQueue(std::string label);
@@ -56,12 +57,12 @@ class MainQueue final : public Queue {
   std::size_t drain();
 
   /// Installs an event loop: `wake` is called, on any thread and possibly more often than needed, when tasks
-  /// wait; the loop then calls `drain` on the main thread. Ends with the token; the newest installation is
-  /// the one woken.
+  /// wait; the loop then calls `drain` on the main thread. Ends with the token, which waits for a call of
+  /// `wake` under way: it should do no more than post. The newest installation is the one woken.
   [[nodiscard]] Token installEventLoop(std::function<void()> wake);
 
-  /// A plain event loop: drains until `done` answers true (asked after every turn) or the time is up. Main
-  /// thread only. Returns whether `done` was reached.
+  /// A plain event loop: drains until `done` answers true (asked after every turn, and every few milliseconds
+  /// without one) or the time is up. Main thread only. Returns whether `done` was reached.
   bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
 
  private:

@@ -1,0 +1,162 @@
+#include "Platform/Operation.h"
+
+#include <gmock/gmock.h>
+
+#include <future>
+#include <latch>
+#include <optional>
+#include <thread>
+#include <vector>
+
+using tarn::Operation;
+using tarn::OperationQueue;
+using testing::ElementsAre;
+
+namespace {
+
+/// Runs until `end` is called, on any thread; or, when `work` is given, ends with it inside `start`.
+class ManualOperation final : public Operation {
+ public:
+  explicit ManualOperation(std::function<void()> work = {}) : work_(std::move(work)) {}
+  ~ManualOperation() override {
+    if (onDestruction) onDestruction();
+  }
+
+  void start() override {
+    if (isCancelled()) return end();
+    executing_ = true;
+    announceExecuting();
+    if (work_) {
+      work_();
+      end();
+    }
+    started.set_value();
+  }
+  bool isConcurrent() const override { return !work_; }
+  bool isExecuting() const override { return executing_; }
+  bool isFinished() const override { return finished_; }
+
+  void end() {
+    executing_ = false;
+    finished_ = true;
+    announceExecuting();
+    announceFinished();
+  }
+
+  std::promise<void> started;
+  std::function<void()> onDestruction;
+
+ private:
+  std::function<void()> work_;
+  std::atomic<bool> executing_ = false;
+  std::atomic<bool> finished_ = false;
+};
+
+}  // namespace
+
+TEST(OperationTest, TellsObserversAfterEachChangeAndThenTheCompletionBlock) {
+  auto operation = std::make_shared<ManualOperation>();
+  std::vector<std::string> told;
+  operation->observeExecuting(
+      [&](const Operation& o) { told.push_back(o.isExecuting() ? "executing" : "not executing"); });
+  operation->observeFinished([&](const Operation& o) { told.push_back(o.isFinished() ? "finished" : "?"); });
+  operation->observeFinished([&](const Operation&) { told.push_back("second observer"); });
+  operation->setCompletionBlock([&] { told.push_back("block"); });
+  operation->start();
+  operation->end();
+  EXPECT_THAT(told, ElementsAre("executing", "not executing", "finished", "second observer", "block"));
+  operation->end();
+  EXPECT_THAT(told, testing::Contains("block").Times(1));
+}
+
+TEST(OperationTest, AnObserverMayAddObserversAndTheBlockMayLetGoOfTheOperation) {
+  auto operation = std::make_shared<ManualOperation>();
+  auto& reference = *operation;
+  int added = 0;
+  reference.observeFinished(
+      [&](const Operation&) { reference.observeFinished([&](const Operation&) { ++added; }); });
+  bool destroyed = false;
+  reference.onDestruction = [&] { destroyed = true; };
+  reference.setCompletionBlock([owner = std::move(operation)]() mutable { owner.reset(); });
+  reference.end();
+  EXPECT_EQ(added, 0);
+  EXPECT_TRUE(destroyed);
+}
+
+TEST(OperationQueueTest, HoldsAConcurrentOperationUntilItHasFinishedAlsoWithoutTheQueue) {
+  std::promise<void> destroyed;
+  std::weak_ptr<ManualOperation> weak;
+  std::future<void> started;
+  {
+    OperationQueue queue("com.example.queue");
+    EXPECT_EQ(queue.name(), "com.example.queue");
+    auto operation = std::make_shared<ManualOperation>();
+    operation->onDestruction = [&] { destroyed.set_value(); };
+    started = operation->started.get_future();
+    weak = operation;
+    queue.addOperation(std::move(operation));
+  }
+  started.wait();
+  auto operation = weak.lock();
+  ASSERT_NE(operation, nullptr);
+  EXPECT_TRUE(operation->isExecuting());
+  operation->end();
+  operation.reset();
+  destroyed.get_future().wait();
+}
+
+TEST(OperationQueueTest, LetsGoOfOperationsThatEndInsideStart) {
+  OperationQueue queue("inside");
+  std::latch destroyed(3);
+  std::promise<void> block;
+  for (const bool cancelled : {false, true}) {
+    auto operation = std::make_shared<ManualOperation>([] {});
+    operation->onDestruction = [&] { destroyed.count_down(); };
+    if (cancelled) operation->cancel();
+    queue.addOperation(std::move(operation));
+  }
+  auto last = std::make_shared<ManualOperation>([] {});
+  last->onDestruction = [&] { destroyed.count_down(); };
+  last->setCompletionBlock([&] { block.set_value(); });
+  queue.addOperation(std::move(last));
+  block.get_future().wait();
+  destroyed.wait();
+}
+
+TEST(OperationQueueTest, RunsOperationsBesideOneAnother) {
+  OperationQueue queue("beside");
+  std::latch bothRun(2);  // reached only when the two are under way at once
+  std::latch ended(2);
+  for (int i = 0; i < 2; ++i) {
+    auto operation = std::make_shared<ManualOperation>([&] { bothRun.arrive_and_wait(); });
+    operation->setCompletionBlock([&] { ended.count_down(); });
+    queue.addOperation(std::move(operation));
+  }
+  ended.wait();
+}
+
+TEST(OperationQueueTest, CancelsWhatHasNotFinished) {
+  OperationQueue queue("cancel");
+  std::vector<std::shared_ptr<ManualOperation>> operations;
+  for (int i = 0; i < 2; ++i) {
+    operations.push_back(std::make_shared<ManualOperation>());
+    queue.addOperation(operations.back());
+    operations.back()->started.get_future().wait();
+  }
+  operations[0]->end();
+  queue.cancelAllOperations();
+  EXPECT_FALSE(operations[0]->isCancelled());
+  EXPECT_TRUE(operations[1]->isCancelled());
+  operations[1]->end();
+}
+
+TEST(OperationQueueTest, RunsPlainTasksAndSurvivesItsDestructionInsideOne) {
+  std::promise<void> ran;
+  auto queue = std::make_shared<OperationQueue>("task");
+  auto& reference = *queue;
+  reference.async([&ran, owner = std::move(queue)]() mutable {
+    owner.reset();
+    ran.set_value();
+  });
+  ran.get_future().wait();
+}

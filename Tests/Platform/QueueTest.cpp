@@ -1,0 +1,208 @@
+#include "Platform/Queue.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <atomic>
+#include <future>
+#include <latch>
+#include <memory>
+#include <numeric>
+#include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
+using tarn::MainQueue;
+using tarn::SerialQueue;
+using testing::ElementsAre;
+
+namespace {
+
+/// Runs `queue` up to what is enqueued now.
+void settle(tarn::Queue& queue) {
+  std::promise<void> reached;
+  queue.async([&reached] { reached.set_value(); });
+  reached.get_future().wait();
+}
+
+std::vector<int> countTo(int end) {
+  std::vector<int> numbers(static_cast<std::size_t>(end));
+  std::iota(numbers.begin(), numbers.end(), 0);
+  return numbers;
+}
+
+class MainQueueTest : public testing::Test {
+ protected:
+  void TearDown() override {
+    while (queue.drain() > 0) {
+    }
+  }
+  MainQueue& queue = MainQueue::shared();
+  std::vector<int> ran;
+};
+
+}  // namespace
+
+TEST(SerialQueueTest, RunsTasksOneAtATimeInTheOrderOfEnqueueing) {
+  SerialQueue queue("order");
+  EXPECT_EQ(queue.label(), "order");
+  std::vector<int> ran;  // without a lock: tsan watches that tasks exclude one another
+  for (int i = 0; i < 5'000; ++i) queue.async([&ran, i] { ran.push_back(i); });
+  settle(queue);
+  EXPECT_EQ(ran, countTo(5'000));
+}
+
+TEST(SerialQueueTest, KeepsTheOrderOfEachEnqueueingThread) {
+  constexpr int kEach = 1'000;
+  SerialQueue queue("threads");
+  std::array<std::vector<int>, 4> ran;
+  {
+    std::vector<std::jthread> threads;
+    for (auto& own : ran) {
+      threads.emplace_back([&queue, &own] {
+        for (int i = 0; i < kEach; ++i) queue.async([&own, i] { own.push_back(i); });
+      });
+    }
+  }
+  settle(queue);
+  for (const auto& own : ran) EXPECT_EQ(own, countTo(kEach));
+}
+
+TEST(SerialQueueTest, NeverRunsATaskInsideTheCallThatEnqueuesIt) {
+  SerialQueue queue("nested");
+  std::vector<int> ran;
+  std::promise<void> done;
+  queue.async([&] {
+    queue.async([&] {
+      ran.push_back(2);
+      done.set_value();
+    });
+    ran.push_back(1);
+  });
+  done.get_future().wait();
+  EXPECT_THAT(ran, ElementsAre(1, 2));
+}
+
+TEST(SerialQueueTest, RunsWaitingTasksAfterItsDestruction) {
+  std::promise<void> open;
+  std::promise<int> last;
+  {
+    SerialQueue queue("gone");
+    queue.async([gate = open.get_future().share()] { gate.wait(); });
+    queue.async([&last] { last.set_value(7); });
+  }
+  open.set_value();
+  EXPECT_EQ(last.get_future().get(), 7);
+}
+
+TEST(SerialQueueTest, ATaskMayDestroyItsOwnQueueWhileOthersEnqueue) {
+  for (int round = 0; round < 200; ++round) {
+    auto queue = std::make_unique<SerialQueue>("self");
+    auto& reference = *queue;
+    std::promise<void> destroyed;
+    reference.async([owned = std::make_shared<std::unique_ptr<SerialQueue>>(std::move(queue)), &destroyed] {
+      owned->reset();
+      destroyed.set_value();
+    });
+    destroyed.get_future().wait();
+  }
+}
+
+TEST(SerialQueueTest, ABlockedQueueHoldsUpNoOther) {
+  std::promise<void> open;
+  const auto gate = open.get_future().share();
+  SerialQueue blockedA("a");
+  SerialQueue blockedB("b");
+  SerialQueue blockedC("c");
+  for (auto* queue : {&blockedA, &blockedB, &blockedC}) queue->async([gate] { gate.wait(); });
+  SerialQueue free("free");
+  settle(free);
+  open.set_value();
+}
+
+TEST_F(MainQueueTest, DrainRunsWhatWaitsInOrderAndLeavesWhatItEnqueues) {
+  for (int i = 0; i < 3; ++i) {
+    queue.async([this, i] {
+      ran.push_back(i);
+      queue.async([this, i] { ran.push_back(10 + i); });
+    });
+  }
+  EXPECT_EQ(queue.drain(), 3U);
+  EXPECT_THAT(ran, ElementsAre(0, 1, 2));
+  EXPECT_EQ(queue.drain(), 3U);
+  EXPECT_THAT(ran, ElementsAre(0, 1, 2, 10, 11, 12));
+  EXPECT_EQ(queue.drain(), 0U);
+}
+
+TEST_F(MainQueueTest, ANestedDrainKeepsTheOrderAndTheOuterOneRunsNothingNew) {
+  queue.async([this] {
+    ran.push_back(0);
+    queue.async([this] { ran.push_back(2); });
+    EXPECT_EQ(queue.drain(), 2U);
+    queue.async([this] { ran.push_back(3); });
+  });
+  queue.async([this] { ran.push_back(1); });
+  EXPECT_EQ(queue.drain(), 1U);
+  EXPECT_THAT(ran, ElementsAre(0, 1, 2));
+}
+
+TEST_F(MainQueueTest, RunUntilTakesTasksOfOtherThreadsAndGivesUpInTime) {
+  std::jthread other([this] {
+    for (int i = 0; i < 100; ++i) queue.async([this, i] { ran.push_back(i); });
+  });
+  EXPECT_TRUE(queue.runUntil([this] { return ran.size() == 100; }, 20s));
+  EXPECT_EQ(ran, countTo(100));
+  EXPECT_FALSE(queue.runUntil([] { return false; }, 1ms));
+  EXPECT_TRUE(queue.runUntil([] { return true; }, 0ms));
+}
+
+TEST_F(MainQueueTest, RunUntilSeesAConditionThatNoTaskBringsAbout) {
+  std::atomic<bool> flag = false;
+  std::jthread other([&flag] { flag = true; });
+  EXPECT_TRUE(queue.runUntil([&flag] { return flag.load(); }, 20s));
+}
+
+TEST_F(MainQueueTest, WakesTheNewestEventLoopAndOnlyWhileItsTokenLives) {
+  std::vector<char> woken;
+  auto outer = queue.installEventLoop([&] { woken.push_back('o'); });
+  queue.async([] {});
+  EXPECT_THAT(woken, ElementsAre('o'));
+  {
+    const auto inner = queue.installEventLoop([&] { woken.push_back('i'); });
+    EXPECT_THAT(woken, ElementsAre('o', 'i')) << "a task was waiting already";
+    queue.async([] {});
+    EXPECT_THAT(woken, ElementsAre('o', 'i', 'i'));
+  }
+  EXPECT_THAT(woken, ElementsAre('o', 'i', 'i', 'o')) << "the outer loop takes over what waits";
+  outer.reset();
+  queue.async([] {});
+  EXPECT_EQ(woken.size(), 4U);
+}
+
+TEST_F(MainQueueTest, ATaskMayEndAndInstallEventLoops) {
+  int woken = 0;
+  tarn::Token token = queue.installEventLoop([&] { ++woken; });
+  queue.async([&] {
+    token.reset();
+    token = queue.installEventLoop([&] { woken += 100; });
+  });
+  queue.drain();
+  EXPECT_EQ(woken, 1);
+  queue.async([] {});
+  EXPECT_EQ(woken, 101);
+}
+
+TEST_F(MainQueueTest, NoEventLoopIsWokenAfterItsEnd) {
+  std::atomic<bool> stop = false;
+  std::jthread other([&] {
+    while (!stop) queue.async([] {});
+  });
+  for (int round = 0; round < 200; ++round) {
+    auto alive = std::make_unique<std::atomic<int>>(0);  // asan and tsan watch its end
+    auto token = queue.installEventLoop([counter = alive.get()] { ++*counter; });
+    queue.drain();
+    token.reset();
+    alive.reset();
+  }
+  stop = true;
+}
