@@ -7,9 +7,10 @@
 /// where a floating-point second would drift.
 ///
 /// A time is one of: invalid (the valid flag is clear, whatever the other fields hold), numeric, indefinite,
-/// or an infinity. All operations are pure functions, safe on any thread; none throws, none allocates except
-/// `CMTimeCopyDescription`. Intermediate results are 128 bits wide, so a result is exact unless its
-/// has-been-rounded flag says otherwise.
+/// or an infinity. A numeric time whose timescale is not positive, which only a hand-filled struct can be,
+/// counts as invalid in every operation. All operations are pure functions, safe on any thread; none throws,
+/// none allocates except `CMTimeCopyDescription`. Intermediate results are 128 bits and wider, so a result is
+/// exact unless its has-been-rounded flag says otherwise.
 
 using CMTimeValue = std::int64_t;
 using CMTimeScale = std::int32_t;
@@ -31,8 +32,7 @@ struct CMTime {
   CMTimeValue value = 0;
   CMTimeScale timescale = 0;  ///< Ticks per second; meaningful for numeric times only, and then positive.
   CMTimeFlags flags = 0;
-  CMTimeEpoch epoch =
-      0;  ///< Distinguishes otherwise equal times of different loops or runs; 0 for durations.
+  CMTimeEpoch epoch = 0;  ///< Tells apart equal times of different loops or runs; 0 for durations.
 };
 
 /// `duration` from `start`; the span is half-open.
@@ -79,7 +79,8 @@ inline constexpr CMTime kCMTimeNegativeInfinity{0, 0, kCMTimeFlags_Valid | kCMTi
 /// ticks differ from the product of seconds and timescale.
 [[nodiscard]] CMTime CMTimeMakeWithSeconds(double seconds, CMTimeScale preferredTimescale);
 
-/// NaN for invalid and indefinite times, ±infinity for the infinities.
+/// The nearest double, for values of up to 53 bits (within one unit in the last place beyond). NaN for
+/// invalid and indefinite times, ±infinity for the infinities.
 [[nodiscard]] double CMTimeGetSeconds(CMTime time);
 
 /// The sum, in the least common timescale of both operands.
@@ -99,10 +100,17 @@ inline constexpr CMTime kCMTimeNegativeInfinity{0, 0, kCMTimeFlags_Valid | kCMTi
 /// first, then by their exact rational value. Times of one non-numeric kind are equal.
 [[nodiscard]] int CMTimeCompare(CMTime time1, CMTime time2);
 
-/// The product; exact where a timescale exists that can hold it, else in the timescale that loses least, with
-/// has-been-rounded set. A product beyond 64 bits at timescale 1 is an infinity. Infinite times take the
-/// multiplier's sign, and are invalid for 0 and NaN; a numeric time times an infinity is an infinity by sign,
-/// and invalid when the time is 0; NaN gives the invalid time.
+/// The product of the time and the exact value of the double; the epoch stays.
+///
+/// Its timescale is the time's own where the product is whole in it; else the time's own doubled until the
+/// product is whole; else, rounded (half away from zero) and flagged so, the largest multiple of the time's
+/// own that `kCMTimeMaxTimescale` and a 64-bit value allow, so that 30 s at 600 times 0.1 reads as 3.0 s and
+/// still adds to times of 600 in one common timescale. A product beyond 64 bits halves the timescale as in
+/// `CMTimeAdd`.
+///
+/// Infinite times keep or change their sign with the multiplier's, and are invalid for 0; a numeric time
+/// times an infinity is an infinity by sign, and invalid when the time is 0; indefinite stays so; NaN and an
+/// invalid time give the invalid time.
 [[nodiscard]] CMTime CMTimeMultiplyByFloat64(CMTime time, double multiplier);
 
 [[nodiscard]] CMTimeRange CMTimeRangeMake(CMTime start, CMTime duration);
