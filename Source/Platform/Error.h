@@ -27,7 +27,8 @@ struct Error {
 [[nodiscard]] Error withUnderlying(Error error, Error cause);
 
 /// One line for people: each error of the chain from the outside in, joined with ": ", with line breaks
-/// folded to spaces. An error without texts reads as "<domain> <code>".
+/// folded to spaces. An error reads as "<description>: <failure reason> (<suggestion>)", of which each part
+/// may be missing, and as "<domain> <code>" for want of the first two.
 [[nodiscard]] std::string chainDescription(const Error& error);
 
 }  // namespace tarn

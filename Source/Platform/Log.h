@@ -14,7 +14,8 @@ void writeLogLine(std::string_view line);
 using LogSink = std::function<void(std::string_view line)>;
 
 /// Sends the log lines to `sink` instead, until the token dies; installations nest, the newest receives. The
-/// sink is called on the logging thread, one call at a time.
+/// sink is called on the logging thread, one call at a time, and not after the token's death has returned;
+/// what a sink itself logs goes to standard error.
 [[nodiscard]] Token installLogSink(LogSink sink);
 
 }  // namespace tarn
