@@ -8,13 +8,15 @@
 
 namespace tarn {
 
-/// Reads dates of one fixed pattern (Unicode LDML) in the locale "en_US_POSIX". Immutable, any thread.
+/// Reads dates of one fixed pattern (Unicode LDML) in the locale "en_US_POSIX", in GMT where the text names
+/// no zone. Immutable, any thread.
 class DateFormatter {
  public:
+  /// A pattern that ICU does not take is a programming error.
   explicit DateFormatter(const std::string& pattern);
   ~DateFormatter();
 
-  /// Absent unless the whole text matches the pattern.
+  /// Absent unless the whole text matches the pattern, and for dates that the clock cannot hold.
   [[nodiscard]] std::optional<std::chrono::system_clock::time_point> dateFromString(
       std::string_view text) const;
 

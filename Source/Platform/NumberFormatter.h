@@ -8,7 +8,9 @@ namespace tarn {
 
 /// Reads numbers written for the locale "en_US", whatever the device's locale is.
 ///
-/// The whole text must be the number; anything left over makes it absent. Immutable, any thread.
+/// The whole text must be the number; anything left over, white space included, makes it absent, as do an
+/// infinity, not-a-number and more than 512 bytes. An exponent ("1E3") is part of a number, and digits of any
+/// script count as digits. Immutable, any thread.
 class NumberFormatter {
  public:
   enum class Style {
