@@ -25,7 +25,8 @@ class RegularExpression {
     std::size_t captureLength = 0;
   };
 
-  /// Every match, left to right, without overlap, looked for in the first `length` code points of `text`.
+  /// Every match, left to right, without overlap, looked for in the first `length` code points of `text`. The
+  /// effort is bounded: a subject that makes the expression backtrack without end gives the matches so far.
   [[nodiscard]] std::vector<Match> matches(std::string_view text, std::size_t length) const;
   [[nodiscard]] std::vector<Match> matches(std::string_view text) const;
 
