@@ -13,11 +13,13 @@ namespace tarn {
 /// Real documents wrap URLs in line breaks and leave macros in them, so `fromString` is lenient: white space
 /// and line breaks around the text are cut; inside it, characters that a URL may not hold (spaces, brackets
 /// outside an IPv6 host, braces, quotes, controls, everything beyond ASCII as UTF-8) are percent-encoded; a
-/// "%" that does not begin an escape becomes "%25"; existing escapes stay as they are. Immutable value.
+/// "%" that does not begin an escape becomes "%25"; existing escapes stay as they are. A host beyond ASCII
+/// becomes its IDNA form (UTS #46, "xn--…"). The scheme is put in lower case. Immutable value.
 class URL {
  public:
   /// Absent when the text has no scheme, has a malformed host or port, is not UTF-8, or is otherwise no URL:
-  /// a sentence, an empty text, a relative reference.
+  /// a sentence, an empty text, a relative reference, http or https without a host. Other schemes than those
+  /// two form URLs as well (what may be requested is decided elsewhere). Linear in the length of the text.
   [[nodiscard]] static std::optional<URL> fromString(std::string_view text);
 
   [[nodiscard]] const std::string& absoluteString() const { return text_; }
@@ -28,7 +30,8 @@ class URL {
   /// Absent when the URL names none.
   [[nodiscard]] std::optional<int> port() const;
 
-  /// scheme://host:port in lower case, the port made explicit for http and https: one server.
+  /// scheme://host:port in lower case, the port made explicit for http and https: one server. User
+  /// information is left out.
   [[nodiscard]] std::string origin() const;
 
   [[nodiscard]] std::size_t hash() const { return std::hash<std::string>{}(text_); }
@@ -36,6 +39,7 @@ class URL {
 
  private:
   URL() = default;
+  [[nodiscard]] bool appendAuthority(std::string_view text);
 
   std::string text_;
   std::size_t schemeLength_ = 0;
