@@ -24,7 +24,7 @@ class TarnLumoTimeline : public std::enable_shared_from_this<TarnLumoTimeline> {
   using AdSequences = std::vector<std::shared_ptr<const TarnLumoAdSequence>>;
   using ContentImpressions = std::vector<std::shared_ptr<const TarnLumoContentImpression>>;
 
-  /// `adSequences` in stream order. Neither order nor lengths are verified.
+  /// `adSequences` in stream order. Neither order nor lengths are verified. No element is null.
   [[nodiscard]] static std::shared_ptr<const TarnLumoTimeline> make(std::optional<tarn::URL> lumoURL,
                                                                     CMTime contentLength,
                                                                     CMTime payloadLength,
@@ -58,6 +58,7 @@ class TarnLumoTimeline : public std::enable_shared_from_this<TarnLumoTimeline> {
   /// What plays at an absolute time.
   [[nodiscard]] TarnLumoPath pathAtTime(CMTime absoluteTime) const;
 
+  /// Content impressions compare by identity.
   [[nodiscard]] bool isEqualToTimeline(const TarnLumoTimeline& other) const;
   [[nodiscard]] std::uint64_t hash() const;
   [[nodiscard]] std::string description() const;

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "Lumo/TarnLumoTimeline.h"
+
+/// What the mappings look up, computed once, since a timeline never changes.
+///
+/// Every answer is what a walk over the lists from the front gives, to the value, timescale and flags. Where
+/// the times that a search relies on ascend, the walk starts at the place that a binary search finds instead
+/// of at the front; where they do not (a faulty document), it starts at the front.
+
+namespace tarn {
+
+/// Content segments, their ends and the content time at which each begins.
+class ContentIndex {
+ public:
+  ContentIndex(const TarnLumoTimeline::AdSequences& adSequences, CMTime payloadLength);
+
+  [[nodiscard]] const std::vector<TarnLumoContentSegment>& segments() const { return segments_; }
+  [[nodiscard]] CMTime contentTimeAtAbsoluteTime(CMTime absoluteTime) const;
+  [[nodiscard]] CMTime absoluteTimeAtContentTime(CMTime contentTime) const;
+
+ private:
+  CMTime payloadLength_;
+  std::vector<TarnLumoContentSegment> segments_;
+  std::vector<CMTime> ends_;
+  std::vector<CMTime> lengthBefore_;  // of content before each segment, and behind the last
+  bool endsAscend_ = false;
+  bool lengthsAscend_ = false;
+};
+
+/// Half-open spans of stream time.
+class SpanIndex {
+ public:
+  void add(CMTime begin, CMTime end);
+  /// To be called once, when all have been added.
+  void close();
+
+  [[nodiscard]] std::size_t size() const { return begins_.size(); }
+  [[nodiscard]] CMTime end(std::size_t span) const { return ends_[span]; }
+  [[nodiscard]] bool ascends() const { return ascends_; }
+  /// The first of the spans in [`from`, `to`) that holds `time`; `to` when none does.
+  [[nodiscard]] std::size_t firstHolding(CMTime time, std::size_t from, std::size_t to) const;
+  /// How many spans stand before the first that begins after `time`.
+  [[nodiscard]] std::size_t countBeforeBeginAfter(CMTime time) const;
+  /// How many of the first `count` spans end before `time`; the spans must ascend.
+  [[nodiscard]] std::size_t countEndingBefore(CMTime time, std::size_t count) const;
+
+ private:
+  std::vector<CMTime> begins_;
+  std::vector<CMTime> ends_;
+  bool ascends_ = false;
+};
+
+/// Spans of the ad sequences, and of their ads as one list.
+class BreakIndex {
+ public:
+  explicit BreakIndex(const TarnLumoTimeline::AdSequences& adSequences);
+
+  struct Position {
+    std::shared_ptr<const TarnLumoAdSequence> adSequence;
+    std::shared_ptr<const TarnLumoAd> ad;
+  };
+  /// What plays at `time`, of the sequences that the index was made from.
+  [[nodiscard]] Position positionAt(CMTime time, const TarnLumoTimeline::AdSequences& adSequences) const;
+
+  /// The summed durations of the ads that end before `time`, in the sequences that do not begin after it.
+  [[nodiscard]] CMTime adTimeBefore(CMTime time) const;
+
+ private:
+  SpanIndex sequences_;
+  SpanIndex ads_;
+  std::vector<std::size_t> firstAd_;    // of each sequence, in `ads_`; and its size
+  std::vector<CMTime> durationBefore_;  // of ads before each ad, and of all
+  std::vector<CMTime> durations_;
+};
+
+}  // namespace tarn
+
+class TarnLumoTimeline::Index {
+ public:
+  Index(const AdSequences& adSequences, CMTime payloadLength)
+      : content(adSequences, payloadLength), breaks(adSequences) {}
+
+  const tarn::ContentIndex content;
+  const tarn::BreakIndex breaks;
+};
