@@ -10,6 +10,7 @@
 /// thread at a time.
 class TarnLumoAdAnalyticsSession {
  public:
+  /// Neither is null.
   TarnLumoAdAnalyticsSession(std::shared_ptr<const TarnLumoAd> ad,
                              std::shared_ptr<TarnLumoAnalyticsDigester> digester);
 
@@ -18,7 +19,8 @@ class TarnLumoAdAnalyticsSession {
   void trackImpression();
   void trackCreativeView();
   /// `time` is in-ad. The first report sends the creative view. A forward step of at most 1.5 s sends the
-  /// events in [previous report, `time`); a longer one counts as a seek and sends none of what it passed.
+  /// events in [previous report, `time`); a longer one counts as a seek and sends none of what it passed. So
+  /// does a report at or past the ad's `endTime`, which is compared as it stands: a position in the stream.
   void trackProgressToTime(CMTime time);
   void trackAdComplete();
   void trackAdSkip();
@@ -28,6 +30,8 @@ class TarnLumoAdAnalyticsSession {
   void trackCompanionClick(std::string_view identifier);
 
  private:
+  [[nodiscard]] std::shared_ptr<const TarnLumoCompanionAd> companionWithIdentifier(
+      std::string_view identifier) const;
   void digest(const std::vector<tarn::URL>& urls);
   void digestEventsNamed(const std::shared_ptr<const TarnLumoTrackingEventsCollection>& events,
                          std::string_view name);

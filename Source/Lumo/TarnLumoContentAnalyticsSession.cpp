@@ -1,1 +1,51 @@
 #include "Lumo/TarnLumoContentAnalyticsSession.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+bool isEarlier(const CMTime& a, const CMTime& b) {
+  return CMTimeCompare(a, b) < 0;
+}
+
+TarnLumoTimeline::ContentImpressions sortedByLogicalTime(TarnLumoTimeline::ContentImpressions impressions) {
+  std::stable_sort(impressions.begin(), impressions.end(), [](const auto& a, const auto& b) {
+    return isEarlier(a->logicalTime(), b->logicalTime());
+  });
+  return impressions;
+}
+
+}  // namespace
+
+TarnLumoContentAnalyticsSession::TarnLumoContentAnalyticsSession(
+    const std::shared_ptr<const TarnLumoTimeline>& timeline,
+    std::shared_ptr<TarnLumoAnalyticsDigester> digester)
+    : digester_(std::move(digester)),
+      prevTime_(kCMTimeZero),
+      seekThreshold_(CMTimeMakeWithSeconds(1.5, 600)) {
+  if (!timeline) return;
+  for (const auto& impression : sortedByLogicalTime(timeline->contentImpressions())) {
+    orderedContentImpressions_.push_back(
+        {timeline->absoluteTimeAtContentTime(impression->logicalTime()), impression->url()});
+  }
+  positionsAscend_ =
+      std::is_sorted(orderedContentImpressions_.begin(), orderedContentImpressions_.end(),
+                     [](const Placed& a, const Placed& b) { return isEarlier(a.position, b.position); });
+}
+
+void TarnLumoContentAnalyticsSession::trackProgressToTime(CMTime time) {
+  const CMTime previous = std::exchange(prevTime_, time);
+  if (isEarlier(seekThreshold_, CMTimeSubtract(time, previous))) return;
+
+  auto impression = orderedContentImpressions_.begin();
+  if (positionsAscend_) {  // What lies at or before the previous time is not due.
+    impression =
+        std::partition_point(impression, orderedContentImpressions_.end(),
+                             [&](const Placed& placed) { return !isEarlier(previous, placed.position); });
+  }
+  for (; impression != orderedContentImpressions_.end(); ++impression) {
+    if (isEarlier(time, impression->position)) break;
+    if (isEarlier(previous, impression->position)) digester_->digestEvent(impression->url);
+  }
+}

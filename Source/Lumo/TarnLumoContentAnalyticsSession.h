@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include "Lumo/TarnLumoAnalyticsDigester.h"
 #include "Lumo/TarnLumoTimeline.h"
@@ -8,15 +10,23 @@
 /// Sends the content impressions as content time passes them. One thread at a time.
 class TarnLumoContentAnalyticsSession {
  public:
-  TarnLumoContentAnalyticsSession(std::shared_ptr<const TarnLumoTimeline> timeline,
+  TarnLumoContentAnalyticsSession(const std::shared_ptr<const TarnLumoTimeline>& timeline,
                                   std::shared_ptr<TarnLumoAnalyticsDigester> digester);
 
-  /// `time` is content time. A forward step of more than 1.5 s sends nothing of what it passed.
+  /// `time` is content time. An impression is sent when content time passes the stream position of its
+  /// content point, that is, later by the ads before it. A forward step of more than 1.5 s sends nothing of
+  /// what it passed.
   void trackProgressToTime(CMTime time);
 
  private:
-  std::shared_ptr<const TarnLumoTimeline> timeline_;
-  TarnLumoTimeline::ContentImpressions orderedContentImpressions_;
+  /// Where an impression's content time stands in the stream.
+  struct Placed {
+    CMTime position;
+    std::optional<tarn::URL> url;
+  };
+
+  std::vector<Placed> orderedContentImpressions_;  // by content time
+  bool positionsAscend_ = false;
   std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
   CMTime prevTime_;
   CMTime seekThreshold_;

@@ -50,7 +50,11 @@ class TarnLumoProgressTrackerEvent {
 /// The owner writes the inputs; the tracker answers, synchronously and before the write returns, by assigning
 /// its observable outputs. It has no timer and no lock: inputs are written from one thread at a time. While
 /// an ad plays the tracker only moves forward, and content time stands still.
-class TarnLumoProgressTracker {
+///
+/// An observer may write inputs. A position that is written while another is being announced is taken up
+/// when that one is finished, still before the outer write returns, so that observers see whole, ordered
+/// transitions. An observer may also let go of a tracker that is held by a `std::shared_ptr`.
+class TarnLumoProgressTracker : public std::enable_shared_from_this<TarnLumoProgressTracker> {
  public:
   using TimeRanges = std::optional<std::vector<CMTimeRange>>;
 
@@ -87,17 +91,21 @@ class TarnLumoProgressTracker {
 
  private:
   void progressTimeUpdate(CMTime time);
+  [[nodiscard]] bool goesBackInAd(const TarnLumoPath& next) const;
   void emitTransitions(const TarnLumoPath& next);
   void emitAdEvent(TarnLumoProgressTrackerEventType type, const std::shared_ptr<const TarnLumoAd>& ad);
   void emitAdSequenceEvent(TarnLumoProgressTrackerEventType type,
                            const std::shared_ptr<const TarnLumoAdSequence>& adSequence);
   void emitAdProgress(const TarnLumoPath& path);
+  void emitEvent(TarnLumoProgressTrackerEventType type, std::optional<tarn::Dictionary> properties);
   void rangesUpdate(const TimeRanges& absolute, tarn::Observable<TimeRanges>& content) const;
 
   std::shared_ptr<const TarnLumoTimeline> timeline_;
   std::optional<TarnLumoPath> previousPath_;
   CMTime absoluteTime_;
   bool suspendProgress_ = false;
+  bool updating_ = false;
+  std::vector<CMTime> pendingTimes_;
   TimeRanges absoluteSeekableTimeRanges_;
   TimeRanges absoluteLoadedTimeRanges_;
   tarn::Observable<TarnLumoLogicalTime> contentTime_{kCMTimeNegativeInfinity};
