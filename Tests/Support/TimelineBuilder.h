@@ -1,0 +1,52 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Lumo/TarnLumoAd+Private.h"
+#include "Lumo/TarnLumoAnalyticsDigester.h"
+#include "Lumo/TarnLumoTimeline.h"
+
+namespace tarn::test {
+
+struct TimelineOptions {
+  double secondsPerCell = 1;
+  /// Changes an ad before it is built; called with its letter.
+  std::function<void(char letter, TarnLumoAdBuilder& ad)> editAd = nullptr;
+  /// Content times in seconds; the beacon of 2.5 is "https://t.example/impression-2.5".
+  std::vector<double> contentImpressions = {};
+};
+
+/// The timeline of a stream that is drawn as text, one character a cell of time:
+///
+///     "aab...c|d-e.."
+///
+/// '.' is content. A letter is an ad with that id; a run of one letter is one ad, neighbouring letters are
+/// ads of one sequence. '-' is a gap between two ads of a sequence. '|' takes no time and ends a sequence
+/// where the next touches it. The payload is the whole drawing, and the content length its content.
+[[nodiscard]] std::shared_ptr<const TarnLumoTimeline> drawTimeline(std::string_view drawing,
+                                                                   const TimelineOptions& options = {});
+
+/// The first ad of that letter.
+[[nodiscard]] std::shared_ptr<const TarnLumoAd> adNamed(const TarnLumoTimeline& timeline, char letter);
+
+/// Sends nothing; remembers the URLs' last path components in order.
+class RecordingDigester final : public TarnLumoAnalyticsDigester {
+ public:
+  RecordingDigester();
+
+  void digestEvent(const std::optional<tarn::URL>& url) override;
+  /// What was sent since the last call.
+  [[nodiscard]] std::vector<std::string> take();
+
+ private:
+  std::vector<std::string> sent_;
+};
+
+/// "https://t.example/" and `path`.
+[[nodiscard]] tarn::URL beacon(std::string_view path);
+
+}  // namespace tarn::test
