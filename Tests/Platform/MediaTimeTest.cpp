@@ -1,0 +1,289 @@
+#include "Platform/MediaTime.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <ostream>
+#include <string_view>
+#include <vector>
+
+#include "Support/TimePrinter.h"
+
+namespace {
+
+using tarn::test::IdenticalTo;
+using tarn::test::IsInvalidTime;
+
+constexpr CMTimeValue kMost = std::numeric_limits<CMTimeValue>::max();
+constexpr CMTimeValue kLeast = std::numeric_limits<CMTimeValue>::min();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+constexpr CMTime at(CMTimeValue value, CMTimeScale timescale, CMTimeEpoch epoch = 0) {
+  return {value, timescale, kCMTimeFlags_Valid, epoch};
+}
+constexpr CMTime rounded(CMTimeValue value, CMTimeScale timescale, CMTimeEpoch epoch = 0) {
+  return {value, timescale, kCMTimeFlags_Valid | kCMTimeFlags_HasBeenRounded, epoch};
+}
+
+// The kinds of time in their order, one letter each: - infinity, numeric, ? indefinite, + infinity, x
+// invalid.
+constexpr std::string_view kKinds = "-ni+x";
+
+std::vector<CMTime> timesOfKind(char kind) {
+  switch (kind) {
+    case '-':
+      return {kCMTimeNegativeInfinity};
+    case 'n':
+      return {at(18000, 600)};
+    case 'i':
+      return {kCMTimeIndefinite};
+    case '+':
+      return {kCMTimePositiveInfinity};
+    default:  // the last three are what only a hand-filled struct can be
+      return {
+          kCMTimeInvalid, {5, 600, 0, 0}, at(5, 0), at(5, -600), {0, 0, kCMTimeFlags_PositiveInfinity, 0}};
+  }
+}
+
+char kindOf(const CMTime& time) {
+  if (CMTIME_IS_INVALID(time)) return 'x';
+  if (CMTIME_IS_NEGATIVE_INFINITY(time)) return '-';
+  if (CMTIME_IS_POSITIVE_INFINITY(time)) return '+';
+  return CMTIME_IS_INDEFINITE(time) ? 'i' : 'n';
+}
+
+/// Rows are the first operand's kind and columns the second's, both in the order of `kKinds`.
+using KindTable = std::array<std::string_view, 5>;
+
+template <typename Operation>
+void expectKinds(const KindTable& table, Operation operation) {
+  for (std::size_t row = 0; row < kKinds.size(); ++row) {
+    for (std::size_t column = 0; column < kKinds.size(); ++column) {
+      for (const CMTime& a : timesOfKind(kKinds[row])) {
+        for (const CMTime& b : timesOfKind(kKinds[column])) {
+          EXPECT_EQ(kindOf(operation(a, b)), table[row][column]) << kKinds[row] << " with " << kKinds[column];
+        }
+      }
+    }
+  }
+}
+
+TEST(MediaTimeTest, AddsEveryKindToEveryKind) {
+  expectKinds({"---xx",   // -infinity
+               "-ni+x",   // numeric
+               "-ii+x",   // indefinite
+               "x+++x",   // +infinity
+               "xxxxx"},  // invalid
+              CMTimeAdd);
+}
+
+TEST(MediaTimeTest, SubtractsEveryKindFromEveryKind) {
+  expectKinds({"x---x",   // -infinity
+               "+ni-x",   // numeric
+               "+ii-x",   // indefinite
+               "+++xx",   // +infinity
+               "xxxxx"},  // invalid
+              CMTimeSubtract);
+}
+
+TEST(MediaTimeTest, OrdersTheKinds) {
+  for (std::size_t i = 0; i < kKinds.size(); ++i) {
+    for (std::size_t j = 0; j < kKinds.size(); ++j) {
+      for (const CMTime& a : timesOfKind(kKinds[i])) {
+        for (const CMTime& b : timesOfKind(kKinds[j])) {
+          EXPECT_EQ(CMTimeCompare(a, b), i < j ? -1 : i > j ? 1 : 0) << kKinds[i] << " with " << kKinds[j];
+        }
+      }
+    }
+  }
+}
+
+struct SumRow {
+  const char* name;
+  CMTime a;
+  CMTime b;
+  CMTime sum;
+  CMTime difference;
+};
+
+void PrintTo(const SumRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class MediaTimeSumTest : public testing::TestWithParam<SumRow> {};
+
+TEST_P(MediaTimeSumTest, AddsAndSubtracts) {
+  const auto& row = GetParam();
+  EXPECT_THAT(CMTimeAdd(row.a, row.b), IdenticalTo(row.sum));
+  EXPECT_THAT(CMTimeAdd(row.b, row.a), IdenticalTo(row.sum));
+  EXPECT_THAT(CMTimeSubtract(row.a, row.b), IdenticalTo(row.difference));
+}
+
+constexpr CMTimeScale kPrime = 2147483647;       // also the largest timescale
+constexpr CMTimeScale kOtherPrime = 2147483629;  // coprime to it
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, MediaTimeSumTest,
+    testing::Values(
+        SumRow{"SameTimescale", at(700, 600), at(-100, 600), at(600, 600), at(800, 600)},
+        SumRow{"VideoClockAgainstSixHundred", at(1, 90000), at(1, 600), at(151, 90000), at(-149, 90000)},
+        SumRow{"CommonTimescaleOfNeither", at(1, 4), at(1, 6), at(5, 12), at(1, 12)},
+        SumRow{"ZeroKeepsTheOthersTimescale", at(18000, 600), kCMTimeZero, at(18000, 600), at(18000, 600)},
+        SumRow{"CoprimeBeyondTheLargestTimescale", at(1, kPrime), at(3, kOtherPrime), rounded(4, kPrime),
+               rounded(-2, kPrime)},
+        SumRow{"CoprimeButWhole", at(0, kPrime), at(kOtherPrime, kOtherPrime), at(kPrime, kPrime),
+               at(-kPrime, kPrime)},
+        SumRow{"HalfRoundsAwayFromZero",  // 1/2 s is half a tick off at the largest timescale
+               at(1, 2), at(0, kPrime), rounded(1073741824, kPrime), rounded(1073741824, kPrime)},
+        SumRow{"NegativeHalfRoundsAwayFromZero", at(-1, 2), at(0, kPrime), rounded(-1073741824, kPrime),
+               rounded(-1073741824, kPrime)},
+        SumRow{"OverflowHalvesTheTimescale", at(kMost, 600), at(2, 600),
+               rounded((CMTimeValue{1} << 62) + 1, 300), at(kMost - 2, 600)},
+        SumRow{"OverflowThatLosesNothing", at(kMost, 600), at(kMost, 600), at(kMost, 300), at(0, 600)},
+        SumRow{"OddTimescaleHalvesDown", at(kMost, 3), at(kMost, 3), rounded(6148914691236517205, 1),
+               at(0, 3)},
+        SumRow{"OverflowAtOneIsInfinite", at(kMost, 1), at(kMost, 1), kCMTimePositiveInfinity, at(0, 1)},
+        SumRow{"NegativeOverflowAtOneIsInfinite", at(kLeast, 1), at(kLeast, 1), kCMTimeNegativeInfinity,
+               at(0, 1)},
+        SumRow{"LeastValueFits", at(kLeast + 1, 1), at(-1, 1), at(kLeast, 1), at(kLeast + 2, 1)},
+        SumRow{"RoundedIsInherited", rounded(1, 600), at(2, 600), rounded(3, 600), rounded(-1, 600)},
+        SumRow{"RoundedIsInheritedAcrossTimescales", at(1, 300), rounded(2, 600), rounded(4, 600),
+               rounded(0, 600)},
+        SumRow{"EpochZeroTakesOnTheOther", at(5, 600, 7), at(2, 600), at(7, 600, 7), at(3, 600, 7)},
+        SumRow{"SameEpochSubtractsToADuration", at(5, 600, 7), at(2, 600, 7), at(7, 600, 7), at(3, 600)},
+        SumRow{"DifferentEpochsDoNotMix", at(5, 600, 7), at(2, 600, 8), kCMTimeInvalid, kCMTimeInvalid}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(MediaTimeTest, ComparesExactValuesWithinAnEpoch) {
+  EXPECT_EQ(CMTimeCompare(at(1, 2), at(2, 4)), 0);
+  EXPECT_EQ(CMTimeCompare(at(1, 600), rounded(1, 600)), 0);
+  EXPECT_EQ(CMTimeCompare(at(-1, 600), at(1, 90000)), -1);
+  // A double could not tell these apart.
+  EXPECT_EQ(CMTimeCompare(at(kMost, kPrime), at(kMost, kOtherPrime)), -1);
+  EXPECT_EQ(CMTimeCompare(at(kMost - 1, kPrime), at(kMost, kPrime)), -1);
+  EXPECT_EQ(CMTimeCompare(at(kLeast, 1), at(kMost, kPrime)), -1);
+  EXPECT_EQ(CMTimeCompare(at(9, 600, 1), at(1, 600, 2)), -1);
+  EXPECT_EQ(CMTimeCompare(at(1, 600, 0), at(9, 600, -1)), 1);
+}
+
+TEST(MediaTimeTest, MakesTimesFromTicksOfPositiveTimescales) {
+  EXPECT_THAT(CMTimeMake(39300, 600), IdenticalTo(at(39300, 600)));
+  EXPECT_THAT(CMTimeMake(1, 0), IsInvalidTime());
+  EXPECT_THAT(CMTimeMake(1, -600), IsInvalidTime());
+}
+
+struct SecondsRow {
+  double seconds;
+  CMTimeScale timescale;
+  CMTime time;
+};
+
+TEST(MediaTimeTest, MakesTimesFromSeconds) {
+  const double huge = std::ldexp(1.0, 60);
+  for (const auto& row : std::vector<SecondsRow>{
+           {65.5, 600, at(39300, 600)},
+           {0.1, 600, at(60, 600)},  // the product of the doubles is whole
+           {-0.0, 600, at(0, 600)},
+           {1.0 / 1024, 600, rounded(1, 600)},
+           {0.5, 1, rounded(1, 1)},
+           {-0.5, 1, rounded(-1, 1)},
+           {2.5, 1, rounded(3, 1)},
+           {-2.4, 1, rounded(-2, 1)},
+           {0.49999999999999994, 1, rounded(0, 1)},
+           {huge, 600, at(CMTimeValue{1} << 62, 4)},
+           {-8 * huge, 600, at(kLeast, 1)},
+           {8 * huge, 600, kCMTimePositiveInfinity},
+           {1e300, 600, kCMTimePositiveInfinity},
+           {-1e300, 1, kCMTimeNegativeInfinity},
+           {kInfinity, 600, kCMTimePositiveInfinity},
+           {-kInfinity, 600, kCMTimeNegativeInfinity},
+           {kNaN, 600, kCMTimeInvalid},
+           {1.0, 0, kCMTimeInvalid},
+           {1.0, -1, kCMTimeInvalid},
+       }) {
+    EXPECT_THAT(CMTimeMakeWithSeconds(row.seconds, row.timescale), IdenticalTo(row.time))
+        << row.seconds << " s at " << row.timescale;
+  }
+}
+
+TEST(MediaTimeTest, ReadsBackSeconds) {
+  EXPECT_EQ(CMTimeGetSeconds(at(39300, 600)), 65.5);
+  EXPECT_EQ(CMTimeGetSeconds(at(60, 600)), 0.1);
+  EXPECT_EQ(CMTimeGetSeconds(at(kLeast, 1)), -std::ldexp(1.0, 63));
+  EXPECT_EQ(CMTimeGetSeconds(kCMTimePositiveInfinity), kInfinity);
+  EXPECT_EQ(CMTimeGetSeconds(kCMTimeNegativeInfinity), -kInfinity);
+  for (const CMTime& time : {kCMTimeInvalid, kCMTimeIndefinite, at(1, 0), at(1, -1)}) {
+    EXPECT_TRUE(std::isnan(CMTimeGetSeconds(time))) << CMTimeCopyDescription(time);
+  }
+}
+
+struct ProductRow {
+  CMTime time;
+  double multiplier;
+  CMTime product;
+};
+
+TEST(MediaTimeTest, MultipliesByADouble) {
+  const auto maxMultipleOf600 = kCMTimeMaxTimescale / 600 * 600;
+  for (const auto& row : std::vector<ProductRow>{
+           {at(18000, 600), 0.5, at(9000, 600)},
+           {at(18000, 600), -1.25, at(-22500, 600)},
+           {at(18000, 600), 0.0, at(0, 600)},
+           {at(0, 600), 1e308, at(0, 600)},
+           {at(1, 600), 0.5, at(1, 1200)},  // no longer whole: the timescale doubles
+           {at(-3, 600), 0.125, at(-3, 4800)},
+           {at(1, 1 << 20), 1.0 / 1024, at(1, 1 << 30)},
+           // Not exact in any timescale: 0.1 is not a tenth.
+           {at(18000, 600), 0.1, rounded(CMTimeValue{3} * maxMultipleOf600, maxMultipleOf600)},
+           {at(-18000, 600), 0.1, rounded(CMTimeValue{-3} * maxMultipleOf600, maxMultipleOf600)},
+           {at(1, 600), 1e-300, rounded(0, maxMultipleOf600)},
+           {at(1, 600), std::numeric_limits<double>::denorm_min(), rounded(0, maxMultipleOf600)},
+           {at(1, 1 << 30), 0.5, rounded(1, 1 << 30)},  // the tie leaves zero
+           {at(-1, 1 << 30), 0.5, rounded(-1, 1 << 30)},
+           {at(kMost, 600), 0.75, rounded(6917529027641081855, 600)},
+           {at(kMost, 600), 2.0, at(kMost, 300)},
+           {at(kMost, 600), 1.5, rounded(6917529027641081855, 300)},
+           {at(kMost, 1), 2.0, kCMTimePositiveInfinity},
+           {at(kMost, 1), -2.0, kCMTimeNegativeInfinity},
+           {at(kLeast, 1), 1.0, at(kLeast, 1)},
+           {at(kLeast, 1), -1.0, kCMTimePositiveInfinity},
+           {at(kLeast, kPrime), 1e308, kCMTimeNegativeInfinity},
+           {rounded(600, 600), 2.0, rounded(1200, 600)},
+           {at(600, 600, 3), 2.0, at(1200, 600, 3)},
+           {at(-1, 600), kInfinity, kCMTimeNegativeInfinity},
+           {at(0, 600), kInfinity, kCMTimeInvalid},
+           {at(1, 600), kNaN, kCMTimeInvalid},
+           {kCMTimePositiveInfinity, -2.0, kCMTimeNegativeInfinity},
+           {kCMTimeNegativeInfinity, -kInfinity, kCMTimePositiveInfinity},
+           {kCMTimePositiveInfinity, 0.0, kCMTimeInvalid},
+           {kCMTimePositiveInfinity, kNaN, kCMTimeInvalid},
+           {kCMTimeIndefinite, 2.0, kCMTimeIndefinite},
+           {kCMTimeIndefinite, kNaN, kCMTimeInvalid},
+           {kCMTimeInvalid, 2.0, kCMTimeInvalid},
+           {at(1, 0), 2.0, kCMTimeInvalid},
+       }) {
+    EXPECT_THAT(CMTimeMultiplyByFloat64(row.time, row.multiplier), IdenticalTo(row.product))
+        << CMTimeCopyDescription(row.time) << " * " << row.multiplier;
+  }
+}
+
+TEST(MediaTimeTest, EndsARangeAfterItsDuration) {
+  EXPECT_THAT(CMTimeRangeGetEnd(CMTimeRangeMake(at(600, 600), at(1, 2))), IdenticalTo(at(900, 600)));
+  EXPECT_THAT(CMTimeRangeGetEnd(CMTimeRangeMake(at(600, 600), kCMTimeInvalid)), IsInvalidTime());
+}
+
+TEST(MediaTimeTest, DescribesTimesForPeople) {
+  EXPECT_EQ(CMTimeCopyDescription(at(18000, 600)), "{18000/600 = 30.000}");
+  EXPECT_EQ(CMTimeCopyDescription(rounded(-1, 3)), "{-1/3 = -0.333, rounded}");
+  EXPECT_EQ(CMTimeCopyDescription(rounded(1, 2, -4)), "{1/2 = 0.500, rounded, epoch = -4}");
+  EXPECT_EQ(CMTimeCopyDescription(kCMTimeInvalid), "{INVALID}");
+  EXPECT_EQ(CMTimeCopyDescription(at(1, 0)), "{INVALID}");
+  EXPECT_EQ(CMTimeCopyDescription(kCMTimePositiveInfinity), "{+INFINITY}");
+  EXPECT_EQ(CMTimeCopyDescription(kCMTimeNegativeInfinity), "{-INFINITY}");
+  EXPECT_EQ(CMTimeCopyDescription(kCMTimeIndefinite), "{INDEFINITE}");
+}
+
+}  // namespace

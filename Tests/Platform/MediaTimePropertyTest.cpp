@@ -1,0 +1,153 @@
+// Media time held against exact rational arithmetic over many random operands, extreme ones among them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <boost/multiprecision/cpp_int.hpp>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include "Platform/MediaTime.h"
+#include "Support/TimePrinter.h"
+
+namespace {
+
+using Integer = boost::multiprecision::int1024_t;
+
+struct Rational {
+  Integer numerator;
+  Integer denominator;
+};
+
+Rational exactly(const CMTime& time) {
+  return {time.value, time.timescale};
+}
+
+Rational exactly(double number) {
+  int exponent = 0;
+  const auto mantissa = static_cast<std::int64_t>(std::ldexp(std::frexp(number, &exponent), 53));
+  exponent -= 53;
+  Rational result{mantissa, 1};
+  (exponent < 0 ? result.denominator : result.numerator) <<= std::abs(exponent);
+  return result;
+}
+
+class Operands {
+ public:
+  CMTime time() { return CMTimeMake(value(), timescale()); }
+
+  /// Nonzero; exponents past what turns any product infinite or zero.
+  double multiplier() {
+    const double unit = std::uniform_real_distribution<double>(0.5, 1.0)(engine_);
+    const int bits = below(3) == 0 ? 53 : static_cast<int>(below(8));
+    const double shortened = std::ldexp(std::ceil(std::ldexp(unit, bits)), -bits);
+    return std::ldexp(below(2) == 0 ? shortened : -shortened, static_cast<int>(below(320)) - 160);
+  }
+
+  std::uint64_t below(std::uint64_t limit) { return engine_() % limit; }
+
+ private:
+  CMTimeValue value() {
+    static constexpr std::array kExtremes{std::numeric_limits<CMTimeValue>::min(),
+                                          std::numeric_limits<CMTimeValue>::max(),
+                                          CMTimeValue{0},
+                                          CMTimeValue{1},
+                                          CMTimeValue{-1},
+                                          CMTimeValue{1} << 62};
+    if (below(8) == 0) return kExtremes[below(kExtremes.size())];
+    return static_cast<CMTimeValue>(engine_()) >> below(64);
+  }
+
+  CMTimeScale timescale() {
+    static constexpr std::array kUsual{1, 600, 1000, 24000, 30000, 44100, 90000, 2147483647, 2147483646};
+    if (below(2) == 0) return kUsual[below(kUsual.size())];
+    return static_cast<CMTimeScale>(1 + (below(0x7fffffff) >> below(31)));
+  }
+
+  std::mt19937_64 engine_{20240229};
+};
+
+/// `time` is the rounding of `exact` at one of `first`, `first` / 2, …: the first that can hold it.
+void expectRounding(const CMTime& time, const Rational& exact, CMTimeScale first) {
+  const Integer most = std::numeric_limits<CMTimeValue>::max();
+  const auto isBeyond = [&](CMTimeScale timescale) {
+    return abs(exact.numerator) * timescale >= most * exact.denominator;
+  };
+  if (!CMTIME_IS_NUMERIC(time)) {
+    EXPECT_THAT(time, tarn::test::IdenticalTo(exact.numerator < 0 ? kCMTimeNegativeInfinity
+                                                                  : kCMTimePositiveInfinity));
+    EXPECT_TRUE(isBeyond(1));
+    return;
+  }
+  for (; first > time.timescale; first /= 2) EXPECT_TRUE(isBeyond(first)) << "halved early at " << first;
+  EXPECT_EQ(time.timescale, first);
+  const Integer error = abs(exact.denominator * time.value - exact.numerator * time.timescale);
+  EXPECT_LE(2 * error, exact.denominator);
+  EXPECT_EQ(CMTIME_HAS_BEEN_ROUNDED(time), error != 0);
+}
+
+TEST(MediaTimePropertyTest, SumsAndOrderAreThoseOfRationals) {
+  Operands operands;
+  for (int i = 0; i < 100'000 && !testing::Test::HasFailure(); ++i) {
+    const CMTime a = operands.time();
+    const CMTime b = operands.time();
+    SCOPED_TRACE(CMTimeCopyDescription(a) + " with " + CMTimeCopyDescription(b));
+    const Integer left = Integer(a.value) * b.timescale;
+    const Integer right = Integer(b.value) * a.timescale;
+    const Integer denominator = Integer(a.timescale) * b.timescale;
+    const auto common = static_cast<CMTimeScale>(std::min(
+        std::lcm<std::int64_t, std::int64_t>(a.timescale, b.timescale), std::int64_t{kCMTimeMaxTimescale}));
+    expectRounding(CMTimeAdd(a, b), {left + right, denominator}, common);
+    expectRounding(CMTimeSubtract(a, b), {left - right, denominator}, common);
+    EXPECT_EQ(CMTimeCompare(a, b), left < right ? -1 : left > right ? 1 : 0);
+  }
+}
+
+TEST(MediaTimePropertyTest, ProductsAreThoseOfRationals) {
+  Operands operands;
+  for (int i = 0; i < 30'000 && !testing::Test::HasFailure(); ++i) {
+    const CMTime time = operands.time();
+    const double multiplier = operands.multiplier();
+    SCOPED_TRACE(CMTimeCopyDescription(time) + " * " + std::to_string(multiplier));
+    const auto [n1, d1] = exactly(time);
+    const auto [n2, d2] = exactly(multiplier);
+    const CMTime product = CMTimeMultiplyByFloat64(time, multiplier);
+    const bool isMultiple = CMTIME_IS_NUMERIC(product) && product.timescale >= time.timescale;
+    expectRounding(product, {n1 * n2, d1 * d2}, isMultiple ? product.timescale : time.timescale);
+    EXPECT_TRUE(!isMultiple || product.timescale % time.timescale == 0);
+  }
+}
+
+TEST(MediaTimePropertyTest, OrderIsTotal) {
+  Operands operands;
+  std::vector<CMTime> times{kCMTimeInvalid, kCMTimeIndefinite, kCMTimePositiveInfinity,
+                            kCMTimeNegativeInfinity};
+  for (int i = 0; i < 600; ++i) {
+    times.push_back(operands.time());
+    times.back().epoch = static_cast<CMTimeEpoch>(operands.below(3)) - 1;
+  }
+  std::sort(times.begin(), times.end(),
+            [](const CMTime& a, const CMTime& b) { return CMTimeCompare(a, b) < 0; });
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    for (std::size_t j = i; j < times.size(); ++j) {
+      ASSERT_LE(CMTimeCompare(times[i], times[j]), 0);
+      ASSERT_EQ(CMTimeCompare(times[j], times[i]), -CMTimeCompare(times[i], times[j]));
+    }
+  }
+}
+
+TEST(MediaTimePropertyTest, SecondsLeadBackToTheSameTicks) {
+  Operands operands;
+  for (int i = 0; i < 20'000; ++i) {
+    const auto ticks = static_cast<CMTimeValue>(operands.below(std::uint64_t{1} << 50));
+    for (const CMTimeScale timescale : {600, 1000, 90000}) {
+      const CMTime time = CMTimeMake(ticks, timescale);
+      ASSERT_EQ(CMTimeMakeWithSeconds(CMTimeGetSeconds(time), timescale).value, ticks) << timescale;
+    }
+  }
+}
+
+}  // namespace
