@@ -12,12 +12,12 @@ namespace tarn {
 /// `domain` and `code` identify the failure to programs; the texts are for people and may each be absent.
 /// `underlying` is the cause, immutable and shared, absent at the bottom of the chain.
 struct Error {
-  std::string domain;
+  std::string domain{};
   std::int64_t code = 0;
-  std::optional<std::string> description;
-  std::optional<std::string> failureReason;
-  std::optional<std::string> recoverySuggestion;
-  std::shared_ptr<const Error> underlying;
+  std::optional<std::string> description{};
+  std::optional<std::string> failureReason{};
+  std::optional<std::string> recoverySuggestion{};
+  std::shared_ptr<const Error> underlying{};
 };
 
 /// Both chains hold the same domains, codes and texts.

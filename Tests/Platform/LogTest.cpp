@@ -1,0 +1,86 @@
+#include "Platform/Log.h"
+
+#include <gmock/gmock.h>
+
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using tarn::installLogSink;
+using tarn::writeLogLine;
+using testing::ElementsAre;
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+
+auto collectInto(std::vector<std::string>& lines) {
+  return [&lines](std::string_view line) { lines.emplace_back(line); };
+}
+
+TEST(LogTest, WritesOneLineToStandardError) {
+  CaptureStderr();
+  writeLogLine("100 %s of %@\nand more");
+  EXPECT_EQ(GetCapturedStderr(), "100 %s of %@\nand more\n");
+}
+
+TEST(LogTest, SendsLinesToTheNewestSinkThatLives) {
+  std::vector<std::string> outer;
+  std::vector<std::string> inner;
+  std::optional<tarn::Token> outerToken = installLogSink(collectInto(outer));
+  std::optional<tarn::Token> innerToken = installLogSink(collectInto(inner));
+  writeLogLine("1");
+  outerToken.reset();
+  writeLogLine("2");
+  outerToken = installLogSink(collectInto(outer));
+  writeLogLine("3");
+  outerToken.reset();
+  writeLogLine("4");
+  innerToken.reset();
+  EXPECT_THAT(inner, ElementsAre("1", "2", "4"));
+  EXPECT_THAT(outer, ElementsAre("3"));
+}
+
+TEST(LogTest, SurvivesASinkThatLogsThrowsOrEndsItself) {
+  CaptureStderr();
+  tarn::Token token;
+  token = installLogSink([&](std::string_view line) {
+    writeLogLine("from the sink: " + std::string(line));
+    token.reset();
+    throw 1;
+  });
+  EXPECT_ANY_THROW(writeLogLine("a"));
+  writeLogLine("b");
+  EXPECT_EQ(GetCapturedStderr(), "from the sink: a\nb\n");
+}
+
+TEST(LogTest, CallsTheSinkOnceAtATimeFromAllThreads) {
+  std::vector<std::string> lines;
+  {
+    const auto token = installLogSink(collectInto(lines));
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([] {
+        for (int j = 0; j < 200; ++j) writeLogLine("line");
+      });
+    }
+  }
+  EXPECT_THAT(lines, testing::AllOf(testing::SizeIs(800), testing::Each("line")));
+}
+
+TEST(LogTest, WritesHostLinesUpToTheLevel) {
+  std::vector<std::string> lines;
+  const auto token = installLogSink(collectInto(lines));
+  MHLog(1, "warning");
+  MHLog(2, "notice");
+  MHLogSetLevel(5);
+  EXPECT_TRUE(MHLogIsEnabled(5));
+  MHLog(5, "raw");
+  MHLog(6, "beyond");
+  MHLogSetLevel(1);
+  EXPECT_FALSE(MHLogIsEnabled(2));
+  EXPECT_THAT(lines, ElementsAre("warning", "raw"));
+}
+
+}  // namespace
