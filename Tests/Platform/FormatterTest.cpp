@@ -1,0 +1,166 @@
+#include <gtest/gtest.h>
+#include <unicode/decimfmt.h>
+
+#include <chrono>
+#include <clocale>
+#include <cmath>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Platform/DateFormatter.h"
+#include "Platform/NumberFormatter.h"
+
+namespace tarn {
+namespace {
+
+using Style = NumberFormatter::Style;
+
+struct NumberRow {
+  std::string text;
+  std::optional<double> plain;
+  std::optional<double> decimal;
+  std::optional<double> percent;
+};
+
+constexpr std::optional<double> kNone;
+
+std::vector<NumberRow> numberRows() {
+  return {
+      {"05", 5, 5, kNone},
+      {"5.500", 5.5, 5.5, kNone},
+      {".5", .5, .5, kNone},
+      {"5.", 5, 5, kNone},
+      {"-3", -3, -3, kNone},
+      {"-.25", -.25, -.25, kNone},
+      {"1E3", 1000, 1000, kNone},
+      {"1e3", 1000, 1000, kNone},
+      {"0.1234567890123456789", 0.1234567890123456789, 0.1234567890123456789, kNone},
+      {"99999999999999999999", 1e20, 1e20, kNone},
+      {"٥", 5, 5, kNone},  // Arabic-Indic
+      {"1,200.5", kNone, 1200.5, kNone},
+      {"1,2", kNone, kNone, kNone},
+      {"1,,200", kNone, kNone, kNone},
+      {"25%", kNone, kNone, .25},
+      {"12.5%", kNone, kNone, .125},
+      {"-5%", kNone, kNone, -.05},
+      {"1,200%", kNone, kNone, 12},
+      {"%25", kNone, kNone, kNone},
+      {"25 %", kNone, kNone, kNone},
+      {"25%%", kNone, kNone, kNone},
+      {"%", kNone, kNone, kNone},
+      {"", kNone, kNone, kNone},
+      {".", kNone, kNone, kNone},
+      {"-", kNone, kNone, kNone},
+      {"1.2.3", kNone, kNone, kNone},
+      {"abc", kNone, kNone, kNone},
+      {"5 ", kNone, kNone, kNone},
+      {" 5", kNone, kNone, kNone},
+      {"5s", kNone, kNone, kNone},
+      {"+5", kNone, kNone, kNone},
+      {"--5", kNone, kNone, kNone},
+      {"0x10", kNone, kNone, kNone},
+      {"NaN", kNone, kNone, kNone},
+      {"∞", kNone, kNone, kNone},
+      {"1E400", kNone, kNone, kNone},
+      {"1E99999999999", kNone, kNone, kNone},
+      {std::string("5\0", 2), kNone, kNone, kNone},
+      {"\xff", kNone, kNone, kNone},
+      {std::string(512, '0'), 0, 0, kNone},
+      {std::string(10'000'000, '9'), kNone, kNone, kNone},
+  };
+}
+
+TEST(NumberFormatterTest, TakesWholeNumbersOfItsStyleOnly) {
+  for (const auto& row : numberRows()) {
+    SCOPED_TRACE(row.text.substr(0, 40));
+    EXPECT_EQ(NumberFormatter::shared(Style::plain).numberFromString(row.text), row.plain);
+    EXPECT_EQ(NumberFormatter::shared(Style::decimal).numberFromString(row.text), row.decimal);
+    EXPECT_EQ(NumberFormatter::shared(Style::percent).numberFromString(row.text), row.percent);
+  }
+}
+
+TEST(NumberFormatterTest, KnowsNothingOfTheProcessLocale) {
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  for (const char* locale : {"de_DE.UTF-8", "C.UTF-8"}) {
+    if (!std::setlocale(LC_ALL, locale)) continue;
+    EXPECT_EQ(NumberFormatter::shared(Style::plain).numberFromString("5.5"), 5.5);
+    EXPECT_EQ(NumberFormatter::shared(Style::plain).numberFromString("5,5"), kNone);
+  }
+  std::setlocale(LC_ALL, before.c_str());
+}
+
+/// What ICU alone says, without the direct path for short decimals.
+class BareICU {
+ public:
+  BareICU() { format_.setLenient(false); }
+
+  std::optional<double> read(const std::string& text) const {
+    const auto utf16 = icu::UnicodeString::fromUTF8(text);
+    icu::ParsePosition position;
+    icu::Formattable number;
+    format_.parse(utf16, number, position);
+    if (position.getErrorIndex() >= 0 || position.getIndex() != utf16.length() || text.empty()) return kNone;
+    UErrorCode status = U_ZERO_ERROR;
+    return number.getDouble(status);
+  }
+
+ private:
+  UErrorCode status_ = U_ZERO_ERROR;
+  icu::DecimalFormat format_{"0", icu::DecimalFormatSymbols(icu::Locale("en", "US"), status_), status_};
+};
+
+TEST(NumberFormatterTest, ReadsShortDecimalsExactlyAsICUDoes) {
+  const BareICU icuAlone;
+  std::mt19937 engine(600);
+  for (int i = 0; i < 20'000; ++i) {
+    std::string text;
+    const auto length = engine() % 18;
+    for (unsigned j = 0; j < length; ++j)
+      text += (j == 0 ? "-.0123456789" : ".01234567890123456789")[engine() % 12];
+    const auto expected = icuAlone.read(text);
+    const auto number = NumberFormatter::shared(Style::plain).numberFromString(text);
+    ASSERT_EQ(number, expected) << text;
+    ASSERT_EQ(std::signbit(number.value_or(0)), std::signbit(expected.value_or(0))) << text;
+  }
+}
+
+TEST(NumberFormatterTest, ServesManyThreads) {
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int j = 0; j < 200; ++j) {
+        EXPECT_EQ(NumberFormatter::shared(Style::decimal).numberFromString("1,200.5"), 1200.5);
+        EXPECT_EQ(NumberFormatter::shared(Style::percent).numberFromString("25%"), .25);
+      }
+    });
+  }
+}
+
+TEST(DateFormatterTest, ReadsWholeDatesOfItsPattern) {
+  using std::chrono::seconds;
+  using std::chrono::system_clock;
+  const DateFormatter formatter("yyyy-MM-dd'T'HH:mm:ssZ");
+  const auto secondsOf = [&](std::string_view text) -> std::optional<seconds> {
+    const auto date = formatter.dateFromString(text);
+    if (!date) return std::nullopt;
+    return std::chrono::floor<seconds>(date->time_since_epoch());
+  };
+  EXPECT_EQ(secondsOf("1970-01-01T00:00:01+0000"), seconds(1));
+  EXPECT_EQ(secondsOf("2024-02-29T12:00:00+0200"), seconds(1709200800));
+  EXPECT_EQ(secondsOf("1969-12-31T23:59:59+0000"), seconds(-1));
+  for (const auto* text : {"", "2024-02-29", "2024-02-30T12:00:00+0000", "2024-02-29T25:00:00+0000",
+                           "2024-02-29T12:00:00+0000 ", "29 Feb 2024", "99999-01-01T00:00:00+0000", "\xff"}) {
+    EXPECT_EQ(secondsOf(text), std::nullopt) << text;
+  }
+}
+
+TEST(DateFormatterTest, AssumesGreenwichWhereNoZoneIsNamed) {
+  const auto date = DateFormatter("yyyy-MM-dd").dateFromString("1970-01-02");
+  ASSERT_TRUE(date.has_value());
+  EXPECT_EQ(date->time_since_epoch(), std::chrono::hours(24));
+}
+
+}  // namespace
+}  // namespace tarn
