@@ -1,1 +1,86 @@
 #include "Platform/HTTPSession.h"
+
+#include <cerrno>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+#include "Platform/Internal/HTTPErrors.h"
+#include "Platform/Internal/HTTPLoop.h"
+#include "Platform/Internal/ThreadPool.h"
+
+namespace tarn {
+
+/// The loop and its thread, both made with the first request: a session that sends nothing costs nothing.
+class HTTPSession::Worker {
+ public:
+  explicit Worker(HTTPConfiguration configuration) : configuration_(configuration) {}
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+
+  ~Worker() {
+    if (!loop_) return;
+    loop_->stop();
+    // A queue that drops its tasks may make the worker let go of the last owner of its own session.
+    if (thread_.get_id() == std::this_thread::get_id()) {
+      thread_.detach();
+    } else {
+      thread_.join();
+    }
+  }
+
+  Result<std::shared_ptr<HTTPLoop>> loop() {
+    const std::lock_guard lock(mutex_);
+    if (loop_) return loop_;
+    auto made = HTTPLoop::make(configuration_);
+    if (!made) return made;
+    try {
+      const WithoutSignals withoutSignals;
+      thread_ = std::thread([loop = *made] { loop->run(); });
+    } catch (const std::system_error& failure) {
+      return setupError("starting a thread", failure.code().value());
+    }
+    loop_ = *made;
+    return loop_;
+  }
+
+  std::shared_ptr<HTTPLoop> loopIfStarted() {
+    const std::lock_guard lock(mutex_);
+    return loop_;
+  }
+
+ private:
+  const HTTPConfiguration configuration_;
+  std::mutex mutex_;  // guards the making of the two below
+  std::shared_ptr<HTTPLoop> loop_;
+  std::thread thread_;
+};
+
+HTTPSession::HTTPSession(HTTPConfiguration configuration)
+    : worker_(std::make_unique<Worker>(configuration)) {}
+
+HTTPSession::~HTTPSession() = default;
+
+void HTTPSession::start(HTTPRequest request, Queue& deliveryQueue, Completion completion) {
+  const auto fail = [&](Error error) {
+    deliveryQueue.async(
+        [completion = std::move(completion), error = std::move(error)] { completion(error); });
+  };
+  if (auto error = refusal(request)) return fail(std::move(*error));
+  auto loop = worker_->loop();
+  if (!loop) return fail(std::move(loop).error());
+  (*loop)->submit({std::move(request), &deliveryQueue, std::move(completion)});
+}
+
+void HTTPSession::startAndForget(HTTPRequest request) {
+  if (refusal(request)) return;
+  const auto loop = worker_->loop();
+  if (loop) (*loop)->submit({std::move(request), nullptr, {}});
+}
+
+bool HTTPSession::flush(std::chrono::milliseconds timeout) {
+  const auto loop = worker_->loopIfStarted();
+  return !loop || loop->flush(timeout);
+}
+
+}  // namespace tarn

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -45,10 +46,11 @@ struct HTTPResponse {
 
 struct HTTPConfiguration {
   std::chrono::milliseconds connectTimeout{15'000};
-  /// From the first byte sent to the last received.
+  /// From the request's turn (after others to its origin) to the last byte received, connecting included.
   std::chrono::milliseconds totalTimeout{60'000};
   int maximumRedirects = 10;
-  std::size_t maximumBodySize = std::size_t{64} << 20U;  ///< After decompression.
+  /// After decompression. A longer body ends the exchange, also where bodies are discarded.
+  std::size_t maximumBodySize = std::size_t{64} << 20U;
   int maximumConnectionsPerHost = 16;
   /// Keep no response body: for requests whose answer nobody reads.
   bool discardBodies = false;
@@ -58,11 +60,12 @@ struct HTTPConfiguration {
 
 /// Sends GET requests over libcurl on one worker thread that all requests of the session share.
 ///
-/// Connections are kept and reused, HTTP/2 where the server offers it, gzip accepted, TLS verified against
+/// Connections are kept and reused, HTTP/2 where the server offers it over TLS, compression accepted (where
+/// bodies are kept), TLS verified against
 /// the system's certificates, http and https only, also across redirects. Nothing is stored: no cookies,
 /// cache or credentials. Any thread. A server that is slow, dead or hangs holds up requests to its own origin
 /// only, and those only once `maximumConnectionsPerHost` requests wait for it. Requests to one origin leave
-/// in the order in which they were started.
+/// in the order in which they were started. At most 256 requests are under way at once, over all origins.
 class HTTPSession {
  public:
   using Completion = std::function<void(Result<HTTPResponse>)>;
@@ -85,7 +88,7 @@ class HTTPSession {
 
  private:
   class Worker;
-  std::unique_ptr<Worker> worker_;
+  const std::unique_ptr<Worker> worker_;
 };
 
 }  // namespace tarn

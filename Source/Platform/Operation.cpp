@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "Platform/ThreadPool+Private.h"
+#include "Platform/Internal/ThreadPool.h"
 
 namespace tarn {
 

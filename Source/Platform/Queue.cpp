@@ -7,7 +7,7 @@
 #include <thread>
 #include <utility>
 
-#include "Platform/ThreadPool+Private.h"
+#include "Platform/Internal/ThreadPool.h"
 
 namespace tarn {
 namespace {

@@ -1,0 +1,294 @@
+#include "Platform/Internal/HTTPLoop.h"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <iterator>
+#include <limits>
+#include <utility>
+
+#include "Platform/Internal/HTTPErrors.h"
+#include "Platform/Internal/RunningLoops.h"
+
+namespace tarn {
+namespace {
+
+/// Bounds the sockets and name look-ups of a session, over all origins.
+constexpr std::size_t kMaximumTransfers = 256;
+
+/// Why a wait ended early, in libcurl's terms. It finds out about an error or a hang-up by reading.
+int actionFor(std::uint32_t events) {
+  int action = 0;
+  if ((events & (EPOLLIN | EPOLLERR | EPOLLHUP)) != 0) action |= CURL_CSELECT_IN;
+  if ((events & EPOLLOUT) != 0) action |= CURL_CSELECT_OUT;
+  return action;
+}
+
+}  // namespace
+
+HTTPLoop::Slot::Slot(HTTPLoop& loop)
+    : transfer(loop.configuration_, [&loop, this] { loop.departed(*this); }) {
+  if (transfer.handle() != nullptr) curl_easy_setopt(transfer.handle(), CURLOPT_PRIVATE, this);
+}
+
+HTTPLoop::HTTPLoop(const HTTPConfiguration& configuration) : configuration_(configuration) {}
+
+Result<std::shared_ptr<HTTPLoop>> HTTPLoop::make(const HTTPConfiguration& configuration) {
+  prepareCurl();
+  std::shared_ptr<HTTPLoop> loop(new HTTPLoop(configuration));
+  if (auto error = loop->setUp()) return std::move(*error);
+  return loop;
+}
+
+std::optional<Error> HTTPLoop::setUp() {
+  epoll_ = FileDescriptor(epoll_create1(EPOLL_CLOEXEC));
+  if (!epoll_) return setupError("epoll_create1", errno);
+  wakeUp_ = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!wakeUp_) return setupError("eventfd", errno);
+  epoll_event event{};
+  event.events = EPOLLIN;
+  event.data.fd = wakeUp_.get();
+  if (epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, wakeUp_.get(), &event) != 0)
+    return setupError("epoll_ctl", errno);
+  multi_.reset(curl_multi_init());
+  if (!multi_) return setupError("curl_multi_init", ENOMEM);
+  curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETFUNCTION, &HTTPLoop::onSocket);
+  curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETDATA, this);
+  curl_multi_setopt(multi_.get(), CURLMOPT_TIMERFUNCTION, &HTTPLoop::onTimer);
+  curl_multi_setopt(multi_.get(), CURLMOPT_TIMERDATA, this);
+  curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(kMaximumTransfers));
+  return std::nullopt;
+}
+
+void HTTPLoop::submit(Submission submission) {
+  bool first = false;
+  bool ended = false;
+  {
+    const std::lock_guard lock(mutex_);
+    first = submissions_.empty();
+    ended = ended_;
+    ++outstanding_;
+    if (!ended) submissions_.push_back(std::move(submission));
+  }
+  if (ended) {
+    auto error = cancelledError(submission.request.url);
+    complete(std::move(submission), std::move(error));
+  } else if (first) {
+    wake();
+  }
+}
+
+bool HTTPLoop::flush(std::chrono::milliseconds timeout) {
+  std::unique_lock lock(mutex_);
+  return idle_.wait_for(lock, timeout, [this] { return outstanding_ == 0; });
+}
+
+void HTTPLoop::stop() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  wake();
+}
+
+void HTTPLoop::wake() {
+  (void)eventfd_write(wakeUp_.get(), 1);
+}
+
+void HTTPLoop::run() {
+  const RunningLoops::Registration running(*this);
+  while (running && takeSubmissions()) {
+    do startReadyLanes();
+    while (reap());
+    waitForEvents();
+  }
+  cancelEverything();
+}
+
+bool HTTPLoop::takeSubmissions() {
+  std::vector<Submission> taken;
+  {
+    const std::lock_guard lock(mutex_);
+    if (stopping_) return false;
+    taken.swap(submissions_);
+  }
+  for (auto& submission : taken) enqueue(std::move(submission));
+  return true;
+}
+
+void HTTPLoop::enqueue(Submission submission) {
+  const std::string origin = submission.request.url.origin();
+  Lane& lane = lanes_.try_emplace(origin, origin).first->second;
+  lane.waiting.push_back(std::move(submission));
+  markReady(lane);
+}
+
+void HTTPLoop::markReady(Lane& lane) {
+  const int limit = std::max(configuration_.maximumConnectionsPerHost, 1);
+  if (lane.ready || lane.departing != nullptr || lane.waiting.empty() || lane.active >= limit) return;
+  lane.ready = true;
+  readyLanes_.push_back(&lane);
+}
+
+void HTTPLoop::startReadyLanes() {
+  while (!readyLanes_.empty() && slots_.size() - spareSlots_.size() < kMaximumTransfers) {
+    Lane& lane = *readyLanes_.front();
+    readyLanes_.pop_front();
+    lane.ready = false;
+    startNext(lane);
+  }
+}
+
+HTTPLoop::Slot& HTTPLoop::takeSlot() {
+  if (spareSlots_.empty()) return *slots_.emplace_back(std::make_unique<Slot>(*this));
+  Slot& slot = *spareSlots_.back();
+  spareSlots_.pop_back();
+  return slot;
+}
+
+void HTTPLoop::startNext(Lane& lane) {
+  Slot& slot = takeSlot();
+  slot.lane = &lane;
+  slot.submission.emplace(std::move(lane.waiting.front()));
+  lane.waiting.pop_front();
+  ++lane.active;
+  lane.departing = &slot;
+
+  CURLcode code = slot.transfer.prepare(slot.submission->request);
+  if (code == CURLE_OK && curl_multi_add_handle(multi_.get(), slot.transfer.handle()) != CURLM_OK) {
+    code = CURLE_FAILED_INIT;
+  }
+  if (code != CURLE_OK) return conclude(slot, code);
+  runTimers();  // on an idle connection the request goes out in here
+}
+
+void HTTPLoop::departed(Slot& slot) {
+  if (slot.lane->departing != &slot) return;
+  slot.lane->departing = nullptr;
+  markReady(*slot.lane);
+}
+
+bool HTTPLoop::reap() {
+  bool any = false;
+  int left = 0;
+  while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
+    if (message->msg != CURLMSG_DONE) continue;
+    Slot* slot = nullptr;
+    curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &slot);
+    conclude(*slot, message->data.result);
+    any = true;
+  }
+  return any;
+}
+
+void HTTPLoop::conclude(Slot& slot, CURLcode code) {
+  curl_multi_remove_handle(multi_.get(), slot.transfer.handle());
+  Submission submission = std::move(*slot.submission);
+  slot.submission.reset();
+  auto result = slot.transfer.finish(submission.request.url, code);
+
+  Lane& lane = *std::exchange(slot.lane, nullptr);
+  spareSlots_.push_back(&slot);
+  --lane.active;
+  if (lane.departing == &slot) lane.departing = nullptr;
+  markReady(lane);
+  retireIfEmpty(lane);
+  complete(std::move(submission), std::move(result));
+}
+
+void HTTPLoop::retireIfEmpty(Lane& lane) {
+  if (lane.active == 0 && lane.waiting.empty()) lanes_.erase(lane.origin);
+}
+
+void HTTPLoop::complete(Submission submission, Result<HTTPResponse> result) {
+  if (submission.completion) {
+    submission.deliveryQueue->async(
+        [completion = std::move(submission.completion), result = std::move(result)]() mutable {
+          completion(std::move(result));
+        });
+  }
+  const std::lock_guard lock(mutex_);
+  if (--outstanding_ == 0) idle_.notify_all();
+}
+
+void HTTPLoop::cancelEverything() {
+  std::vector<Submission> cancelled;
+  {
+    const std::lock_guard lock(mutex_);
+    ended_ = true;
+    cancelled.swap(submissions_);
+  }
+  for (auto& [origin, lane] : lanes_) {
+    std::move(lane.waiting.begin(), lane.waiting.end(), std::back_inserter(cancelled));
+  }
+  for (const auto& slot : slots_) {
+    if (slot->submission) cancelled.push_back(std::move(*slot->submission));
+    curl_multi_remove_handle(multi_.get(), slot->transfer.handle());
+  }
+  readyLanes_.clear();
+  lanes_.clear();
+  spareSlots_.clear();
+  slots_.clear();
+  multi_.reset();
+  for (auto& submission : cancelled) {
+    auto error = cancelledError(submission.request.url);
+    complete(std::move(submission), std::move(error));
+  }
+}
+
+void HTTPLoop::waitForEvents() {
+  std::array<epoll_event, 64> events{};
+  const int count =
+      epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), millisecondsToTimer());
+  for (int i = 0; i < count; ++i) {
+    const auto& event = events[static_cast<std::size_t>(i)];
+    if (event.data.fd == wakeUp_.get()) {
+      eventfd_t value = 0;
+      (void)eventfd_read(wakeUp_.get(), &value);
+      continue;
+    }
+    int running = 0;
+    curl_multi_socket_action(multi_.get(), event.data.fd, actionFor(event.events), &running);
+  }
+  if (timer_ && std::chrono::steady_clock::now() >= *timer_) runTimers();
+}
+
+int HTTPLoop::millisecondsToTimer() const {
+  using std::chrono::milliseconds;
+  if (!timer_) return -1;
+  const auto left = std::chrono::ceil<milliseconds>(*timer_ - std::chrono::steady_clock::now());
+  return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, std::numeric_limits<int>::max()));
+}
+
+void HTTPLoop::runTimers() {
+  timer_.reset();  // libcurl sets it anew when it needs one
+  int running = 0;
+  curl_multi_socket_action(multi_.get(), CURL_SOCKET_TIMEOUT, 0, &running);
+}
+
+int HTTPLoop::onTimer(CURLM*, long timeout, void* self) {
+  auto& timer = static_cast<HTTPLoop*>(self)->timer_;
+  timer.reset();
+  if (timeout >= 0) timer = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
+  return 0;
+}
+
+int HTTPLoop::onSocket(CURL*, curl_socket_t socket, int what, void* self, void* watched) {
+  auto& loop = *static_cast<HTTPLoop*>(self);
+  if (what == CURL_POLL_REMOVE) {
+    epoll_ctl(loop.epoll_.get(), EPOLL_CTL_DEL, socket, nullptr);
+    return 0;
+  }
+  epoll_event event{};
+  if ((what & CURL_POLL_IN) != 0) event.events |= EPOLLIN;
+  if ((what & CURL_POLL_OUT) != 0) event.events |= EPOLLOUT;
+  event.data.fd = socket;
+  epoll_ctl(loop.epoll_.get(), watched != nullptr ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, socket, &event);
+  curl_multi_assign(loop.multi_.get(), socket, &loop);  // any pointer: the socket is watched from now on
+  return 0;
+}
+
+}  // namespace tarn

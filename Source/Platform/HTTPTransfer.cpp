@@ -1,0 +1,160 @@
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "Platform/Internal/HTTPErrors.h"
+#include "Platform/Internal/HTTPTransfer.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+
+std::string_view trimmed(std::string_view text) {
+  const auto begin = text.find_first_not_of(kBlanks);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+std::string lowerCase(std::string_view text) {
+  std::string lower(text);
+  std::transform(lower.begin(), lower.end(), lower.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return lower;
+}
+
+/// libcurl takes zero for "no limit".
+long milliseconds(std::chrono::milliseconds limit) {
+  return static_cast<long>(std::max<std::int64_t>(limit.count(), 1));
+}
+
+}  // namespace
+
+HTTPTransfer::HTTPTransfer(const HTTPConfiguration& configuration, std::function<void()> aboutToSend)
+    : configuration_(configuration), aboutToSend_(std::move(aboutToSend)), handle_(curl_easy_init()) {
+  if (handle_) configure();
+}
+
+void HTTPTransfer::configure() {
+  CURL* handle = handle_.get();
+  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+  curl_easy_setopt(handle, CURLOPT_MAXREDIRS,
+                   static_cast<long>(std::max(configuration_.maximumRedirects, 0)));
+  curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, milliseconds(configuration_.connectTimeout));
+  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, milliseconds(configuration_.totalTimeout));
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  // Without it, libcurl waits for a name look-up that was given up, and with it every other transfer.
+  curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+  if (!configuration_.discardBodies) curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "");
+  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText_.data());
+  curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &HTTPTransfer::onHeader);
+  curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
+  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &HTTPTransfer::onBody);
+  curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+  curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, &HTTPTransfer::onAboutToSend);
+  curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
+}
+
+CURLcode HTTPTransfer::prepare(const HTTPRequest& request) {
+  if (!handle_) return CURLE_FAILED_INIT;
+  errorText_.front() = '\0';
+  response_ = {};
+  headerSize_ = 0;
+  bodySize_ = 0;
+  sent_ = false;
+  redirectsWhenSent_ = 0;
+  if (!setHeaders(request)) return CURLE_OUT_OF_MEMORY;
+  return curl_easy_setopt(handle_.get(), CURLOPT_URL, request.url.absoluteString().c_str());
+}
+
+bool HTTPTransfer::setHeaders(const HTTPRequest& request) {
+  CurlList list;
+  for (const auto& [name, value] : request.headers) {
+    // "Name:" would remove the field; "Name;" sends it empty.
+    const std::string line = trimmed(value).empty() ? name + ";" : name + ": " + value;
+    curl_slist* longer = curl_slist_append(list.get(), line.c_str());
+    if (longer == nullptr) return false;
+    (void)list.release();
+    list.reset(longer);
+  }
+  curl_easy_setopt(handle_.get(), CURLOPT_HTTPHEADER, list.get());
+  headers_ = std::move(list);
+  return true;
+}
+
+Result<HTTPResponse> HTTPTransfer::finish(const URL& url, CURLcode code) {
+  const char* effectiveURL = nullptr;
+  if (handle_) curl_easy_getinfo(handle_.get(), CURLINFO_EFFECTIVE_URL, &effectiveURL);
+  response_.effectiveURL = effectiveURL != nullptr ? effectiveURL : "";
+  if (code != CURLE_OK) {
+    return transportError(url,
+                          {.code = code,
+                           .text = errorText_.data(),
+                           .effectiveURL = std::move(response_.effectiveURL),
+                           .sent = sent_,
+                           .bodyTooLarge = bodySize_ > configuration_.maximumBodySize,
+                           .headerTooLarge = headerSize_ > kMaximumHeaderSize},
+                          configuration_);
+  }
+  long status = 0;
+  curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
+  response_.status = static_cast<int>(status);
+  return std::move(response_);
+}
+
+bool HTTPTransfer::receiveHeader(std::string_view line) {
+  headerSize_ += line.size();
+  if (headerSize_ > kMaximumHeaderSize) return false;
+  if (configuration_.discardBodies) return true;
+  if (line.starts_with("HTTP/")) {
+    response_.headers.clear();  // those of an interim response or of a redirect
+    return true;
+  }
+  const auto colon = line.find(':');
+  if (colon == std::string_view::npos) return true;
+  response_.headers.emplace_back(lowerCase(trimmed(line.substr(0, colon))), trimmed(line.substr(colon + 1)));
+  return true;
+}
+
+bool HTTPTransfer::receiveBody(std::string_view piece) {
+  bodySize_ += piece.size();
+  if (bodySize_ > configuration_.maximumBodySize) return false;
+  if (!configuration_.discardBodies) response_.body.append(piece);
+  return true;
+}
+
+bool HTTPTransfer::maySend() {
+  long redirects = 0;
+  curl_easy_getinfo(handle_.get(), CURLINFO_REDIRECT_COUNT, &redirects);
+  const bool again = sent_ && redirects == redirectsWhenSent_;
+  if (again && configuration_.neverResend) return false;
+  sent_ = true;
+  redirectsWhenSent_ = redirects;
+  aboutToSend_();
+  return true;
+}
+
+std::size_t HTTPTransfer::onHeader(char* data, std::size_t size, std::size_t count, void* self) try {
+  const std::string_view line(data, size * count);
+  return static_cast<HTTPTransfer*>(self)->receiveHeader(line) ? line.size() : 0;
+} catch (const std::bad_alloc&) {
+  return 0;
+}
+
+std::size_t HTTPTransfer::onBody(char* data, std::size_t size, std::size_t count, void* self) try {
+  const std::string_view piece(data, size * count);
+  return static_cast<HTTPTransfer*>(self)->receiveBody(piece) ? piece.size() : 0;
+} catch (const std::bad_alloc&) {
+  return 0;
+}
+
+int HTTPTransfer::onAboutToSend(void* self, char*, char*, int, int) {
+  return static_cast<HTTPTransfer*>(self)->maySend() ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+}  // namespace tarn

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <curl/curl.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Platform/HTTPSession.h"
+
+namespace tarn {
+
+/// Why the request cannot be sent at all; absent when it can.
+[[nodiscard]] std::optional<Error> refusal(const HTTPRequest& request);
+
+[[nodiscard]] Error cancelledError(const URL& url);
+
+/// The session itself could not be set up: `what` failed with the system error `number`.
+[[nodiscard]] Error setupError(std::string_view what, int number);
+
+/// How an exchange ended, as far as it tells failures apart.
+struct HTTPFailure {
+  CURLcode code = CURLE_OK;
+  std::string text;          ///< libcurl's own words; may be empty.
+  std::string effectiveURL;  ///< After the redirects so far.
+  bool sent = false;         ///< The request went onto the wire at least once.
+  bool bodyTooLarge = false;
+  bool headerTooLarge = false;
+};
+
+[[nodiscard]] Error transportError(const URL& url, const HTTPFailure& failure,
+                                   const HTTPConfiguration& configuration);
+
+/// Bound of a response's header fields, those of its redirects included: bytes.
+inline constexpr std::size_t kMaximumHeaderSize = std::size_t{256} << 10U;
+
+}  // namespace tarn

@@ -1,0 +1,51 @@
+#include "Platform/Internal/RunningLoops.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+
+#include "Platform/Internal/HTTPLoop.h"
+
+namespace tarn {
+
+void prepareCurl() {
+  // Destroyed in the opposite order: what libcurl registered to run at the exit comes after `AtExit`.
+  static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
+  (void)ready;
+  static struct AtExit {
+    ~AtExit() { RunningLoops::shared().endAll(); }
+  } atExit;
+}
+
+RunningLoops& RunningLoops::shared() {
+  static RunningLoops* const instance =
+      new RunningLoops;  // never destroyed: loops end while the process exits
+  return *instance;
+}
+
+bool RunningLoops::add(HTTPLoop& loop) {
+  const std::lock_guard lock(mutex_);
+  if (!exiting_) loops_.push_back(&loop);
+  return !exiting_;
+}
+
+void RunningLoops::remove(HTTPLoop& loop) {
+  const std::lock_guard lock(mutex_);
+  std::erase(loops_, &loop);
+  changed_.notify_all();
+}
+
+void RunningLoops::endAll() {
+  std::unique_lock lock(mutex_);
+  exiting_ = true;
+  for (HTTPLoop* loop : loops_) loop->stop();
+  changed_.wait(lock, [this] { return loops_.empty(); });
+}
+
+RunningLoops::Registration::Registration(HTTPLoop& loop) : loop_(loop), registered_(shared().add(loop)) {}
+
+RunningLoops::Registration::~Registration() {
+  if (registered_) shared().remove(loop_);
+}
+
+}  // namespace tarn
