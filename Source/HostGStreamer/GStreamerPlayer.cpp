@@ -1,0 +1,429 @@
+#include "HostGStreamer/GStreamerPlayer.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "HostGStreamer/Internal/GStreamerPipeline.h"
+#include "Platform/Queue.h"
+
+namespace tarn {
+namespace {
+
+/// How far before its duration an item may run out: playlists round, and sound and picture end apart.
+const CMTime kEndSlack = CMTimeMake(2, 1);
+/// An accurate seek shows the picture that covers the target; within this the playhead is the target itself.
+const CMTime kPicture = CMTimeMake(1, 10);
+
+CMTime earlierOf(CMTime a, CMTime b) {
+  return CMTimeCompare(a, b) <= 0 ? a : b;
+}
+
+CMTime laterOf(CMTime a, CMTime b) {
+  return CMTimeCompare(a, b) >= 0 ? a : b;
+}
+
+bool isPositive(CMTime time) {
+  return CMTIME_IS_VALID(time) && !CMTIME_IS_INDEFINITE(time) && CMTimeCompare(time, kCMTimeZero) > 0;
+}
+
+bool liesWithin(CMTime time, CMTime target, CMTime before, CMTime after) {
+  const CMTime first = isPositive(before) ? CMTimeSubtract(target, before) : target;
+  const CMTime last = isPositive(after) ? CMTimeAdd(target, after) : target;
+  return CMTimeCompare(first, time) <= 0 && CMTimeCompare(time, last) <= 0;
+}
+
+bool areSame(const TarnPlayer::TimeRanges& a, const TarnPlayer::TimeRanges& b) {
+  if (!a || !b) return a.has_value() == b.has_value();
+  return std::equal(a->begin(), a->end(), b->begin(), b->end(), [](const auto& x, const auto& y) {
+    return isIdentical(x.start, y.start) && isIdentical(x.duration, y.duration);
+  });
+}
+
+GStreamerSeekMode looseMode(CMTime before, CMTime after) {
+  if (!isPositive(before) && !isPositive(after)) return GStreamerSeekMode::accurate;
+  if (!isPositive(after)) return GStreamerSeekMode::keyUnitBefore;
+  if (!isPositive(before)) return GStreamerSeekMode::keyUnitAfter;
+  return GStreamerSeekMode::keyUnitNearest;
+}
+
+Error makeError(TarnPlayerErrorCode code, std::string description) {
+  Error error;
+  error.domain = TarnPlayerErrorDomain;
+  error.code = static_cast<std::int64_t>(code);
+  error.description = std::move(description);
+  return error;
+}
+
+TarnPlayerErrorCode classify(const Error& cause, bool hasBegun) {
+  if (cause.domain == TarnPlayerErrorDomain) return static_cast<TarnPlayerErrorCode>(cause.code);
+  if (hasBegun) return TarnPlayerErrorCode::brokenOff;
+  if (cause.domain == "gst-resource-error-quark") return TarnPlayerErrorCode::cannotOpen;
+  // An unknown format is told as a missing plug-in.
+  if (cause.domain == "gst-stream-error-quark" || cause.domain == "gst-core-error-quark")
+    return TarnPlayerErrorCode::notPlayable;
+  return TarnPlayerErrorCode::other;
+}
+
+std::string_view sentence(TarnPlayerErrorCode code) {
+  switch (code) {
+    case TarnPlayerErrorCode::unsupportedScheme:
+      return "The stream {} is not on an http or https server";
+    case TarnPlayerErrorCode::cannotOpen:
+      return "The stream {} could not be opened";
+    case TarnPlayerErrorCode::notPlayable:
+      return "What {} holds is no stream that can be played";
+    case TarnPlayerErrorCode::brokenOff:
+      return "The stream {} broke off";
+    case TarnPlayerErrorCode::stalled:
+      return "The stream {} stalled";
+    case TarnPlayerErrorCode::missingComponent:
+    case TarnPlayerErrorCode::other:
+      break;
+  }
+  return "The stream {} could not be played";
+}
+
+Error streamError(TarnPlayerErrorCode code, const URL& url) {
+  return makeError(code, fmt::format(fmt::runtime(sentence(code)), url.absoluteString()));
+}
+
+}  // namespace
+
+/// Notices that a callback has destroyed the player or loaded another item, after which the interrupted
+/// operation must touch nothing.
+class GStreamerPlayer::Turn {
+ public:
+  explicit Turn(const GStreamerPlayer& player)
+      : player_(player), alive_(player.alive_), item_(player.item_) {}
+  [[nodiscard]] bool isOver() const { return alive_.expired() || player_.item_ != item_; }
+
+ private:
+  const GStreamerPlayer& player_;
+  const std::weak_ptr<char> alive_;
+  const std::uint64_t item_;
+};
+
+GStreamerPlayer::GStreamerPlayer(GStreamerPlayerOptions options)
+    : options_(std::move(options)),
+      ticker_(MainQueue::shared(), options_.reportInterval, [this] { tick(); }) {}
+
+GStreamerPlayer::~GStreamerPlayer() = default;
+
+void GStreamerPlayer::onNextTurn(std::function<void()> task) {
+  const Turn turn(*this);
+  MainQueue::shared().async([turn, task = std::move(task)] {
+    if (!turn.isOver()) task();
+  });
+}
+
+void GStreamerPlayer::loadURL(const URL& url) {
+  dropSeeks();
+  activeSeek_.reset();
+  ++item_;
+  pipeline_.reset();
+  url_ = url;
+  error_.reset();
+  position_ = kCMTimeZero;
+  atEnd_ = hasReported_ = false;
+  lastAdvance_ = Clock::now();
+
+  const Turn turn(*this);
+  if (buffering_.get()) buffering_.set(false);
+  if (turn.isOver()) return;
+  currentItemDuration_.set(kCMTimeIndefinite);
+  if (turn.isOver()) return;
+  seekableTimeRanges_.set(std::nullopt);
+  if (turn.isOver()) return;
+  loadedTimeRanges_.set(std::nullopt);
+  if (turn.isOver()) return;
+  state_.set(TarnPlayerState::loading);
+  if (turn.isOver()) return;
+  if (url.scheme() != "http" && url.scheme() != "https") {
+    return onNextTurn([this] { fail(streamError(TarnPlayerErrorCode::unsupportedScheme, *url_)); });
+  }
+  openPipeline();
+}
+
+void GStreamerPlayer::openPipeline() {
+  const auto deliver = [this, turn = Turn(*this)](const GStreamerEvent& event) {
+    MainQueue::shared().async([this, turn, event] {
+      if (!turn.isOver() && pipeline_) handle(event);
+    });
+  };
+  auto pipeline = GStreamerPipeline::make(*url_, options_.videoSink, options_.audioSink, deliver);
+  if (!pipeline) return onNextTurn([this, cause = pipeline.error()] { failWithCause(cause); });
+  pipeline_ = std::move(*pipeline);
+  updateTicker();
+}
+
+void GStreamerPlayer::play() {
+  if (playing_.get()) return;
+  if (state_.get() == TarnPlayerState::ended || state_.get() == TarnPlayerState::failed) return;
+  lastAdvance_ = Clock::now();
+  const Turn turn(*this);
+  playing_.set(true);
+  if (!turn.isOver()) applyPlaying();
+}
+
+void GStreamerPlayer::pause() {
+  if (!playing_.get()) return;
+  const Turn turn(*this);
+  playing_.set(false);
+  if (!turn.isOver()) applyPlaying();
+}
+
+void GStreamerPlayer::applyPlaying() {
+  const bool run = playing_.get() && state_.get() == TarnPlayerState::ready && !buffering_.get() && !atEnd_;
+  if (pipeline_ && state_.get() != TarnPlayerState::loading) pipeline_->setPlaying(run);
+  updateTicker();
+}
+
+void GStreamerPlayer::updateTicker() {
+  ticker_.setRunning(pipeline_ != nullptr && isAwaitingProgress());
+}
+
+/// Whether the pipeline owes something, so that a limit holds.
+bool GStreamerPlayer::isAwaitingProgress() const {
+  if (state_.get() == TarnPlayerState::loading || activeSeek_) return true;
+  return state_.get() == TarnPlayerState::ready && playing_.get();
+}
+
+// Events
+
+void GStreamerPlayer::handle(const GStreamerEvent& event) {
+  using Kind = GStreamerEvent::Kind;
+  const bool isCurrent = event.jumps == pipeline_->jumps();
+  switch (event.kind) {
+    case Kind::arrived:
+      if (activeSeek_ && isCurrent) activeSeek_->announced = true;
+      return settle();
+    case Kind::settled:
+      return settle();
+    case Kind::endOfStream:
+      if (isCurrent) runOut();
+      return;
+    case Kind::durationChanged:
+      return updateDuration();
+    case Kind::starved:
+    case Kind::fed:
+      return setStarved(event.kind == Kind::starved);
+    case Kind::failed:
+      return failWithCause(*event.error);
+  }
+}
+
+void GStreamerPlayer::settle() {
+  if (!pipeline_->isSettled()) return;
+  if (state_.get() == TarnPlayerState::loading) return becomeReady();
+  if (activeSeek_ && activeSeek_->announced) land();
+}
+
+void GStreamerPlayer::becomeReady() {
+  const Turn turn(*this);
+  lastAdvance_ = Clock::now();
+  updateDuration();
+  if (turn.isOver()) return;
+  updateRanges();
+  if (turn.isOver()) return;
+  state_.set(TarnPlayerState::ready);
+  if (turn.isOver()) return;
+  startWaitingSeek();
+  applyPlaying();
+}
+
+void GStreamerPlayer::setStarved(bool starved) {
+  if (starved == buffering_.get()) return;
+  const Turn turn(*this);
+  buffering_.set(starved);
+  if (!turn.isOver()) applyPlaying();
+}
+
+/// The pipeline has nothing more to play.
+void GStreamerPlayer::runOut() {
+  if (waitingSeek_) return;
+  const Turn turn(*this);
+  if (activeSeek_) {
+    land();
+    if (turn.isOver() || activeSeek_) return;
+  }
+  if (const auto duration = knownDuration()) {
+    const CMTime reached = currentTime();
+    if (CMTimeCompare(CMTimeAdd(reached, kEndSlack), *duration) < 0) {
+      Error error = streamError(TarnPlayerErrorCode::brokenOff, *url_);
+      error.failureReason = fmt::format("It ran out at {:.3f} of {:.3f} s", CMTimeGetSeconds(reached),
+                                        CMTimeGetSeconds(*duration));
+      return fail(std::move(error));
+    }
+  }
+  reachEnd();
+}
+
+void GStreamerPlayer::reachEnd() {
+  const Turn turn(*this);
+  pipeline_->setPlaying(false);
+  const CMTime end = knownDuration().value_or(currentTime());
+  atEnd_ = true;
+  report(end);
+  if (turn.isOver() || activeSeek_) return;
+  playing_.set(false);
+  if (turn.isOver() || activeSeek_) return;
+  state_.set(TarnPlayerState::ended);
+  if (!turn.isOver()) updateTicker();
+}
+
+void GStreamerPlayer::failWithCause(const Error& cause) {
+  const bool hasBegun = state_.get() != TarnPlayerState::loading;
+  fail(withUnderlying(streamError(classify(cause, hasBegun), *url_), cause));
+}
+
+void GStreamerPlayer::fail(Error error) {
+  const Turn turn(*this);
+  dropSeeks();
+  activeSeek_.reset();
+  pipeline_.reset();
+  updateTicker();
+  error_ = std::move(error);
+  if (buffering_.get()) buffering_.set(false);
+  if (turn.isOver()) return;
+  if (playing_.get()) playing_.set(false);
+  if (turn.isOver()) return;
+  state_.set(TarnPlayerState::failed);
+}
+
+// Seeking
+
+void GStreamerPlayer::seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranceAfter,
+                                 SeekCompletion completion) {
+  dropSeeks();
+  if (!pipeline_ || !(CMTIME_IS_NUMERIC(time) || CMTIME_IS_POSITIVE_INFINITY(time))) {
+    return refuse(std::move(completion));
+  }
+  waitingSeek_ = Seek{laterOf(time, kCMTimeZero), toleranceBefore, toleranceAfter, std::move(completion)};
+  startWaitingSeek();
+}
+
+/// Promises "unfinished" to the seeks under way. The one that the pipeline works on stays active, without a
+/// completion, because the next may begin only when it has landed.
+void GStreamerPlayer::dropSeeks() {
+  if (waitingSeek_) refuse(std::move(waitingSeek_->completion));
+  waitingSeek_.reset();
+  if (activeSeek_) refuse(std::exchange(activeSeek_->completion, nullptr));
+}
+
+void GStreamerPlayer::refuse(SeekCompletion completion) {
+  if (!completion) return;
+  MainQueue::shared().async([alive = std::weak_ptr<char>(alive_), completion = std::move(completion)] {
+    if (!alive.expired()) completion(false);
+  });
+}
+
+void GStreamerPlayer::startWaitingSeek() {
+  const bool isReady = state_.get() == TarnPlayerState::ready || state_.get() == TarnPlayerState::ended;
+  if (!waitingSeek_ || activeSeek_ || !isReady) return;
+  Seek seek = *std::exchange(waitingSeek_, std::nullopt);
+  const auto duration = knownDuration();
+  seek.toEnd = duration && CMTimeCompare(seek.time, *duration) >= 0;
+  if (seek.toEnd) seek.time = *duration;
+  if (!CMTIME_IS_NUMERIC(seek.time)) return refuse(std::move(seek.completion));
+  const auto mode =
+      seek.toEnd ? GStreamerSeekMode::accurate : looseMode(seek.toleranceBefore, seek.toleranceAfter);
+  jump(std::move(seek), mode);
+}
+
+void GStreamerPlayer::jump(Seek seek, GStreamerSeekMode mode) {
+  seek.isAccurate = mode == GStreamerSeekMode::accurate;
+  seek.announced = false;
+  // At its very end an item has no picture to stop at.
+  const CMTime aim = seek.toEnd ? laterOf(CMTimeSubtract(seek.time, kPicture), kCMTimeZero) : seek.time;
+  lastAdvance_ = Clock::now();
+  if (!pipeline_->seek(aim, mode)) {
+    activeSeek_.reset();
+    return refuse(std::move(seek.completion));
+  }
+  activeSeek_ = std::move(seek);
+  updateTicker();
+}
+
+/// The pipeline stands where the active seek has led.
+void GStreamerPlayer::land() {
+  Seek seek = *std::exchange(activeSeek_, std::nullopt);
+  if (waitingSeek_) return startWaitingSeek();
+
+  CMTime landing = seek.toEnd ? seek.time : pipeline_->position().value_or(seek.time);
+  if (seek.isAccurate && liesWithin(landing, seek.time, kPicture, kPicture)) landing = seek.time;
+  if (!seek.isAccurate && !liesWithin(landing, seek.time, seek.toleranceBefore, seek.toleranceAfter))
+    return jump(std::move(seek), GStreamerSeekMode::accurate);
+
+  position_ = landing;
+  atEnd_ = seek.toEnd;
+  lastAdvance_ = Clock::now();
+  const Turn turn(*this);
+  if (state_.get() == TarnPlayerState::ended) state_.set(TarnPlayerState::ready);
+  if (turn.isOver()) return;
+  if (seek.completion) seek.completion(true);
+  if (turn.isOver()) return;
+  report(landing);
+  if (!turn.isOver()) applyPlaying();
+}
+
+// Reports
+
+void GStreamerPlayer::tick() {
+  const auto limit = state_.get() == TarnPlayerState::loading ? options_.loadLimit : options_.stallLimit;
+  if (isAwaitingProgress() && Clock::now() - lastAdvance_ > limit) {
+    Error error = streamError(TarnPlayerErrorCode::stalled, *url_);
+    error.failureReason = fmt::format("Nothing came for {} s", std::chrono::duration<double>(limit).count());
+    return fail(std::move(error));
+  }
+  if (state_.get() != TarnPlayerState::ready || activeSeek_) return;
+  if (atEnd_) return reachEnd();
+  const Turn turn(*this);
+  updateRanges();
+  if (turn.isOver()) return;
+  const CMTime now = currentTime();
+  const bool moved = CMTimeCompare(now, position_) > 0;
+  if (moved) lastAdvance_ = Clock::now();
+  if (!moved && hasReported_) return;
+  report(now);
+}
+
+void GStreamerPlayer::report(CMTime time) {
+  position_ = time;
+  hasReported_ = true;
+  progress_.set(time);
+}
+
+void GStreamerPlayer::updateDuration() {
+  const auto duration = pipeline_->duration();
+  const auto& known = currentItemDuration_.get();
+  if (duration && !(known && CMTimeCompare(*known, *duration) == 0)) currentItemDuration_.set(duration);
+}
+
+void GStreamerPlayer::updateRanges() {
+  const Turn turn(*this);
+  if (auto ranges = pipeline_->seekableRanges(); !areSame(ranges, seekableTimeRanges_.get())) {
+    seekableTimeRanges_.set(std::move(ranges));
+    if (turn.isOver()) return;
+  }
+  if (auto ranges = pipeline_->loadedRanges(); !areSame(ranges, loadedTimeRanges_.get())) {
+    loadedTimeRanges_.set(std::move(ranges));
+  }
+}
+
+CMTime GStreamerPlayer::currentTime() const {
+  if (!pipeline_ || state_.get() != TarnPlayerState::ready || activeSeek_ || atEnd_) return position_;
+  const auto now = pipeline_->position();
+  if (!now) return position_;
+  return laterOf(position_, earlierOf(*now, knownDuration().value_or(*now)));
+}
+
+std::optional<CMTime> GStreamerPlayer::knownDuration() const {
+  const auto& duration = currentItemDuration_.get();
+  if (!duration || !CMTIME_IS_NUMERIC(*duration)) return std::nullopt;
+  return duration;
+}
+
+}  // namespace tarn

@@ -1,0 +1,283 @@
+#include "HostGStreamer/Internal/GStreamerPipeline.h"
+
+#include <gst/gst.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <utility>
+
+#include "Host/TarnPlayer.h"
+#include "HostGStreamer/Internal/GStreamerLibrary.h"
+
+namespace tarn {
+namespace {
+
+CMTime fromNanoseconds(gint64 nanoseconds) {
+  const auto ticks = gst_util_uint64_scale_round(static_cast<guint64>(nanoseconds),
+                                                 static_cast<guint64>(kGStreamerTimescale), GST_SECOND);
+  return CMTimeMake(static_cast<CMTimeValue>(ticks), kGStreamerTimescale);
+}
+
+/// Of a numeric time that is not negative.
+gint64 toNanoseconds(CMTime time) {
+  const auto nanoseconds = gst_util_uint64_scale_round(static_cast<guint64>(time.value), GST_SECOND,
+                                                       static_cast<guint64>(time.timescale));
+  return static_cast<gint64>(std::min<guint64>(nanoseconds, G_MAXINT64));
+}
+
+/// The GST_SEEK_FLAG_SNAP_… of a mode.
+int snapFlags(GStreamerSeekMode mode) {
+  switch (mode) {
+    case GStreamerSeekMode::accurate:
+      return GST_SEEK_FLAG_ACCURATE;
+    case GStreamerSeekMode::keyUnitBefore:
+      return GST_SEEK_FLAG_KEY_UNIT | GST_SEEK_FLAG_SNAP_BEFORE;
+    case GStreamerSeekMode::keyUnitAfter:
+      return GST_SEEK_FLAG_KEY_UNIT | GST_SEEK_FLAG_SNAP_AFTER;
+    case GStreamerSeekMode::keyUnitNearest:
+      break;
+  }
+  return GST_SEEK_FLAG_KEY_UNIT | GST_SEEK_FLAG_SNAP_NEAREST;
+}
+
+/// Hears the messages of one pipeline on GStreamer's threads. Outlives none of them, because the pipeline is
+/// stopped first.
+class BusListener {
+ public:
+  BusListener(GstObject* pipeline, GStreamerPipeline::OnEvent onEvent)
+      : pipeline_(pipeline), onEvent_(std::move(onEvent)) {}
+
+  void hear(GstMessage* message);
+  void countJump() { ++jumps_; }
+  [[nodiscard]] unsigned jumps() const { return jumps_; }
+
+ private:
+  void tell(GStreamerEvent::Kind kind, std::optional<Error> error = {}) const {
+    onEvent_({kind, jumps_, std::move(error)});
+  }
+  void hearState(GstMessage* message) const;
+  void hearBuffering(GstMessage* message);
+  void hearElement(GstMessage* message);
+  void hearSelection(GstMessage* message);
+  void hearError(GstMessage* message) const;
+
+  GstObject* const pipeline_;
+  const GStreamerPipeline::OnEvent onEvent_;
+  std::atomic<unsigned> jumps_ = 0;
+  std::mutex mutex_;  // guards what follows
+  bool starved_ = false;
+  std::string missing_;  // the decoder that was looked for last in vain
+};
+
+void BusListener::hear(GstMessage* message) {
+  const bool ofPipeline = GST_MESSAGE_SRC(message) == pipeline_;
+  switch (GST_MESSAGE_TYPE(message)) {
+    case GST_MESSAGE_ASYNC_DONE:
+      if (ofPipeline) tell(GStreamerEvent::Kind::arrived);
+      break;
+    case GST_MESSAGE_STATE_CHANGED:
+      if (ofPipeline) hearState(message);
+      break;
+    case GST_MESSAGE_EOS:
+      if (ofPipeline) tell(GStreamerEvent::Kind::endOfStream);
+      break;
+    case GST_MESSAGE_DURATION_CHANGED:
+      tell(GStreamerEvent::Kind::durationChanged);
+      break;
+    case GST_MESSAGE_BUFFERING:
+      hearBuffering(message);
+      break;
+    case GST_MESSAGE_ELEMENT:
+      hearElement(message);
+      break;
+    case GST_MESSAGE_STREAMS_SELECTED:
+      hearSelection(message);
+      break;
+    case GST_MESSAGE_ERROR:
+      hearError(message);
+      break;
+    default:
+      break;
+  }
+}
+
+void BusListener::hearState(GstMessage* message) const {
+  GstState pending = GST_STATE_VOID_PENDING;
+  gst_message_parse_state_changed(message, nullptr, nullptr, &pending);
+  if (pending == GST_STATE_VOID_PENDING) tell(GStreamerEvent::Kind::settled);
+}
+
+void BusListener::hearBuffering(GstMessage* message) {
+  gint percent = 0;
+  gst_message_parse_buffering(message, &percent);
+  const bool starved = percent < 100;
+  const std::lock_guard lock(mutex_);  // keeps the order of what several threads tell
+  if (std::exchange(starved_, starved) != starved)
+    tell(starved ? GStreamerEvent::Kind::starved : GStreamerEvent::Kind::fed);
+}
+
+void BusListener::hearElement(GstMessage* message) {
+  const GstStructure* structure = gst_message_get_structure(message);
+  if (!structure || !gst_structure_has_name(structure, "missing-plugin")) return;
+  const gchar* name = gst_structure_get_string(structure, "name");
+  const std::lock_guard lock(mutex_);
+  missing_ = name ? name : "";
+}
+
+/// A web page, say, gets no error from GStreamer: it finds nothing in it that it could play, and plays that.
+void BusListener::hearSelection(GstMessage* message) {
+  if (gst_message_streams_selected_get_size(message) > 0) return;
+  Error error;
+  error.domain = TarnPlayerErrorDomain;
+  error.code = static_cast<std::int64_t>(TarnPlayerErrorCode::notPlayable);
+  error.description = "There is neither picture nor sound in it";
+  const std::lock_guard lock(mutex_);
+  if (!missing_.empty()) error.failureReason = "GStreamer has no " + missing_;
+  tell(GStreamerEvent::Kind::failed, std::move(error));
+}
+
+void BusListener::hearError(GstMessage* message) const {
+  GError* details = nullptr;
+  gchar* debug = nullptr;
+  gst_message_parse_error(message, &details, &debug);
+  const bool isVague = g_error_matches(details, GST_STREAM_ERROR, GST_STREAM_ERROR_FAILED);
+  const bool ofSource = GST_OBJECT_FLAG_IS_SET(GST_MESSAGE_SRC(message), GST_ELEMENT_FLAG_SOURCE);
+  Error cause = takeGStreamerError(details, debug);
+  if (!isVague || !ofSource) return tell(GStreamerEvent::Kind::failed, std::move(cause));
+  Error error;
+  error.domain = TarnPlayerErrorDomain;
+  error.code = static_cast<std::int64_t>(TarnPlayerErrorCode::cannotOpen);
+  error.description = "Its server could not be reached";
+  tell(GStreamerEvent::Kind::failed, withUnderlying(std::move(error), std::move(cause)));
+}
+
+GstBusSyncReply onBusMessage(GstBus* /*bus*/, GstMessage* message, gpointer listener) {
+  static_cast<BusListener*>(listener)->hear(message);
+  gst_message_unref(message);
+  return GST_BUS_DROP;
+}
+
+}  // namespace
+
+struct GStreamerPipeline::Handles {
+  Handles(GstObjectPtr<GstElement> element, OnEvent onEvent)
+      : playbin(std::move(element)), listener(GST_OBJECT(playbin.get()), std::move(onEvent)) {
+    const GstObjectPtr<GstBus> bus(gst_element_get_bus(playbin.get()));
+    gst_bus_set_sync_handler(bus.get(), onBusMessage, &listener, nullptr);
+  }
+  Handles(const Handles&) = delete;
+  Handles& operator=(const Handles&) = delete;
+  ~Handles() {
+    gst_element_set_state(playbin.get(), GST_STATE_NULL);
+    const GstObjectPtr<GstBus> bus(gst_element_get_bus(playbin.get()));
+    gst_bus_set_sync_handler(bus.get(), nullptr, nullptr, nullptr);
+  }
+
+  const GstObjectPtr<GstElement> playbin;
+  BusListener listener;
+};
+
+Result<std::unique_ptr<GStreamerPipeline>> GStreamerPipeline::make(const URL& url,
+                                                                   const std::string& videoSink,
+                                                                   const std::string& audioSink,
+                                                                   OnEvent onEvent) {
+  const auto started = startGStreamer();
+  if (!started) return started.error();
+  // Not named by the pipeline, but without it no HLS stream plays.
+  if (const auto demuxer = requireGStreamerElement("hlsdemux2"); !demuxer) return demuxer.error();
+
+  auto playbin = makeGStreamerElement("playbin3");
+  if (!playbin) return playbin.error();
+  auto video = makeGStreamerElement(videoSink);
+  if (!video) return video.error();
+  auto audio = makeGStreamerElement(audioSink);
+  if (!audio) return audio.error();
+  for (const auto& sink : {video->get(), audio->get()}) {
+    if (g_object_class_find_property(G_OBJECT_GET_CLASS(sink), "sync")) {
+      g_object_set(sink, "sync", TRUE, nullptr);
+    }
+  }
+
+  GstElement* element = playbin->get();
+  g_object_set(element, "uri", url.absoluteString().c_str(), "video-sink", video->get(), "audio-sink",
+               audio->get(), nullptr);
+  auto handles = std::make_unique<Handles>(std::move(*playbin), std::move(onEvent));
+  // A failure here is told through the bus too, with its cause.
+  gst_element_set_state(element, GST_STATE_PAUSED);
+  return std::unique_ptr<GStreamerPipeline>(new GStreamerPipeline(std::move(handles)));
+}
+
+GStreamerPipeline::GStreamerPipeline(std::unique_ptr<Handles> handles) : handles_(std::move(handles)) {}
+
+GStreamerPipeline::~GStreamerPipeline() = default;
+
+void GStreamerPipeline::setPlaying(bool playing) {
+  gst_element_set_state(handles_->playbin.get(), playing ? GST_STATE_PLAYING : GST_STATE_PAUSED);
+}
+
+bool GStreamerPipeline::seek(CMTime time, GStreamerSeekMode mode) {
+  handles_->listener.countJump();
+  const auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | snapFlags(mode));
+  return gst_element_seek_simple(handles_->playbin.get(), GST_FORMAT_TIME, flags, toNanoseconds(time)) ==
+         TRUE;
+}
+
+unsigned GStreamerPipeline::jumps() const {
+  return handles_->listener.jumps();
+}
+
+bool GStreamerPipeline::isSettled() const {
+  GstState state = GST_STATE_NULL;
+  GstState pending = GST_STATE_VOID_PENDING;
+  gst_element_get_state(handles_->playbin.get(), &state, &pending, 0);
+  return pending == GST_STATE_VOID_PENDING && state >= GST_STATE_PAUSED;
+}
+
+std::optional<CMTime> GStreamerPipeline::position() const {
+  gint64 nanoseconds = 0;
+  if (!gst_element_query_position(handles_->playbin.get(), GST_FORMAT_TIME, &nanoseconds) || nanoseconds < 0)
+    return std::nullopt;
+  return fromNanoseconds(nanoseconds);
+}
+
+std::optional<CMTime> GStreamerPipeline::duration() const {
+  gint64 nanoseconds = 0;
+  if (!gst_element_query_duration(handles_->playbin.get(), GST_FORMAT_TIME, &nanoseconds) || nanoseconds <= 0)
+    return std::nullopt;
+  return fromNanoseconds(nanoseconds);
+}
+
+std::optional<std::vector<CMTimeRange>> GStreamerPipeline::seekableRanges() const {
+  const GstQueryPtr query(gst_query_new_seeking(GST_FORMAT_TIME));
+  if (!gst_element_query(handles_->playbin.get(), query.get())) return std::nullopt;
+  gboolean seekable = FALSE;
+  gint64 start = 0;
+  gint64 end = 0;
+  gst_query_parse_seeking(query.get(), nullptr, &seekable, &start, &end);
+  std::vector<CMTimeRange> ranges;
+  if (seekable && start >= 0 && end > start) {
+    const CMTime from = fromNanoseconds(start);
+    ranges.push_back(CMTimeRangeMake(from, CMTimeSubtract(fromNanoseconds(end), from)));
+  }
+  return ranges;
+}
+
+std::optional<std::vector<CMTimeRange>> GStreamerPipeline::loadedRanges() const {
+  const GstQueryPtr query(gst_query_new_buffering(GST_FORMAT_TIME));
+  if (!gst_element_query(handles_->playbin.get(), query.get())) return std::nullopt;
+  std::vector<CMTimeRange> ranges;
+  const guint count = gst_query_get_n_buffering_ranges(query.get());
+  for (guint i = 0; i < count; ++i) {
+    gint64 start = 0;
+    gint64 end = 0;
+    if (!gst_query_parse_nth_buffering_range(query.get(), i, &start, &end) || start < 0 || end < start)
+      continue;
+    const CMTime from = fromNanoseconds(start);
+    ranges.push_back(CMTimeRangeMake(from, CMTimeSubtract(fromNanoseconds(end), from)));
+  }
+  return ranges;
+}
+
+}  // namespace tarn

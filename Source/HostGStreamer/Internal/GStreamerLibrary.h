@@ -1,0 +1,37 @@
+#pragma once
+
+#include <gst/gst.h>
+
+#include <memory>
+#include <string>
+
+#include "Platform/Result.h"
+
+/// What this folder's sources share of GStreamer itself: start, ownership, elements and errors. Private to
+/// the folder; its public headers name no GStreamer type.
+namespace tarn {
+
+struct GstObjectUnref {
+  void operator()(gpointer object) const { gst_object_unref(object); }
+};
+template <typename T>
+using GstObjectPtr = std::unique_ptr<T, GstObjectUnref>;
+
+struct GstQueryUnref {
+  void operator()(GstQuery* query) const { gst_query_unref(query); }
+};
+using GstQueryPtr = std::unique_ptr<GstQuery, GstQueryUnref>;
+
+/// Starts the library once per process. Any thread.
+[[nodiscard]] Result<void> startGStreamer();
+
+/// Whether the factory exists; the error names the Debian package to install. The library has been started.
+[[nodiscard]] Result<void> requireGStreamerElement(const std::string& factory);
+
+/// A new element, owned by the caller (not floating). Errors as above.
+[[nodiscard]] Result<GstObjectPtr<GstElement>> makeGStreamerElement(const std::string& factory);
+
+/// GStreamer's error as ours; frees both arguments.
+[[nodiscard]] Error takeGStreamerError(GError* error, gchar* debug);
+
+}  // namespace tarn

@@ -1,0 +1,364 @@
+#include "HostGStreamer/GStreamerPlayer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Platform/Queue.h"
+#include "StreamServer.h"
+#include "Support/TimePrinter.h"
+
+namespace tarn::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+const CMTime kZero = kCMTimeZero;
+
+/// A player with everything that it told.
+class Viewer {
+ public:
+  explicit Viewer(GStreamerPlayerOptions options = {}) : player(std::make_unique<GStreamerPlayer>(options)) {
+    tokens_.push_back(player->progress().observe([this](const CMTime& time) { progress.push_back(time); }));
+    tokens_.push_back(player->state().observe([this](const auto& state) { states.push_back(state); }));
+  }
+
+  bool waitFor(const std::function<bool()>& done) { return MainQueue::shared().runUntil(done, 30s); }
+  bool reaches(TarnPlayerState state) {
+    return waitFor([&] { return player->state().get() == state; });
+  }
+  /// Waits for a seek; absent when it never completed.
+  std::optional<bool> seek(CMTime time, CMTime before = kZero, CMTime after = kZero) {
+    std::optional<bool> answer;
+    player->seekToTime(time, before, after, [&](bool finished) { answer = finished; });
+    EXPECT_FALSE(answer) << "completed inside the call";
+    waitFor([&] { return answer.has_value(); });
+    return answer;
+  }
+  [[nodiscard]] CMTime duration() const { return *player->currentItemDuration().get(); }
+
+  std::unique_ptr<GStreamerPlayer> player;
+  std::vector<CMTime> progress;
+  std::vector<TarnPlayerState> states;
+
+ private:
+  std::vector<Token> tokens_;
+};
+
+class GStreamerPlayerTest : public ::testing::Test {
+ protected:
+  void loadPaused() {
+    viewer.player->loadURL(server.url("/index.m3u8"));
+    ASSERT_TRUE(viewer.reaches(TarnPlayerState::ready)) << chainDescription(*viewer.player->error());
+  }
+
+  StreamServer server;
+  Viewer viewer;
+};
+
+TEST_F(GStreamerPlayerTest, PlaysAnItemFromItsStartToItsDurationExactly) {
+  EXPECT_THAT(viewer.player->currentTime(), TimeEq(kZero));
+  viewer.player->play();
+  viewer.player->loadURL(server.url("/index.m3u8"));
+  ASSERT_TRUE(viewer.reaches(TarnPlayerState::ended));
+
+  EXPECT_THAT(viewer.states,
+              ElementsAre(TarnPlayerState::loading, TarnPlayerState::ready, TarnPlayerState::ended));
+  EXPECT_NEAR(CMTimeGetSeconds(viewer.duration()), 4.0, 0.04);
+  ASSERT_GT(viewer.progress.size(), 10U);
+  EXPECT_LT(CMTimeGetSeconds(viewer.progress.front()), 1.0);
+  for (std::size_t i = 1; i < viewer.progress.size(); ++i) {
+    EXPECT_LT(CMTimeCompare(viewer.progress[i - 1], viewer.progress[i]), 0) << "report " << i;
+  }
+  EXPECT_THAT(viewer.progress.back(), IdenticalTo(viewer.duration()));
+  EXPECT_THAT(viewer.player->currentTime(), TimeEq(viewer.duration()));
+  EXPECT_FALSE(viewer.player->playing().get());
+  const auto seekable = viewer.player->seekableTimeRanges().get();
+  ASSERT_TRUE(seekable && seekable->size() == 1);
+  EXPECT_THAT(CMTimeRangeGetEnd(seekable->front()), TimeEq(viewer.duration()));
+}
+
+TEST_F(GStreamerPlayerTest, SeeksWithoutToleranceLandOnTheTimeItself) {
+  loadPaused();
+  for (const double target : {1.0, 0.2, 0.0, 2.999, 3.5, 2.0, 1.0 + 1.0 / 600}) {
+    SCOPED_TRACE(target);
+    viewer.progress.clear();
+    EXPECT_EQ(viewer.seek(seconds(target)), true);
+    EXPECT_THAT(viewer.progress, ElementsAre(TimeEq(seconds(target))));
+    EXPECT_THAT(viewer.player->currentTime(), TimeEq(seconds(target)));
+  }
+  EXPECT_EQ(viewer.seek(seconds(-3)), true);
+  EXPECT_THAT(viewer.player->currentTime(), TimeEq(kZero));
+}
+
+TEST_F(GStreamerPlayerTest, LooseSeeksLandWithinTheirTolerances) {
+  loadPaused();
+  struct Row {
+    double target, before, after;
+  };
+  for (const auto& row : {Row{1.7, 2, 2}, Row{2.3, 2, 0}, Row{2.3, 0, 2}, Row{1.7, 0.01, 0.01},
+                          Row{3.3, 0.1, 0}, Row{0.1, 2, 2}}) {
+    SCOPED_TRACE(::testing::PrintToString(row.target));
+    EXPECT_EQ(viewer.seek(seconds(row.target), seconds(row.before), seconds(row.after)), true);
+    const double landing = CMTimeGetSeconds(viewer.player->currentTime());
+    EXPECT_GE(landing, row.target - row.before - 1e-4);
+    EXPECT_LE(landing, row.target + row.after + 1e-4);
+  }
+}
+
+TEST_F(GStreamerPlayerTest, ASeekToTheEndLandsOnTheDurationAndPlayingThereEndsTheItem) {
+  loadPaused();
+  for (const CMTime& target : {viewer.duration(), seconds(1000), kCMTimePositiveInfinity}) {
+    EXPECT_EQ(viewer.seek(target), true);
+    EXPECT_THAT(viewer.progress.back(), IdenticalTo(viewer.duration()));
+    EXPECT_EQ(viewer.player->state().get(), TarnPlayerState::ready);
+    viewer.player->play();
+    ASSERT_TRUE(viewer.reaches(TarnPlayerState::ended));
+    EXPECT_FALSE(viewer.player->playing().get());
+  }
+  viewer.player->play();
+  EXPECT_FALSE(viewer.player->playing().get()) << "an ended item plays on only after a seek";
+
+  EXPECT_EQ(viewer.seek(seconds(2)), true);
+  EXPECT_EQ(viewer.player->state().get(), TarnPlayerState::ready);
+  viewer.player->play();
+  EXPECT_TRUE(viewer.waitFor([&] { return CMTimeCompare(viewer.progress.back(), seconds(2.2)) > 0; }));
+}
+
+TEST_F(GStreamerPlayerTest, ANewerSeekSupersedesTheOlderOnceBeforeAndAfterTheItemIsReady) {
+  viewer.player->loadURL(server.url("/index.m3u8"));
+  for (const char* moment : {"loading", "ready"}) {
+    SCOPED_TRACE(moment);
+    std::vector<std::string> answers;
+    for (const double target : {3.0, 1.0, 2.0}) {
+      viewer.player->seekToTime(seconds(target), kZero, kZero, [&answers, target](bool finished) {
+        answers.push_back(std::to_string(static_cast<int>(target)) + (finished ? " yes" : " no"));
+      });
+    }
+    EXPECT_TRUE(viewer.waitFor([&] { return answers.size() == 3; }));
+    EXPECT_THAT(answers, ElementsAre("3 no", "1 no", "2 yes"));
+    EXPECT_THAT(viewer.player->currentTime(), TimeEq(seconds(2)));
+  }
+  EXPECT_THAT(viewer.progress, ElementsAre(TimeEq(seconds(2)), TimeEq(seconds(2))));
+}
+
+TEST_F(GStreamerPlayerTest, SeeksThatLeadNowhereCompleteUnfinished) {
+  EXPECT_EQ(viewer.seek(kZero), false) << "no item";
+  loadPaused();
+  for (const CMTime& time : {kCMTimeInvalid, kCMTimeIndefinite, kCMTimeNegativeInfinity}) {
+    EXPECT_EQ(viewer.seek(time), false) << CMTimeCopyDescription(time);
+  }
+  std::optional<bool> answer;
+  viewer.player->seekToTime(seconds(1), kZero, kZero, [&](bool finished) { answer = finished; });
+  viewer.player->loadURL(server.url("/nowhere.m3u8"));
+  EXPECT_TRUE(viewer.waitFor([&] { return answer.has_value(); }));
+  EXPECT_EQ(answer, false) << "another item";
+}
+
+TEST_F(GStreamerPlayerTest, CompletesASeekBeforeItReportsThePositionAndPlaysOnFromThere) {
+  loadPaused();
+  viewer.player->play();
+  ASSERT_TRUE(viewer.waitFor([&] { return viewer.progress.size() > 2; }));
+  std::vector<CMTime> atCompletion;
+  viewer.player->seekToTime(seconds(3), kZero, kZero, [&](bool) { atCompletion = viewer.progress; });
+  ASSERT_TRUE(viewer.waitFor(
+      [&] { return viewer.progress.size() > atCompletion.size() + 2 && !atCompletion.empty(); }));
+  EXPECT_LT(CMTimeCompare(atCompletion.back(), seconds(3)), 0);
+  EXPECT_THAT(viewer.progress[atCompletion.size()], TimeEq(seconds(3)));
+  EXPECT_TRUE(viewer.player->playing().get());
+}
+
+TEST_F(GStreamerPlayerTest, APausedPlayheadStandsAndGoesOnFromThere) {
+  loadPaused();
+  viewer.player->play();
+  ASSERT_TRUE(viewer.waitFor([&] { return viewer.progress.size() > 4; }));
+  viewer.player->pause();
+  const CMTime stood = viewer.player->currentTime();
+  EXPECT_EQ(viewer.seek(seconds(1000)), true);  // the queue turns for a while
+  EXPECT_EQ(viewer.player->state().get(), TarnPlayerState::ready);
+  EXPECT_EQ(viewer.seek(stood), true);
+  viewer.progress.clear();
+  viewer.player->play();
+  ASSERT_TRUE(viewer.waitFor([&] { return viewer.progress.size() > 2; }));
+  EXPECT_GE(CMTimeCompare(viewer.progress.front(), stood), 0);
+}
+
+struct FaultRow {
+  const char* name;
+  std::function<URL(StreamServer&)> prepare;
+  TarnPlayerErrorCode code;
+  bool hasCause;
+};
+
+void PrintTo(const FaultRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class GStreamerPlayerFault : public ::testing::TestWithParam<FaultRow> {};
+
+TEST_P(GStreamerPlayerFault, EndsInAnErrorThatNamesTheStreamAndItsCause) {
+  StreamServer server;
+  GStreamerPlayerOptions options;
+  options.loadLimit = options.stallLimit = 3s;
+  Viewer viewer(options);
+  const URL url = GetParam().prepare(server);
+  viewer.player->play();
+  viewer.player->loadURL(url);
+  ASSERT_TRUE(viewer.waitFor([&] {
+    const auto state = viewer.player->state().get();
+    return state == TarnPlayerState::failed || state == TarnPlayerState::ended;
+  }));
+  ASSERT_EQ(viewer.player->state().get(), TarnPlayerState::failed);
+  const Error& error = *viewer.player->error();
+  EXPECT_EQ(error.domain, TarnPlayerErrorDomain);
+  EXPECT_EQ(static_cast<TarnPlayerErrorCode>(error.code), GetParam().code) << chainDescription(error);
+  EXPECT_THAT(chainDescription(error), HasSubstr(url.absoluteString()));
+  EXPECT_EQ(error.underlying != nullptr || error.failureReason.has_value(), GetParam().hasCause)
+      << chainDescription(error);
+  EXPECT_FALSE(viewer.player->playing().get());
+  EXPECT_EQ(viewer.seek(kZero), false);
+
+  // Another item heals it.
+  viewer.player->loadURL(StreamServer().url("/x"));
+  EXPECT_FALSE(viewer.player->error());
+}
+
+const auto atIndex = [](auto change) {
+  return [change](StreamServer& server) {
+    change(server);
+    return server.url("/index.m3u8");
+  };
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    , GStreamerPlayerFault,
+    ::testing::Values(
+        FaultRow{"NotThere", [](auto& server) { return server.url("/nowhere.m3u8"); },
+                 TarnPlayerErrorCode::cannotOpen, true},
+        FaultRow{"ServerError", atIndex([](auto& s) { s.refuse("/index.m3u8", 503); }),
+                 TarnPlayerErrorCode::cannotOpen, true},
+        FaultRow{"NoServer", [](auto&) { return StreamServer().url("/index.m3u8"); },
+                 TarnPlayerErrorCode::cannotOpen, true},
+        FaultRow{"LocalFile", [](auto&) { return *URL::fromString("file:///etc/hostname"); },
+                 TarnPlayerErrorCode::unsupportedScheme, false},
+        FaultRow{"WebPage", atIndex([](auto& s) {
+                   s.serve("/index.m3u8", "<!DOCTYPE html><html><body>Not here</body></html>", "text/html");
+                 }),
+                 TarnPlayerErrorCode::notPlayable, true},
+        FaultRow{"Text", atIndex([](auto& s) { s.serve("/index.m3u8", "hello, viewer\n", "text/plain"); }),
+                 TarnPlayerErrorCode::notPlayable, true},
+        FaultRow{"Nothing", atIndex([](auto& s) { s.serve("/index.m3u8", "", "video/mp2t"); }),
+                 TarnPlayerErrorCode::notPlayable, true},
+        FaultRow{"EmptyPlaylist", atIndex([](auto& s) {
+                   s.serve("/index.m3u8", "#EXTM3U\n", "application/vnd.apple.mpegurl");
+                 }),
+                 TarnPlayerErrorCode::notPlayable, true},
+        FaultRow{"NoSegments", atIndex([](auto& s) {
+                   for (const char* n : {"0", "1", "2", "3"})
+                     s.refuse(std::string("/segment") + n + ".ts", 404);
+                 }),
+                 TarnPlayerErrorCode::cannotOpen, true},
+        FaultRow{"GarbageSegments", atIndex([](auto& s) {
+                   for (const char* n : {"0", "1", "2", "3"})
+                     s.serve(std::string("/segment") + n + ".ts", std::string(40'000, 'x'), "video/mp2t");
+                 }),
+                 TarnPlayerErrorCode::notPlayable, true},
+        FaultRow{"SegmentsGoneHalfWay", atIndex([](auto& s) {
+                   s.refuse("/segment2.ts", 404);
+                   s.refuse("/segment3.ts", 404);
+                 }),
+                 TarnPlayerErrorCode::brokenOff, true},
+        FaultRow{"ConnectionCutHalfWay", atIndex([](auto& s) {
+                   s.breakOff("/segment2.ts");
+                   s.refuse("/segment3.ts", 404);
+                 }),
+                 TarnPlayerErrorCode::brokenOff, true},
+        FaultRow{"PlaylistNeverComes", atIndex([](auto& s) { s.hang("/index.m3u8"); }),
+                 TarnPlayerErrorCode::stalled, true},
+        FaultRow{"SegmentNeverComes", atIndex([](auto& s) { s.hang("/segment1.ts"); }),
+                 TarnPlayerErrorCode::stalled, true}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(GStreamerPlayerTest, AMissingSinkIsToldWithWhatToInstall) {
+  GStreamerPlayerOptions options;
+  options.audioSink = "nosuchsink";
+  Viewer lacking(options);
+  lacking.player->loadURL(server.url("/index.m3u8"));
+  ASSERT_TRUE(lacking.reaches(TarnPlayerState::failed));
+  EXPECT_EQ(static_cast<TarnPlayerErrorCode>(lacking.player->error()->code),
+            TarnPlayerErrorCode::missingComponent);
+  EXPECT_THAT(chainDescription(*lacking.player->error()), HasSubstr("nosuchsink"));
+  EXPECT_TRUE(lacking.player->error()->underlying->recoverySuggestion);
+}
+
+TEST_F(GStreamerPlayerTest, MayBeDestroyedInsideAnyOfItsCallbacks) {
+  using Arm = std::function<void(GStreamerPlayer&, std::function<void()>, std::vector<Token>&)>;
+  const auto onState = [](TarnPlayerState awaited) -> Arm {
+    return [awaited](auto& player, auto destroy, auto& tokens) {
+      tokens.push_back(player.state().observe([awaited, destroy](auto state) {
+        if (state == awaited) destroy();
+      }));
+    };
+  };
+  const std::vector<Arm> moments = {
+      onState(TarnPlayerState::loading),
+      onState(TarnPlayerState::ready),
+      onState(TarnPlayerState::failed),
+      onState(TarnPlayerState::ended),
+      [](auto& player, auto destroy, auto& tokens) {
+        tokens.push_back(player.progress().observe([destroy](const auto&) { destroy(); }));
+      },
+      [](auto& player, auto destroy, auto&) {
+        player.seekToTime(seconds(1), kZero, kZero, [destroy](bool) { destroy(); });
+      },
+      [](auto& player, auto destroy, auto& tokens) {
+        tokens.push_back(player.currentItemDuration().observe([destroy](const auto&) { destroy(); }));
+      },
+      [](auto& player, auto destroy, auto& tokens) {
+        tokens.push_back(player.playing().observe([destroy](const auto&) { destroy(); }));
+      },
+  };
+  for (std::size_t i = 0; i < moments.size(); ++i) {
+    SCOPED_TRACE(i);
+    Viewer one;
+    std::vector<Token> tokens;
+    int calls = 0;
+    one.player->loadURL(server.url(i == 2 ? "/nowhere" : "/index.m3u8"));
+    moments[i](
+        *one.player,
+        [&] {
+          ++calls;
+          one.player.reset();
+        },
+        tokens);
+    if (i == 0) one.player->loadURL(server.url("/index.m3u8"));
+    if (i == 3) one.player->seekToTime(kCMTimePositiveInfinity, kZero, kZero, nullptr);
+    if (one.player) one.player->play();
+    EXPECT_TRUE(one.waitFor([&] { return one.player == nullptr; }));
+    MainQueue::shared().drain();
+    EXPECT_EQ(calls, 1);
+  }
+}
+
+TEST_F(GStreamerPlayerTest, ALoadDropsTheItemBeforeWhateverItWasDoing) {
+  server.hang("/hang.m3u8");
+  for (int i = 0; i < 5; ++i) {
+    viewer.player->loadURL(server.url("/index.m3u8"));
+    for (int turn = 0; turn < i; ++turn) MainQueue::shared().drain();
+    viewer.player->loadURL(server.url(i % 2 ? "/nowhere.m3u8" : "/hang.m3u8"));
+  }
+  viewer.player->play();
+  viewer.player->loadURL(server.url("/index.m3u8"));
+  ASSERT_TRUE(viewer.waitFor([&] { return viewer.progress.size() > 3; }));
+  EXPECT_FALSE(viewer.player->error());
+}
+
+}  // namespace
+}  // namespace tarn::test
