@@ -1,0 +1,235 @@
+#include "Lumo/TarnLumoONOXMLDocument.h"
+
+#include <libxml/HTMLparser.h>
+
+#include <mutex>
+#include <utility>
+
+#include "Lumo/TarnLumoONOStringEncoding.h"
+#include "Lumo/TarnLumoONOXML+Private.h"
+#include "Lumo/TarnLumoText.h"
+
+namespace {
+
+using tarn::xml::checkDeclarations;
+using tarn::xml::checkMarkup;
+using tarn::xml::DocumentHandle;
+using tarn::xml::view;
+
+/// Recover, and neither report errors nor warnings: libxml2 prints nothing.
+constexpr int kParseOptions = XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+constexpr std::size_t kFaultsKept = 20;
+
+using ParserHandle = std::unique_ptr<xmlParserCtxt, tarn::xml::Deleter<xmlFreeParserCtxt>>;
+using HTMLParserHandle = std::unique_ptr<xmlParserCtxt, tarn::xml::Deleter<htmlFreeParserCtxt>>;
+
+void initialiseParser() {
+  static std::once_flag once;
+  std::call_once(once, xmlInitParser);
+}
+
+/// libxml2's structured error handler; the parser context carries the list.
+void recordFault(void* context, xmlError* error) {
+  auto& faults = *static_cast<TarnLumoONOXMLFaults*>(static_cast<xmlParserCtxt*>(context)->_private);
+  ++faults.count;
+  if (faults.first.size() == kFaultsKept) return;
+  faults.first.push_back(
+      {error->line, tarn::foldedText(error->message == nullptr ? "" : error->message), error->level == XML_ERR_FATAL});
+}
+
+[[nodiscard]] tarn::Error parseError(xmlError* error) {
+  std::optional<tarn::Error> result;
+  TarnLumoONOSetErrorFromXMLErrorPtr(&result, error);
+  if (result) return *std::move(result);
+  tarn::Error empty;
+  empty.domain = TarnLumoONOXMLErrorDomain;
+  empty.code = XML_ERR_DOCUMENT_EMPTY;
+  empty.failureReason = "The document is empty";
+  return empty;
+}
+
+[[nodiscard]] TarnLumoONOXMLDocument::Parsed finish(DocumentHandle document, TarnLumoONOXMLFaults faults,
+                                                    xmlParserCtxt* parser) {
+  if (!document || xmlDocGetRootElement(document.get()) == nullptr)
+    return parseError(xmlCtxtGetLastError(parser));
+  if (auto harmless = checkDeclarations(document.get()); !harmless) return harmless.error();
+  return TarnLumoONOXMLDocument::initWithDocument(document.release(), std::move(faults));
+}
+
+}  // namespace
+
+void TarnLumoONOSetErrorFromXMLErrorPtr(std::optional<tarn::Error>* result, xmlError* error) {
+  if (result == nullptr || error == nullptr) return;
+  result->emplace();
+  (*result)->domain = TarnLumoONOXMLErrorDomain;
+  (*result)->code = error->code;
+  (*result)->failureReason = std::string(tarn::trimmed(error->message == nullptr ? "" : error->message));
+  xmlResetError(error);
+}
+
+TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::XMLDocumentWithData(std::string_view data) {
+  initialiseParser();
+  if (data.empty()) return parseError(nullptr);
+  if (auto harmless = checkMarkup(data); !harmless) return harmless.error();
+  const ParserHandle parser(xmlNewParserCtxt());
+  if (!parser) return tarn::xml::limitError("Out of memory");
+  TarnLumoONOXMLFaults faults;
+  parser->_private = &faults;
+  parser->sax->serror = recordFault;
+  DocumentHandle document(xmlCtxtReadMemory(parser.get(), data.data(), static_cast<int>(data.size()), "", nullptr,
+                                            kParseOptions));
+  return finish(std::move(document), std::move(faults), parser.get());
+}
+
+TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::HTMLDocumentWithData(std::string_view data) {
+  initialiseParser();
+  if (data.empty()) return parseError(nullptr);
+  if (auto harmless = checkMarkup(data); !harmless) return harmless.error();
+  const HTMLParserHandle parser(htmlNewParserCtxt());
+  if (!parser) return tarn::xml::limitError("Out of memory");
+  DocumentHandle document(htmlCtxtReadMemory(parser.get(), data.data(), static_cast<int>(data.size()), "", nullptr,
+                                             kParseOptions));
+  return finish(std::move(document), {}, parser.get());
+}
+
+TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::XMLDocumentWithString(std::string_view text,
+                                                                            TarnLumoONOStringEncoding encoding) {
+  const auto data = tarn::bytesOfText(text, encoding);
+  if (!data) return data.error();
+  return XMLDocumentWithData(*data);
+}
+
+TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::HTMLDocumentWithString(std::string_view text,
+                                                                             TarnLumoONOStringEncoding encoding) {
+  const auto data = tarn::bytesOfText(text, encoding);
+  if (!data) return data.error();
+  return HTMLDocumentWithData(*data);
+}
+
+void TarnLumoONOXMLDocument::Free::operator()(_xmlDoc* document) const {
+  xmlFreeDoc(document);
+}
+
+TarnLumoONOXMLDocument::TarnLumoONOXMLDocument(Key, _xmlDoc* document, TarnLumoONOXMLFaults faults)
+    : xmlDocument_(document), faults_(std::move(faults)) {}
+
+TarnLumoONOXMLDocument::~TarnLumoONOXMLDocument() = default;
+
+std::shared_ptr<TarnLumoONOXMLDocument> TarnLumoONOXMLDocument::initWithDocument(_xmlDoc* document,
+                                                                                 TarnLumoONOXMLFaults faults) {
+  auto result = std::make_shared<TarnLumoONOXMLDocument>(Key{}, document, std::move(faults));
+  if (document != nullptr) result->rootElement_ = result->elementWithNode(xmlDocGetRootElement(document));
+  return result;
+}
+
+std::shared_ptr<TarnLumoONOXMLDocument> TarnLumoONOXMLDocument::initWithArchive(
+    const TarnLumoONOXMLDocumentArchive& archive) {
+  auto result = std::make_shared<TarnLumoONOXMLDocument>(Key{}, nullptr, TarnLumoONOXMLFaults{});
+  result->version_ = archive.version;
+  if (archive.rootElement) result->rootElement_.emplace(*archive.rootElement);
+  return result;
+}
+
+std::shared_ptr<TarnLumoONOXMLDocument> TarnLumoONOXMLDocument::copy() const {
+  auto result = std::make_shared<TarnLumoONOXMLDocument>(Key{}, nullptr, TarnLumoONOXMLFaults{});
+  result->version_ = version();
+  result->rootElement_ = rootElement_;
+  return result;
+}
+
+TarnLumoONOXMLDocumentArchive TarnLumoONOXMLDocument::archive() const {
+  TarnLumoONOXMLDocumentArchive archive{version(), std::nullopt};
+  if (rootElement_) archive.rootElement = rootElement_->archive();
+  return archive;
+}
+
+const std::optional<std::string>& TarnLumoONOXMLDocument::version() const {
+  if (!version_ && xmlDocument_ && xmlDocument_->version != nullptr) version_ = view(xmlDocument_->version);
+  return version_;
+}
+
+TarnLumoONOStringEncoding TarnLumoONOXMLDocument::stringEncoding() const {
+  if (stringEncoding_ == TarnLumoONOStringEncoding::unknown && xmlDocument_ && xmlDocument_->encoding != nullptr)
+    stringEncoding_ = tarn::encodingNamed(view(xmlDocument_->encoding));
+  return stringEncoding_;
+}
+
+const tarn::NumberFormatter& TarnLumoONOXMLDocument::numberFormatter() const {
+  return tarn::NumberFormatter::shared(tarn::NumberFormatter::Style::decimal);
+}
+
+const tarn::DateFormatter& TarnLumoONOXMLDocument::dateFormatter() const {
+  if (!dateFormatter_) dateFormatter_ = std::make_unique<const tarn::DateFormatter>("yyyy-MM-dd'T'HH:mm:ssZ");
+  return *dateFormatter_;
+}
+
+void TarnLumoONOXMLDocument::definePrefix(std::string prefix, std::string namespaceURI) {
+  if (!defaultNamespaces_) defaultNamespaces_.emplace();
+  defaultNamespaces_->insert_or_assign(std::move(namespaceURI), std::move(prefix));
+}
+
+std::optional<TarnLumoONOXMLElement> TarnLumoONOXMLDocument::elementWithNode(_xmlNode* node) const {
+  if (node == nullptr) return std::nullopt;
+  return TarnLumoONOXMLElement(weak_from_this(), node);
+}
+
+std::unique_ptr<TarnLumoONOXPathEnumerator> TarnLumoONOXMLDocument::enumeratorWithXPathObject(
+    _xmlXPathObject* xmlXPath) const {
+  if (xmlXPath == nullptr) return nullptr;
+  auto enumerator = std::make_unique<TarnLumoONOXPathEnumerator>(shared_from_this(), xmlXPath);
+  if (enumerator->count() == 0) return nullptr;
+  return enumerator;
+}
+
+std::unique_ptr<TarnLumoONOXPathEnumerator> TarnLumoONOXMLDocument::XPath(std::string_view expression) const {
+  return rootElement_ ? rootElement_->XPath(expression) : nullptr;
+}
+
+std::optional<TarnLumoONOXMLElement> TarnLumoONOXMLDocument::firstChildWithXPath(
+    std::string_view expression) const {
+  return rootElement_ ? rootElement_->firstChildWithXPath(expression) : std::nullopt;
+}
+
+std::optional<TarnLumoONOXPathFunctionResult> TarnLumoONOXMLDocument::functionResultByEvaluatingXPath(
+    std::string_view expression) const {
+  return rootElement_ ? rootElement_->functionResultByEvaluatingXPath(expression) : std::nullopt;
+}
+
+void TarnLumoONOXMLDocument::enumerateElementsWithXPath(std::string_view expression,
+                                                        const IndexedElementBlock& block) const {
+  if (rootElement_) rootElement_->enumerateElementsWithXPath(expression, block);
+}
+
+void TarnLumoONOXMLDocument::enumerateElementsWithXPath(std::string_view expression,
+                                                        const ElementBlock& block) const {
+  if (rootElement_) rootElement_->enumerateElementsWithXPath(expression, block);
+}
+
+std::unique_ptr<TarnLumoONOXPathEnumerator> TarnLumoONOXMLDocument::CSS(std::string_view selector) const {
+  return rootElement_ ? rootElement_->CSS(selector) : nullptr;
+}
+
+std::optional<TarnLumoONOXMLElement> TarnLumoONOXMLDocument::firstChildWithCSS(std::string_view selector) const {
+  return rootElement_ ? rootElement_->firstChildWithCSS(selector) : std::nullopt;
+}
+
+void TarnLumoONOXMLDocument::enumerateElementsWithCSS(std::string_view selector,
+                                                      const IndexedElementBlock& block) const {
+  if (rootElement_) rootElement_->enumerateElementsWithCSS(selector, block);
+}
+
+void TarnLumoONOXMLDocument::enumerateElementsWithCSS(std::string_view selector, const ElementBlock& block) const {
+  if (rootElement_) rootElement_->enumerateElementsWithCSS(selector, block);
+}
+
+bool TarnLumoONOXMLDocument::isEqual(const TarnLumoONOXMLDocument& other) const {
+  return xmlDocument_ == other.xmlDocument_;
+}
+
+std::size_t TarnLumoONOXMLDocument::hash() const {
+  return reinterpret_cast<std::size_t>(xmlDocument_.get());
+}
+
+std::string TarnLumoONOXMLDocument::description() const {
+  return rootElement_ ? rootElement_->description() : std::string();
+}
