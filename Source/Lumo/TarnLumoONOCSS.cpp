@@ -77,8 +77,8 @@ const Expressions& expressions() {
   std::string result(token.substr(0, special));
   const std::string nameTest = special == 0 ? "*" : "";
 
-  // The id is looked for in the whole selector up to the token's length, and cut out of the token at the place
-  // where the selector has it: right for a selector of one token, and kept so for longer ones.
+  // The id is looked for in the whole selector up to the token's length, and cut out of the token at the
+  // place where the selector has it: right for a selector of one token, and kept so for longer ones.
   const auto ids = expressions().id.matches(codePoints(selector, 0, lengthInCodePoints(token)));
   if (!ids.empty() && ids.front().capture) {
     const auto id = codePoints(token, ids.front().captureBegin, ids.front().captureLength);

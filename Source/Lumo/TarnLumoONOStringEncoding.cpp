@@ -60,9 +60,9 @@ using Converter = std::unique_ptr<std::remove_pointer_t<iconv_t>, CloseConverter
 }  // namespace
 
 Encoding encodingNamed(std::string_view name) {
-  const auto found = std::find_if(kNames.begin(), kNames.end(), [text = std::string(name)](const Name& known) {
-    return strcasecmp(known.text, text.c_str()) == 0;
-  });
+  const auto found = std::find_if(
+      kNames.begin(), kNames.end(),
+      [text = std::string(name)](const Name& known) { return strcasecmp(known.text, text.c_str()) == 0; });
   return found == kNames.end() ? Encoding::unknown : found->encoding;
 }
 
@@ -87,7 +87,8 @@ Result<std::string> bytesOfText(std::string_view text, Encoding encoding) {
     std::size_t room = chunk.size();
     // Without input, the converter writes what returns to its initial state.
     ended = left == 0;
-    const std::size_t done = iconv(converter.get(), ended ? nullptr : &in, ended ? nullptr : &left, &out, &room);
+    const std::size_t done =
+        iconv(converter.get(), ended ? nullptr : &in, ended ? nullptr : &left, &out, &room);
     if (done == static_cast<std::size_t>(-1) && errno != E2BIG)
       return conversionError(std::string("The text cannot be written as ") + name->text);
     bytes.append(chunk.data(), chunk.size() - room);

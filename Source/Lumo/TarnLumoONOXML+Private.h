@@ -14,7 +14,8 @@
 
 /// What the pieces of the XML layer share: the one place where libxml2's handles meet their owners.
 
-/// Stores `error`'s code and trimmed message in `result`, then resets `error`. Does nothing if either is null.
+/// Stores `error`'s code and trimmed message in `result`, then resets `error`. Does nothing if either is
+/// null.
 void TarnLumoONOSetErrorFromXMLErrorPtr(std::optional<tarn::Error>* result, xmlError* error);
 
 /// Whether `node`'s name and namespace prefix match, without regard to ASCII case; an absent tag or prefix
@@ -54,6 +55,9 @@ using TextHandle = std::unique_ptr<xmlChar, FreeText>;
 
 /// An error for a document refused for its size or shape; libxml2's own limits carry the same code.
 [[nodiscard]] Error limitError(std::string failureReason);
+
+/// Whether libxml2 would read `bytes` as UTF-8.
+[[nodiscard]] bool readsAsUTF8(std::string_view bytes);
 
 /// Refuses bytes that libxml2 would take time out of proportion to parse.
 [[nodiscard]] Result<void> checkMarkup(std::string_view bytes);

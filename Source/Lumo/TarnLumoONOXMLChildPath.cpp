@@ -66,12 +66,14 @@ std::optional<ChildPath> ChildPath::parse(std::string_view expression) {
 /// Goes down all alternatives at once, so that matches come in document order and none comes twice.
 class ChildPath::Walk {
  public:
-  Walk(const ChildPath& path, const TarnLumoONOXMLDocument& document, const xmlNode* context, std::size_t limit)
+  Walk(const ChildPath& path, const TarnLumoONOXMLDocument& document, const xmlNode* context,
+       std::size_t limit)
       : limit_(limit) {
     for (const Steps& steps : path.alternatives_) {
       auto& tests = alternatives_.emplace_back();
       for (const Step& step : steps) {
-        const xmlChar* uri = step.prefix.empty() ? nullptr : namespaceForPrefix(document, context, step.prefix);
+        const xmlChar* uri =
+            step.prefix.empty() ? nullptr : namespaceForPrefix(document, context, step.prefix);
         if (!step.prefix.empty() && uri == nullptr) knowsEveryPrefix_ = false;
         tests.push_back({step.name, uri});
       }

@@ -12,8 +12,8 @@ class TarnLumoONOXMLDocument;
 namespace tarn::xml {
 
 /// The location paths that walk from parent to child by name, such as "/a/b:c" or "./a/b | ./a/c", evaluated
-/// straight on the tree: the XPath engine makes a context and a function table for every query, which would be
-/// most of the cost of reading a document.
+/// straight on the tree: the XPath engine makes a context and a function table for every query, which would
+/// be most of the cost of reading a document.
 ///
 /// Refers to the expression's text, which must outlive it.
 class ChildPath {

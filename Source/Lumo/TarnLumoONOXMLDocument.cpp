@@ -33,27 +33,60 @@ void recordFault(void* context, xmlError* error) {
   auto& faults = *static_cast<TarnLumoONOXMLFaults*>(static_cast<xmlParserCtxt*>(context)->_private);
   ++faults.count;
   if (faults.first.size() == kFaultsKept) return;
-  faults.first.push_back(
-      {error->line, tarn::foldedText(error->message == nullptr ? "" : error->message), error->level == XML_ERR_FATAL});
+  faults.first.push_back({error->line, tarn::foldedText(error->message == nullptr ? "" : error->message),
+                          error->level == XML_ERR_FATAL});
 }
 
-[[nodiscard]] tarn::Error parseError(xmlError* error) {
-  std::optional<tarn::Error> result;
-  TarnLumoONOSetErrorFromXMLErrorPtr(&result, error);
-  if (result) return *std::move(result);
-  tarn::Error empty;
-  empty.domain = TarnLumoONOXMLErrorDomain;
-  empty.code = XML_ERR_DOCUMENT_EMPTY;
-  empty.failureReason = "The document is empty";
-  return empty;
+struct Parse {
+  DocumentHandle document;
+  TarnLumoONOXMLFaults faults;
+  /// Absent when the parser recorded none.
+  std::optional<tarn::Error> error;
+};
+
+[[nodiscard]] Parse parseXML(std::string_view data) {
+  Parse parse;
+  const ParserHandle parser(xmlNewParserCtxt());
+  if (!parser) return parse;
+  parser->_private = &parse.faults;
+  parser->sax->serror = recordFault;
+  parse.document.reset(xmlCtxtReadMemory(parser.get(), data.data(), static_cast<int>(data.size()), "",
+                                         nullptr, kParseOptions));
+  TarnLumoONOSetErrorFromXMLErrorPtr(&parse.error, xmlCtxtGetLastError(parser.get()));
+  return parse;
 }
 
-[[nodiscard]] TarnLumoONOXMLDocument::Parsed finish(DocumentHandle document, TarnLumoONOXMLFaults faults,
-                                                    xmlParserCtxt* parser) {
-  if (!document || xmlDocGetRootElement(document.get()) == nullptr)
-    return parseError(xmlCtxtGetLastError(parser));
-  if (auto harmless = checkDeclarations(document.get()); !harmless) return harmless.error();
-  return TarnLumoONOXMLDocument::initWithDocument(document.release(), std::move(faults));
+[[nodiscard]] Parse parseHTML(std::string_view data) {
+  Parse parse;
+  const HTMLParserHandle parser(htmlNewParserCtxt());
+  if (!parser) return parse;
+  parse.document.reset(htmlCtxtReadMemory(parser.get(), data.data(), static_cast<int>(data.size()), "",
+                                          nullptr, kParseOptions));
+  TarnLumoONOSetErrorFromXMLErrorPtr(&parse.error, xmlCtxtGetLastError(parser.get()));
+  return parse;
+}
+
+[[nodiscard]] tarn::Error emptyDocumentError() {
+  tarn::Error error;
+  error.domain = TarnLumoONOXMLErrorDomain;
+  error.code = XML_ERR_DOCUMENT_EMPTY;
+  error.failureReason = "The document is empty";
+  return error;
+}
+
+[[nodiscard]] TarnLumoONOXMLDocument::Parsed documentWithData(std::string_view data,
+                                                              Parse (*parseBytes)(std::string_view)) {
+  initialiseParser();
+  if (data.empty()) return emptyDocumentError();
+  if (auto harmless = checkMarkup(data); !harmless) return harmless.error();
+  Parse parse = parseBytes(data);
+  // libxml2 reports bytes that are no UTF-8, then copies them into the tree as they are.
+  if (parse.document && tarn::xml::readsAsUTF8(data) && !tarn::isUTF8(data))
+    parse.document = parseBytes(tarn::repairedUTF8(data)).document;
+  if (!parse.document || xmlDocGetRootElement(parse.document.get()) == nullptr)
+    return parse.error ? *std::move(parse.error) : emptyDocumentError();
+  if (auto harmless = checkDeclarations(parse.document.get()); !harmless) return harmless.error();
+  return TarnLumoONOXMLDocument::initWithDocument(parse.document.release(), std::move(parse.faults));
 }
 
 }  // namespace
@@ -68,39 +101,22 @@ void TarnLumoONOSetErrorFromXMLErrorPtr(std::optional<tarn::Error>* result, xmlE
 }
 
 TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::XMLDocumentWithData(std::string_view data) {
-  initialiseParser();
-  if (data.empty()) return parseError(nullptr);
-  if (auto harmless = checkMarkup(data); !harmless) return harmless.error();
-  const ParserHandle parser(xmlNewParserCtxt());
-  if (!parser) return tarn::xml::limitError("Out of memory");
-  TarnLumoONOXMLFaults faults;
-  parser->_private = &faults;
-  parser->sax->serror = recordFault;
-  DocumentHandle document(xmlCtxtReadMemory(parser.get(), data.data(), static_cast<int>(data.size()), "", nullptr,
-                                            kParseOptions));
-  return finish(std::move(document), std::move(faults), parser.get());
+  return documentWithData(data, parseXML);
 }
 
 TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::HTMLDocumentWithData(std::string_view data) {
-  initialiseParser();
-  if (data.empty()) return parseError(nullptr);
-  if (auto harmless = checkMarkup(data); !harmless) return harmless.error();
-  const HTMLParserHandle parser(htmlNewParserCtxt());
-  if (!parser) return tarn::xml::limitError("Out of memory");
-  DocumentHandle document(htmlCtxtReadMemory(parser.get(), data.data(), static_cast<int>(data.size()), "", nullptr,
-                                             kParseOptions));
-  return finish(std::move(document), {}, parser.get());
+  return documentWithData(data, parseHTML);
 }
 
-TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::XMLDocumentWithString(std::string_view text,
-                                                                            TarnLumoONOStringEncoding encoding) {
+TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::XMLDocumentWithString(
+    std::string_view text, TarnLumoONOStringEncoding encoding) {
   const auto data = tarn::bytesOfText(text, encoding);
   if (!data) return data.error();
   return XMLDocumentWithData(*data);
 }
 
-TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::HTMLDocumentWithString(std::string_view text,
-                                                                             TarnLumoONOStringEncoding encoding) {
+TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::HTMLDocumentWithString(
+    std::string_view text, TarnLumoONOStringEncoding encoding) {
   const auto data = tarn::bytesOfText(text, encoding);
   if (!data) return data.error();
   return HTMLDocumentWithData(*data);
@@ -115,8 +131,8 @@ TarnLumoONOXMLDocument::TarnLumoONOXMLDocument(Key, _xmlDoc* document, TarnLumoO
 
 TarnLumoONOXMLDocument::~TarnLumoONOXMLDocument() = default;
 
-std::shared_ptr<TarnLumoONOXMLDocument> TarnLumoONOXMLDocument::initWithDocument(_xmlDoc* document,
-                                                                                 TarnLumoONOXMLFaults faults) {
+std::shared_ptr<TarnLumoONOXMLDocument> TarnLumoONOXMLDocument::initWithDocument(
+    _xmlDoc* document, TarnLumoONOXMLFaults faults) {
   auto result = std::make_shared<TarnLumoONOXMLDocument>(Key{}, document, std::move(faults));
   if (document != nullptr) result->rootElement_ = result->elementWithNode(xmlDocGetRootElement(document));
   return result;
@@ -149,7 +165,8 @@ const std::optional<std::string>& TarnLumoONOXMLDocument::version() const {
 }
 
 TarnLumoONOStringEncoding TarnLumoONOXMLDocument::stringEncoding() const {
-  if (stringEncoding_ == TarnLumoONOStringEncoding::unknown && xmlDocument_ && xmlDocument_->encoding != nullptr)
+  if (stringEncoding_ == TarnLumoONOStringEncoding::unknown && xmlDocument_ &&
+      xmlDocument_->encoding != nullptr)
     stringEncoding_ = tarn::encodingNamed(view(xmlDocument_->encoding));
   return stringEncoding_;
 }
@@ -209,7 +226,8 @@ std::unique_ptr<TarnLumoONOXPathEnumerator> TarnLumoONOXMLDocument::CSS(std::str
   return rootElement_ ? rootElement_->CSS(selector) : nullptr;
 }
 
-std::optional<TarnLumoONOXMLElement> TarnLumoONOXMLDocument::firstChildWithCSS(std::string_view selector) const {
+std::optional<TarnLumoONOXMLElement> TarnLumoONOXMLDocument::firstChildWithCSS(
+    std::string_view selector) const {
   return rootElement_ ? rootElement_->firstChildWithCSS(selector) : std::nullopt;
 }
 
@@ -218,7 +236,8 @@ void TarnLumoONOXMLDocument::enumerateElementsWithCSS(std::string_view selector,
   if (rootElement_) rootElement_->enumerateElementsWithCSS(selector, block);
 }
 
-void TarnLumoONOXMLDocument::enumerateElementsWithCSS(std::string_view selector, const ElementBlock& block) const {
+void TarnLumoONOXMLDocument::enumerateElementsWithCSS(std::string_view selector,
+                                                      const ElementBlock& block) const {
   if (rootElement_) rootElement_->enumerateElementsWithCSS(selector, block);
 }
 

@@ -84,7 +84,8 @@ class TarnLumoONOXMLDocument : public std::enable_shared_from_this<TarnLumoONOXM
   [[nodiscard]] static Parsed XMLDocumentWithData(std::string_view data);
   [[nodiscard]] static Parsed HTMLDocumentWithData(std::string_view data);
   /// Parses `text` (UTF-8) after turning it into bytes of `encoding`, which the text should declare.
-  [[nodiscard]] static Parsed XMLDocumentWithString(std::string_view text, TarnLumoONOStringEncoding encoding);
+  [[nodiscard]] static Parsed XMLDocumentWithString(std::string_view text,
+                                                    TarnLumoONOStringEncoding encoding);
   [[nodiscard]] static Parsed HTMLDocumentWithString(std::string_view text,
                                                      TarnLumoONOStringEncoding encoding);
 
@@ -112,7 +113,8 @@ class TarnLumoONOXMLDocument : public std::enable_shared_from_this<TarnLumoONOXM
   /// Reads `dateValue`: en_US_POSIX, yyyy-MM-dd'T'HH:mm:ssZ.
   [[nodiscard]] const tarn::DateFormatter& dateFormatter() const;
 
-  /// Makes elements under the default (unprefixed) namespace `namespaceURI` reachable in XPath under `prefix`.
+  /// Makes elements under the default (unprefixed) namespace `namespaceURI` reachable in XPath under
+  /// `prefix`.
   void definePrefix(std::string prefix, std::string namespaceURI);
   /// From namespace URI to prefix; absent until the first definition.
   [[nodiscard]] const std::optional<std::map<std::string, std::string, std::less<>>>& defaultNamespaces()

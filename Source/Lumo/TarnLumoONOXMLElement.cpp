@@ -71,7 +71,8 @@ struct TarnLumoONOXMLElement::Cache {
   std::optional<std::optional<std::chrono::system_clock::time_point>> dateValue;
 };
 
-TarnLumoONOXMLElement::TarnLumoONOXMLElement(std::weak_ptr<const TarnLumoONOXMLDocument> document, _xmlNode* node)
+TarnLumoONOXMLElement::TarnLumoONOXMLElement(std::weak_ptr<const TarnLumoONOXMLDocument> document,
+                                             _xmlNode* node)
     : document_(std::move(document)), node_(node) {}
 
 TarnLumoONOXMLElement::TarnLumoONOXMLElement(const TarnLumoONOXMLElementArchive& archive)
@@ -227,8 +228,9 @@ bool TarnLumoONOXMLElement::hasChildren() const {
 TarnLumoONOXMLElement TarnLumoONOXMLElement::objectAtIndexedSubscript(std::size_t index) const {
   auto elements = children();
   if (index >= elements.size())
-    tarn::failProgramming("-[TarnLumoONOXMLElement objectAtIndexedSubscript:]: index " + std::to_string(index) +
-                          " is beyond the element's " + std::to_string(elements.size()) + " children");
+    tarn::failProgramming("-[TarnLumoONOXMLElement objectAtIndexedSubscript:]: index " +
+                          std::to_string(index) + " is beyond the element's " +
+                          std::to_string(elements.size()) + " children");
   return std::move(elements[index]);
 }
 
@@ -244,7 +246,8 @@ std::vector<TarnLumoONOXMLElement> TarnLumoONOXMLElement::childrenAtIndexes(
   return elements;
 }
 
-std::optional<std::set<std::size_t>> TarnLumoONOXMLElement::indexesOfChildrenPassingTest(const NodeTest& test) const {
+std::optional<std::set<std::size_t>> TarnLumoONOXMLElement::indexesOfChildrenPassingTest(
+    const NodeTest& test) const {
   if (!test) return std::nullopt;
   std::set<std::size_t> indexes;
   const auto alive = document_.lock();
@@ -275,7 +278,8 @@ std::vector<TarnLumoONOXMLElement> TarnLumoONOXMLElement::childrenWithTag(
   const auto alive = document_.lock();
   if (!alive) return elements;
   for (_xmlNode* child = firstChildElement(node_); child != nullptr; child = nextElement(child->next)) {
-    if (TarnLumoONOXMLNodeMatchesTagInNamespace(child, tag, inNamespace)) elements.emplace_back(document_, child);
+    if (TarnLumoONOXMLNodeMatchesTagInNamespace(child, tag, inNamespace))
+      elements.emplace_back(document_, child);
   }
   return elements;
 }
@@ -283,10 +287,12 @@ std::vector<TarnLumoONOXMLElement> TarnLumoONOXMLElement::childrenWithTag(
 std::unique_ptr<TarnLumoONOXPathEnumerator> TarnLumoONOXMLElement::XPath(std::string_view expression) const {
   const auto alive = document_.lock();
   if (!alive) return nullptr;
-  return alive->enumeratorWithXPathObject(tarn::xml::evaluate(*alive, node_, std::string(expression)).release());
+  return alive->enumeratorWithXPathObject(
+      tarn::xml::evaluate(*alive, node_, std::string(expression)).release());
 }
 
-std::optional<TarnLumoONOXMLElement> TarnLumoONOXMLElement::firstChildWithXPath(std::string_view expression) const {
+std::optional<TarnLumoONOXMLElement> TarnLumoONOXMLElement::firstChildWithXPath(
+    std::string_view expression) const {
   const auto alive = document_.lock();
   if (!alive) return std::nullopt;
   if (const auto path = tarn::xml::ChildPath::parse(expression)) {
@@ -331,16 +337,16 @@ void TarnLumoONOXMLElement::enumerateElementsWithXPath(std::string_view expressi
 void TarnLumoONOXMLElement::enumerateElementsWithXPath(std::string_view expression,
                                                        const ElementBlock& block) const {
   if (!block) return;
-  enumerateElementsWithXPath(
-      expression,
-      [&block](const TarnLumoONOXMLElement& element, std::size_t /*index*/, bool& /*stop*/) { block(element); });
+  enumerateElementsWithXPath(expression, [&block](const TarnLumoONOXMLElement& element, std::size_t /*index*/,
+                                                  bool& /*stop*/) { block(element); });
 }
 
 std::unique_ptr<TarnLumoONOXPathEnumerator> TarnLumoONOXMLElement::CSS(std::string_view selector) const {
   return XPath(TarnLumoONOXPathFromCSS(selector));
 }
 
-std::optional<TarnLumoONOXMLElement> TarnLumoONOXMLElement::firstChildWithCSS(std::string_view selector) const {
+std::optional<TarnLumoONOXMLElement> TarnLumoONOXMLElement::firstChildWithCSS(
+    std::string_view selector) const {
   return firstChildWithXPath(TarnLumoONOXPathFromCSS(selector));
 }
 
@@ -349,7 +355,8 @@ void TarnLumoONOXMLElement::enumerateElementsWithCSS(std::string_view selector,
   enumerateElementsWithXPath(TarnLumoONOXPathFromCSS(selector), block);
 }
 
-void TarnLumoONOXMLElement::enumerateElementsWithCSS(std::string_view selector, const ElementBlock& block) const {
+void TarnLumoONOXMLElement::enumerateElementsWithCSS(std::string_view selector,
+                                                     const ElementBlock& block) const {
   enumerateElementsWithXPath(TarnLumoONOXPathFromCSS(selector), block);
 }
 
@@ -375,7 +382,8 @@ bool TarnLumoONOXMLNodeMatchesTagInNamespace(const xmlNode* node, std::optional<
                                              std::optional<std::string_view> prefix) {
   const auto matches = [](const xmlChar* name, std::string_view wanted) {
     return view(name).size() == wanted.size() &&
-           xmlStrncasecmp(name, reinterpret_cast<const xmlChar*>(wanted.data()), static_cast<int>(wanted.size())) == 0;
+           xmlStrncasecmp(name, reinterpret_cast<const xmlChar*>(wanted.data()),
+                          static_cast<int>(wanted.size())) == 0;
   };
   if (tag && !matches(node->name, *tag)) return false;
   if (!prefix) return true;

@@ -29,8 +29,8 @@ struct TarnLumoONOXMLElementArchive {
 ///
 /// An element does not keep its document alive. Once the document is gone it answers as an element without
 /// name, attributes, text or relatives, except for what it had already computed. Every lookup makes a new
-/// wrapper; two wrappers are equal exactly when they wrap the same node. Attributes, text, number and date are
-/// computed on first use and kept. XPath results wrap nodes of any kind alike (attributes, text).
+/// wrapper; two wrappers are equal exactly when they wrap the same node. Attributes, text, number and date
+/// are computed on first use and kept. XPath results wrap nodes of any kind alike (attributes, text).
 ///
 /// Used by one thread at a time, as is its document.
 class TarnLumoONOXMLElement {
@@ -99,7 +99,8 @@ class TarnLumoONOXMLElement {
   [[nodiscard]] TarnLumoONOXMLElement objectAtIndexedSubscript(std::size_t index) const;
   /// The elements among the child nodes with these numbers. All child nodes are numbered, text and comments
   /// too.
-  [[nodiscard]] std::vector<TarnLumoONOXMLElement> childrenAtIndexes(const std::set<std::size_t>& indexes) const;
+  [[nodiscard]] std::vector<TarnLumoONOXMLElement> childrenAtIndexes(
+      const std::set<std::size_t>& indexes) const;
   /// The numbers of the child nodes that pass, up to the one that sets `stop`; absent without a test.
   [[nodiscard]] std::optional<std::set<std::size_t>> indexesOfChildrenPassingTest(const NodeTest& test) const;
 

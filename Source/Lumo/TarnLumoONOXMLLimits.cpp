@@ -11,8 +11,8 @@
 #include "Lumo/TarnLumoONOXML+Private.h"
 
 // libxml2 compares every attribute of a tag with every other, and looks every prefixed name up in the list of
-// all namespaces in scope, so a tag of 100,000 attributes takes minutes. It offers no hook before that happens;
-// the bytes have to be looked at.
+// all namespaces in scope, so a tag of 100,000 attributes takes minutes. It offers no hook before that
+// happens; the bytes have to be looked at.
 
 namespace tarn::xml {
 namespace {
@@ -57,7 +57,8 @@ struct TagSize {
     if (tag.size() > kLongestHarmlessTag) {
       const TagSize size = measureTag(tag);
       if (size.attributes > kMaximumAttributes || size.namespaceDefinitions > kMaximumNamespaceDefinitions) {
-        const auto line = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(begin), '\n');
+        const auto line =
+            1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(begin), '\n');
         return limitError("The tag at line " + std::to_string(line) + " has more than " +
                           std::to_string(kMaximumAttributes) + " attributes or " +
                           std::to_string(kMaximumNamespaceDefinitions) + " namespace definitions");
@@ -76,11 +77,16 @@ struct Width {
 
 [[nodiscard]] Width widthOf(xmlCharEncoding encoding) {
   switch (encoding) {
-    case XML_CHAR_ENCODING_UTF16LE: return {2, 0};
-    case XML_CHAR_ENCODING_UTF16BE: return {2, 1};
-    case XML_CHAR_ENCODING_UCS4LE: return {4, 0};
-    case XML_CHAR_ENCODING_UCS4BE: return {4, 3};
-    default: return {};
+    case XML_CHAR_ENCODING_UTF16LE:
+      return {2, 0};
+    case XML_CHAR_ENCODING_UTF16BE:
+      return {2, 1};
+    case XML_CHAR_ENCODING_UCS4LE:
+      return {4, 0};
+    case XML_CHAR_ENCODING_UCS4BE:
+      return {4, 3};
+    default:
+      return {};
   }
 }
 
@@ -96,6 +102,12 @@ struct Width {
   return text;
 }
 
+/// What the first bytes tell, as libxml2 looks at them.
+[[nodiscard]] xmlCharEncoding detectedEncoding(std::string_view bytes) {
+  const auto* start = reinterpret_cast<const unsigned char*>(bytes.data());
+  return xmlDetectCharEncoding(start, static_cast<int>(std::min(bytes.size(), std::size_t{4})));
+}
+
 /// The encoding name of an XML declaration in ASCII; empty without one.
 [[nodiscard]] std::string declaredEncoding(std::string_view bytes) {
   const std::string_view declaration = bytes.substr(0, bytes.find('>'));
@@ -104,7 +116,8 @@ struct Width {
   if (begin == std::string_view::npos) return {};
   begin = declaration.find_first_of("\"'", begin);
   if (begin == std::string_view::npos) return {};
-  std::string name(declaration.substr(begin + 1, declaration.find(declaration[begin], begin + 1) - begin - 1));
+  std::string name(
+      declaration.substr(begin + 1, declaration.find(declaration[begin], begin + 1) - begin - 1));
   std::transform(name.begin(), name.end(), name.begin(),
                  [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
   return name;
@@ -116,8 +129,9 @@ struct Width {
       "UTF-8", "UTF8",      "US-ASCII", "ASCII", "ISO-8859-", "ISO_8859-", "LATIN", "WINDOWS-125",
       "CP125", "SHIFT_JIS", "EUC-",     "GB",    "BIG5",      "KOI8-",     "TIS-"};
   // libxml2 takes a declaration that it could read as ASCII for proof that the document is not UTF-16.
-  return encoding.empty() || encoding == "UTF-16" || std::any_of(kPrefixes.begin(), kPrefixes.end(),
-                                         [&](std::string_view prefix) { return encoding.starts_with(prefix); });
+  return encoding.empty() || encoding == "UTF-16" ||
+         std::any_of(kPrefixes.begin(), kPrefixes.end(),
+                     [&](std::string_view prefix) { return encoding.starts_with(prefix); });
 }
 
 class ExpansionCheck {
@@ -190,11 +204,18 @@ Error limitError(std::string failureReason) {
   return error;
 }
 
+bool readsAsUTF8(std::string_view bytes) {
+  if (bytes.starts_with("\xef\xbb\xbf")) return true;
+  const xmlCharEncoding detected = detectedEncoding(bytes);
+  const std::string encoding = declaredEncoding(bytes);
+  return (detected == XML_CHAR_ENCODING_NONE || detected == XML_CHAR_ENCODING_UTF8) &&
+         (encoding.empty() || encoding == "UTF-8" || encoding == "UTF8");
+}
+
 Result<void> checkMarkup(std::string_view bytes) {
   if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
     return limitError("The document is larger than 2 GiB");
-  const auto* start = reinterpret_cast<const unsigned char*>(bytes.data());
-  const xmlCharEncoding detected = xmlDetectCharEncoding(start, static_cast<int>(std::min(bytes.size(), std::size_t{4})));
+  const xmlCharEncoding detected = detectedEncoding(bytes);
   if (const Width width = widthOf(detected); width.bytes > 1) return checkTags(narrow(bytes, width));
   const bool common = detected == XML_CHAR_ENCODING_NONE || detected == XML_CHAR_ENCODING_UTF8;
   const std::string encoding = declaredEncoding(bytes);

@@ -6,6 +6,11 @@
 
 namespace tarn {
 
+[[nodiscard]] bool isUTF8(std::string_view bytes);
+
+/// `bytes` with what is no UTF-8 in them read as Latin-1.
+[[nodiscard]] std::string repairedUTF8(std::string_view bytes);
+
 /// `text` (UTF-8) without Unicode white space and line breaks at both ends.
 [[nodiscard]] std::string_view trimmed(std::string_view text);
 

@@ -1,0 +1,430 @@
+#include "Lumo/TarnLumoONOXMLDocument.h"
+
+#include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "Lumo/TarnLumoONOCSS.h"
+#include "Lumo/TarnLumoText.h"
+#include "Platform/ProgrammingError.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::Optional;
+using ::testing::Pair;
+using ::testing::UnorderedElementsAre;
+
+using Document = TarnLumoONOXMLDocument;
+using Element = TarnLumoONOXMLElement;
+
+std::shared_ptr<Document> parse(std::string_view xml) {
+  auto document = Document::XMLDocumentWithData(xml);
+  EXPECT_TRUE(document) << tarn::chainDescription(document.error());
+  return *document;
+}
+
+tarn::Error parseError(std::string_view bytes) {
+  auto document = Document::XMLDocumentWithData(bytes);
+  EXPECT_FALSE(document) << "parsed to " << (*document)->description();
+  return document ? tarn::Error{} : document.error();
+}
+
+std::vector<std::string> texts(const std::vector<Element>& elements) {
+  std::vector<std::string> result;
+  for (const auto& element : elements) result.push_back(element.stringValue());
+  return result;
+}
+
+/// What matches, as text; "null" for no enumerator.
+std::vector<std::string> matches(const Element& element, std::string_view expression) {
+  const auto enumerator = element.XPath(expression);
+  return enumerator ? texts(enumerator->allObjects()) : std::vector<std::string>{"null"};
+}
+
+std::string repeated(std::string_view text, std::size_t times) {
+  std::string result;
+  for (std::size_t i = 0; i < times; ++i) result += text;
+  return result;
+}
+
+TEST(XMLDocument, ReadsTheTreeOfADocument) {
+  const auto document = parse(
+      "<?xml version='1.0' encoding='UTF-8'?>\n<a:root xmlns:a='urn:a' n='1' a:m='2'>\n <One> x "
+      "<b>y</b></One>"
+      "<!-- c --><two/>t<ONE/></a:root>");
+  EXPECT_THAT(document->version(), Optional(std::string("1.0")));
+  EXPECT_EQ(document->stringEncoding(), TarnLumoONOStringEncoding::UTF8);
+  const Element root = *document->rootElement();
+  EXPECT_EQ(root.tag(), "root");
+  EXPECT_THAT(root.namespacePrefix(), Optional(std::string("a")));
+  EXPECT_THAT(root.attributes(), UnorderedElementsAre(Pair("n", "1"), Pair("m", "2")));
+  EXPECT_THAT(root.valueForAttribute("m", "urn:a"), Optional(std::string("2")));
+  EXPECT_EQ(root.valueForAttribute("n", "urn:a"), std::nullopt);
+  EXPECT_EQ(root.objectForKeyedSubscript("absent"), std::nullopt);
+  EXPECT_THAT(texts(root.children()), ElementsAre(" x y", "", ""));
+  const Element one = root.objectAtIndexedSubscript(0);
+  EXPECT_EQ(one.lineNumber(), 3u);
+  EXPECT_EQ(one.namespacePrefix(), std::nullopt);
+  EXPECT_EQ(one.parent(), root);
+  EXPECT_EQ(one.parent()->hash(), root.hash());
+  EXPECT_EQ(one.previousSibling()->tag(), "text");
+  EXPECT_EQ(one.nextSibling()->tag(), "comment");
+  EXPECT_EQ(one.description(), "<One> x <b>y</b></One>");
+  EXPECT_TRUE(root.children()[1].isBlank());
+  EXPECT_THAT(one.children()[0].children(), IsEmpty());
+  EXPECT_THROW(static_cast<void>(root.objectAtIndexedSubscript(3)), tarn::ProgrammingError);
+}
+
+TEST(XMLDocument, FindsChildrenByTagAndPrefixWithoutRegardToCase) {
+  const auto document = parse("<r xmlns:p='urn:p'> <AdBreak>1</AdBreak><p:adbreak>2</p:adbreak><x/></r>");
+  const Element root = *document->rootElement();
+  EXPECT_THAT(texts(root.childrenWithTag("adBREAK")), ElementsAre("1", "2"));
+  EXPECT_THAT(texts(root.childrenWithTag("AdBreak", "P")), ElementsAre("2"));
+  EXPECT_EQ(root.firstChildWithTag("adbreak", "p")->stringValue(), "2");
+  EXPECT_EQ(root.firstChildWithTag("x", "p"), std::nullopt);
+  EXPECT_EQ(root.firstChildWithTag("text"), std::nullopt) << "text nodes are named so, but are no elements";
+  EXPECT_THAT(texts(root.childrenAtIndexes({0, 1, 2, 99})), ElementsAre("1", "2"));
+  EXPECT_EQ(root.indexesOfChildrenPassingTest(nullptr), std::nullopt);
+  EXPECT_THAT(root.indexesOfChildrenPassingTest([calls = 0](const _xmlNode*, bool& stop) mutable {
+    stop = ++calls == 3;
+    return calls != 2;
+  }),
+              Optional(ElementsAre(0, 2)));
+}
+
+TEST(XMLDocument, ReadsNumbersDatesAndEntities) {
+  const auto document = parse(
+      "<!DOCTYPE r [<!ENTITY who 'you &amp; me'>]><r a='&who;'><n>1,200.5</n><n>x</n>"
+      "<d>2024-02-03T04:05:06+0000</d><e>for &who;<![CDATA[ <b> ]]></e></r>");
+  const Element root = *document->rootElement();
+  const auto children = root.children();
+  EXPECT_EQ(children[0].numberValue(), 1200.5);
+  EXPECT_EQ(children[1].numberValue(), std::nullopt);
+  EXPECT_EQ(children[1].dateValue(), std::nullopt);
+  EXPECT_EQ(children[2].dateValue()->time_since_epoch(), std::chrono::seconds(1706933106));
+  EXPECT_EQ(std::string(children[3]), "for you & me <b> ");
+  EXPECT_THAT(root.attributes(), ElementsAre(Pair("a", "you & me")));
+}
+
+TEST(XMLDocument, IsSafeToAskAfterTheDocumentIsGone) {
+  auto document = parse("<r a='1'><b>t</b></r>");
+  const Element root = *document->rootElement();
+  const Element child = root.children()[0];
+  EXPECT_EQ(child.stringValue(), "t");
+  document.reset();
+  EXPECT_EQ(child.stringValue(), "t") << "already computed";
+  EXPECT_EQ(root.stringValue(), "");
+  EXPECT_EQ(root.tag() + root.description(), "");
+  EXPECT_EQ(root.lineNumber(), 0u);
+  EXPECT_EQ(root.valueForAttribute("a"), std::nullopt);
+  EXPECT_THAT(root.attributes(), IsEmpty());
+  EXPECT_THAT(root.children(), IsEmpty());
+  EXPECT_EQ(child.parent(), std::nullopt);
+  EXPECT_EQ(root.XPath("b"), nullptr);
+  EXPECT_EQ(root.firstChildWithXPath("./b"), std::nullopt);
+  EXPECT_EQ(root.firstChildWithTag("b"), std::nullopt);
+}
+
+TEST(XMLDocument, KeepsAnArchiveAndASharedCopy) {
+  auto document = parse("<r a='1'><b>t</b><b/></r>");
+  const auto archive = document->archive();
+  const auto copy = document->copy();
+  EXPECT_EQ(copy->rootElement(), document->rootElement());
+  EXPECT_EQ(copy->version(), document->version());
+  EXPECT_FALSE(*copy == *document);
+  document.reset();
+  const auto restored = Document::initWithArchive(archive);
+  EXPECT_THAT(restored->version(), Optional(std::string("1.0")));
+  const Element root = *restored->rootElement();
+  EXPECT_EQ(root.tag(), "r");
+  EXPECT_EQ(root.stringValue(), "t");
+  EXPECT_THAT(root.valueForAttribute("a"), Optional(std::string("1")));
+  EXPECT_EQ(archive.rootElement->children.size(), 2u);
+  EXPECT_EQ(archive.rootElement->children[0].stringValue, "t");
+}
+
+TEST(XMLDocument, EvaluatesExpressionsFromAnyElement) {
+  const auto document = parse(
+      "<v:VMAP xmlns:v='urn:v'><v:A><k "
+      "id='1'>one</k><k>two</k></v:A><v:A><k>three</k></v:A><n>7</n></v:VMAP>");
+  const Element root = *document->rootElement();
+  const Element first = root.children()[0];
+  EXPECT_THAT(matches(first, "k"), ElementsAre("one", "two"));
+  EXPECT_THAT(matches(first, "/v:VMAP/v:A/k"), ElementsAre("one", "two", "three"));
+  EXPECT_THAT(matches(root, "//@id | //k[2]"), ElementsAre("1", "two"));
+  EXPECT_THAT(matches(first, "text()"), ElementsAre("null")) << "nothing matched: no enumerator";
+  EXPECT_THAT(matches(root, "//namespace::*"), ElementsAre("null")) << "namespaces are no part of the tree";
+  for (const char* malformed : {"", "k[", "unknown:k", "/v:VMAP/:A", "count(", "//k[unknown()]", "\xff"})
+    EXPECT_EQ(root.XPath(malformed), nullptr) << malformed;
+  EXPECT_EQ(root.firstChildWithXPath("//k[@id]")->stringValue(), "one");
+
+  const auto enumerator = root.XPath("//k");
+  EXPECT_EQ(enumerator->nextObject()->stringValue(), "one");
+  EXPECT_EQ(enumerator->allObjects().size(), 3u);
+  EXPECT_EQ(enumerator->objectAtIndex(3), std::nullopt);
+  EXPECT_EQ(enumerator->nextObject()->stringValue(), "two");
+  EXPECT_EQ(enumerator->nextObject()->stringValue(), "three");
+  EXPECT_EQ(enumerator->nextObject(), std::nullopt);
+  EXPECT_EQ(enumerator->nextObject(), std::nullopt);
+
+  std::string seen;
+  document->enumerateElementsWithXPath("//k", [&](const Element& k, std::size_t index, bool& stop) {
+    seen += std::to_string(index) + k.stringValue() + " ";
+    stop = index == 1;
+  });
+  document->enumerateElementsWithXPath("v:A/k", [&](const Element& k) { seen += k.stringValue() + " "; });
+  document->enumerateElementsWithXPath("//k", Document::ElementBlock());
+  EXPECT_EQ(seen, "0one 1two one two three ");
+
+  EXPECT_EQ(root.functionResultByEvaluatingXPath("count(//k)")->numericValue, 3);
+  EXPECT_TRUE(root.functionResultByEvaluatingXPath("n > 6")->boolValue);
+  EXPECT_THAT(root.functionResultByEvaluatingXPath("string(n)")->stringValue, Optional(std::string("7")));
+  EXPECT_EQ(root.functionResultByEvaluatingXPath("//k")->stringValue, std::nullopt);
+  EXPECT_FALSE(root.functionResultByEvaluatingXPath("k["));
+}
+
+TEST(XMLDocument, ResolvesPrefixesByTheOutermostDefinition) {
+  const auto document = parse(
+      "<r xmlns:p='urn:out' xmlns='urn:d'><m xmlns:p='urn:in' xmlns:q='urn:q'><p:x>in</p:x><q:x>q</q:x></m>"
+      "<p:x>out</p:x></r>");
+  const Element root = *document->rootElement();
+  const Element inner = root.children()[0];
+  EXPECT_THAT(matches(inner, "//p:x"), ElementsAre("out"));
+  EXPECT_THAT(matches(inner, "q:x"), ElementsAre("q"));
+  EXPECT_THAT(matches(root, "//q:x"), ElementsAre("null")) << "defined further in";
+  EXPECT_THAT(matches(root, "/r"), ElementsAre("null")) << "a default namespace has no prefix";
+  document->definePrefix("d", "urn:d");
+  EXPECT_THAT(matches(inner, "/d:r/p:x"), ElementsAre("out"));
+  EXPECT_EQ(document->firstChildWithXPath("/d:r/d:m"), inner);
+}
+
+TEST(XMLDocument, WalksPlainPathsAsTheXPathEngineWould) {
+  const auto document = parse(
+      "<v:VMAP xmlns:v='urn:v' xmlns:w='urn:w'><v:A>1</v:A><w:A>2</w:A><A>3<v:B>4</v:B></A><v:A>5<v:B>6</v:B>"
+      "<A xmlns='urn:d'>7</A></v:A><v:VMAP>8</v:VMAP><!-- A --></v:VMAP>");
+  const Element root = *document->rootElement();
+  const std::vector<Element> contexts = {root, root.children()[2], root.children()[3], *root.parent(),
+                                         *root.children()[0].XPath("text()")->nextObject()};
+  for (const char* expression : {"v:A", "./v:A", "A", "/v:VMAP/v:A", "/v:VMAP", "./v:A/v:B | ./A/v:B",
+                                 "./A | ./w:A | ./v:A | ./A/v:B", "v:A/A", "/A", "x:A", "A | x:A", "xml:A",
+                                 "/v:VMAP/A|/v:VMAP/w:A", " ./A ", "v:VMAP", "text", "div/mod"}) {
+    for (const Element& context : contexts) {
+      std::vector<std::string> walked;
+      context.enumerateElementsWithXPath(expression,
+                                         [&](const Element& e) { walked.push_back(e.stringValue()); });
+      if (walked.empty()) walked = {"null"};
+      EXPECT_EQ(walked, matches(context, expression)) << expression << " at " << context.description();
+      const auto first = context.firstChildWithXPath(expression);
+      EXPECT_EQ(first ? first->stringValue() : "null", walked.front()) << expression;
+    }
+  }
+}
+
+TEST(XMLDocument, RepairsMalformedDocumentsAndSaysWhere) {
+  EXPECT_EQ(parse("<a/>")->faults().count, 0u);
+  const auto cut = parse("<a>\n<b>text");
+  EXPECT_EQ(cut->rootElement()->stringValue(), "\ntext");
+  EXPECT_EQ(cut->faults().count, 1u);
+  EXPECT_EQ(cut->faults().first[0].line, 2);
+  EXPECT_TRUE(cut->faults().first[0].repaired);
+  EXPECT_EQ(cut->faults().first[0].message, "Premature end of data in tag b line 2");
+
+  const auto mismatched = parse("<a>\n<b>\n</c>\n</a>");
+  EXPECT_EQ(mismatched->faults().first[0].line, 3) << "the first fault counts, not what follows from it";
+  const auto unbound = parse("<v:a/>");
+  EXPECT_FALSE(unbound->faults().first[0].repaired);
+  EXPECT_THAT(unbound->faults().first[0].message, HasSubstr("prefix v"));
+  EXPECT_EQ(unbound->rootElement()->tag(), "v:a");
+  const auto many = parse("<a>" + repeated("&x;", 100) + "</a>");
+  EXPECT_EQ(many->faults().first.size(), 20u);
+  EXPECT_GE(many->faults().count, 100u);
+  EXPECT_EQ(parse("<a>ok \xff\xfe</a>")->rootElement()->stringValue(), "ok ÿþ");
+}
+
+TEST(XMLDocument, RefusesWhatIsNoDocument) {
+  for (const std::string& bytes :
+       {std::string(), std::string("not xml"), std::string(" \n "), std::string("{}"),
+        std::string("<?xml version='1.0'?><!-- c -->"), std::string(8, '\0'),
+        std::string("<?xml version='1.0' encoding='no-such'?><a/>")}) {
+    const auto error = parseError(bytes);
+    EXPECT_EQ(error.domain, "tarn.xml") << bytes;
+    EXPECT_NE(error.code, 0) << bytes;
+    ASSERT_TRUE(error.failureReason) << bytes;
+    EXPECT_THAT(*error.failureReason, Not(IsEmpty()));
+    EXPECT_NE(error.failureReason->back(), '\n');
+  }
+  EXPECT_EQ(parseError("not xml").failureReason, "Start tag expected, '<' not found");
+  EXPECT_EQ(parse("<a/>")->faults().count, 0u) << "an old error is not reported again";
+}
+
+TEST(XMLDocument, ReadsOtherEncodingsAndHTML) {
+  using Encoding = TarnLumoONOStringEncoding;
+  const std::string body = "<a x='é'>é</a>";
+  for (const auto& [name, encoding] :
+       std::vector<std::pair<std::string, Encoding>>{{"UTF-8", Encoding::UTF8},
+                                                     {"ISO-8859-1", Encoding::ISOLatin1},
+                                                     {"windows-1252", Encoding::windows1252},
+                                                     {"UTF-16", Encoding::UTF16}}) {
+    const auto document =
+        Document::XMLDocumentWithString("<?xml version='1.0' encoding='" + name + "'?>" + body, encoding);
+    ASSERT_TRUE(document) << name;
+    EXPECT_EQ((*document)->rootElement()->stringValue(), "é") << name;
+    EXPECT_EQ((*document)->stringEncoding(), encoding) << name;
+  }
+  EXPECT_FALSE(Document::XMLDocumentWithString(body, Encoding::ASCII));
+  EXPECT_FALSE(Document::XMLDocumentWithString(body, Encoding::unknown));
+  EXPECT_EQ(parse("\xef\xbb\xbf<a>b</a>")->rootElement()->stringValue(), "b");
+
+  const auto html = Document::HTMLDocumentWithString("<p class='a b'>x<br>y<p id=z>w", Encoding::UTF8);
+  ASSERT_TRUE(html);
+  EXPECT_EQ((*html)->rootElement()->tag(), "html");
+  EXPECT_EQ((*html)->firstChildWithCSS("p.b")->stringValue(), "xy");
+  EXPECT_EQ((*html)->CSS("#z")->nextObject()->stringValue(), "w");
+}
+
+TEST(XMLDocument, FetchesNothing) {
+  const auto file = std::filesystem::temp_directory_path() / ("secret-" + std::to_string(::getpid()));
+  std::ofstream(file) << "<!ENTITY leak 'secret'>secret";
+  const int server = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof(address);
+  ASSERT_EQ(::bind(server, reinterpret_cast<sockaddr*>(&address), size), 0);
+  ASSERT_EQ(::listen(server, 8), 0);
+  ::getsockname(server, reinterpret_cast<sockaddr*>(&address), &size);
+  const std::string url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/x.dtd";
+
+  for (const std::string& source : {file.string(), "file://" + file.string(), url}) {
+    for (const std::string& type :
+         {"<!DOCTYPE r SYSTEM '" + source + "'>", "<!DOCTYPE r [<!ENTITY leak SYSTEM '" + source + "'>]>",
+          "<!DOCTYPE r [<!ENTITY % all SYSTEM '" + source + "'> %all;]>"}) {
+      const auto document =
+          parse(type + "<r a='&leak;' xmlns:xi='http://www.w3.org/2001/XInclude'>&leak;<xi:include href='" +
+                source + "' parse='text'/></r>");
+      const Element root = *document->rootElement();
+      EXPECT_THAT(root.stringValue() + root.valueForAttribute("a").value_or(""), Not(HasSubstr("secret")))
+          << type;
+      EXPECT_EQ(root.functionResultByEvaluatingXPath("contains(string(/), 'secret')")->boolValue, false);
+      EXPECT_FALSE(root.functionResultByEvaluatingXPath("document('" + source + "')"));
+    }
+  }
+  pollfd waiting{server, POLLIN, 0};
+  EXPECT_EQ(::poll(&waiting, 1, 0), 0) << "nobody connected";
+  ::close(server);
+  std::filesystem::remove(file);
+}
+
+TEST(XMLDocument, RefusesEntitiesThatExpandBeyondMeasure) {
+  std::string nested = "<!DOCTYPE r [<!ENTITY e0 'lollollollol'>";
+  for (int i = 1; i < 12; ++i)
+    nested +=
+        "<!ENTITY e" + std::to_string(i) + " '" + repeated("&e" + std::to_string(i - 1) + ";", 10) + "'>";
+  const std::string big = "<!DOCTYPE r [<!ENTITY b '" + std::string(60'000, 'x') + "'>]>";
+  const std::string loop = "<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]>";
+  for (const std::string& bomb : {big + "<r>" + repeated("&b;", 1'000) + "</r>",
+                                  big + "<r>" + repeated("<c a='&b;'/>", 1'000) + "</r>"}) {
+    EXPECT_THAT(*parseError(bomb).failureReason, HasSubstr("entit")) << bomb.substr(bomb.size() - 20);
+  }
+  EXPECT_EQ(parse(big + "<r>&b;</r>")->rootElement()->stringValue().size(), 60'000u);
+  for (const std::string& text :
+       {nested + "]><r>&e11;</r>", nested + "]><r a='&e11;'/>", nested + "]><r>&e4;&e11;</r>",
+        loop + "<r>&a;</r>", loop + "<r a='&a;'/>"}) {
+    const auto document = Document::XMLDocumentWithData(text);
+    if (!document) continue;
+    const Element root = *(*document)->rootElement();
+    EXPECT_GT((*document)->faults().count, 0u) << text;
+    EXPECT_LE(root.stringValue().size() + root.valueForAttribute("a").value_or("").size(), 1u << 20U) << text;
+  }
+  EXPECT_THAT(
+      *parseError("<!DOCTYPE r [<!ATTLIST r a CDATA '" + std::string(1'000, 'x') + "'>]><r/>").failureReason,
+      HasSubstr("default"));
+}
+
+TEST(XMLDocument, BoundsDepthAndTheSizeOfTags) {
+  for (const std::size_t depth : {1'000u, 100'000u}) {
+    const auto document = parse(repeated("<a>", depth) + repeated("</a>", depth));
+    EXPECT_THAT(document->faults().first[0].message, HasSubstr("depth"));
+    EXPECT_LE(document->functionResultByEvaluatingXPath("count(//a)")->numericValue, 300);
+    EXPECT_FALSE(document->archive().rootElement->children.empty());
+  }
+  std::string attributes = "<r><a";
+  std::string namespaces = "<r><a";
+  for (int i = 0; i < 100'000; ++i) attributes += " a" + std::to_string(i) + "=''";
+  for (int i = 0; i < 100; ++i) namespaces += "\txmlns:a" + std::to_string(i) + "=\"u\"";
+  EXPECT_THAT(*parseError("\n" + attributes + "/></r>").failureReason, HasSubstr("at line 2"));
+  EXPECT_THAT(*parseError(namespaces + "/></r>").failureReason, HasSubstr("namespace"));
+  const auto wide = tarn::Result<std::shared_ptr<Document>>(Document::XMLDocumentWithString(
+      "<?xml version='1.0' encoding='UTF-16'?>" + attributes + "/></r>", TarnLumoONOStringEncoding::UTF16));
+  EXPECT_FALSE(wide);
+  EXPECT_THAT(*parseError("<?xml version='1.0' encoding='UTF-7'?>" + attributes + "/></r>").failureReason,
+              HasSubstr("UTF-7"));
+  EXPECT_EQ(parse("<r>" + repeated("a='1' ", 5'000) + "<![CDATA[" + repeated("<a b='1' ", 5'000) + "]]></r>")
+                ->faults()
+                .count,
+            0u)
+      << "text is no tag";
+  EXPECT_EQ(parse("<r>" + repeated("<a/>", 5'000) + "</r>")->XPath("//a[count(//a[count(//a) > 1]) > 1]"),
+            nullptr)
+      << "a query that would take minutes ends";
+}
+
+TEST(XMLDocument, TellsUTF8FromOtherBytes) {
+  const std::string padding(70, 'x');
+  for (const char* text : {"", "plain", "é", "\u0800", "\u0fff", "\U0010ffff"}) {
+    EXPECT_TRUE(tarn::isUTF8(padding + text)) << text;
+    EXPECT_EQ(tarn::repairedUTF8(text), text);
+  }
+  for (const char* bytes : {"\x80", "\xc3", "\xc0\xaf", "\xe0\x80\x80", "\xed\xa0\x80", "\xf0\x80\x80\x80",
+                            "\xf4\x90\x80\x80", "\xff", "\xe2\x82", "\xf0\x9f\x98x"}) {
+    EXPECT_FALSE(tarn::isUTF8(bytes + padding));
+    EXPECT_FALSE(tarn::isUTF8(padding + bytes));
+    EXPECT_TRUE(tarn::isUTF8(tarn::repairedUTF8(bytes)));
+  }
+}
+
+TEST(CSSSelector, TranslatesToXPath) {
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"div p", ".//div/descendant::p"},
+      {"div > p", ".//div/p"},
+      {"div + p", ".//div/following-sibling::*[1]/self::p"},
+      {"div ~ p", ".//div/following-sibling::p"},
+      {"#main", ".//*[@id = 'main']"},
+      {"a#main.b", ".//a[@id = 'main'][contains(concat(' ',normalize-space(@class),' '),' b ')]"},
+      {"a.b", ".//a[contains(concat(' ',normalize-space(@class),' '),' b ')]"},
+      {"ul li, ol li", ".//ul/descendant::li | .//ol/descendant::li"},
+      {"input[type]", ".//input[@type]"},
+      {"[type]", ".//[@type]"},
+      {"div #x", ".//div/descendant::"},
+      {"#x div.y",
+       ".//*[@id = 'x']/descendant::div[@id = 'i'][contains(concat(' ',normalize-space(@class),' '),' y ')]"},
+      {"#x #yy", ".//*[@id = 'x']/descendant::*[@id = 'y']"},
+      {"a.b.c",
+       ".//a[contains(concat(' ',normalize-space(@class),' '),' b ')]"
+       "[contains(concat(' ',normalize-space(@class),' '),' c ')]"},
+      {".b", ".//*[contains(concat(' ',normalize-space(@class),' '),' b ')]"},
+      {"*", ".//*"},
+      {"div *", ".//div//*"},
+      {"div > * p", ".//div//*/p"},
+      {"a  b", ".//a/descendant::/descendant::b"},
+      {" a\t", ".//a"},
+      {",a,,b", ".//a | .//b"},
+      {"é#ü", ".//é[@id = 'ü']"},
+      {"", ""},
+  };
+  for (const auto& [selector, expression] : rows)
+    EXPECT_EQ(TarnLumoONOXPathFromCSS(selector), expression) << selector;
+}
+
+}  // namespace
