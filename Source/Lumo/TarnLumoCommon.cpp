@@ -13,7 +13,6 @@ namespace {
 using tarn::NumberFormatter;
 
 constexpr CMTimeScale kTimescale = 600;
-constexpr std::string_view kDurationCharacters = "0123456789.:+";
 constexpr std::string_view kNoDurationCharacters = "[^0123456789.:+]";
 
 /// Off when the lowest bit is set.
@@ -38,6 +37,10 @@ std::string formatted(std::string_view format,
     }
   }
   return text;
+}
+
+bool isDurationCharacter(char c) {
+  return (c >= '0' && c <= '9') || c == '.' || c == ':' || c == '+';
 }
 
 /// The pieces of HH:MM:SS; absent unless two colons divide the text.
@@ -79,7 +82,7 @@ CMTime TarnLumoDurationFromString(std::optional<std::string_view> string) {
     TarnLumoLog("Could not parse duration `%@` (nil duration parameter).", {std::nullopt});
     return kCMTimeInvalid;
   }
-  if (string->find_first_not_of(kDurationCharacters) != std::string_view::npos) {
+  if (!std::all_of(string->begin(), string->end(), isDurationCharacter)) {
     TarnLumoLog("Could not parse duration `%@` (must contain only characters from the character set `%@`).",
                 {string, kNoDurationCharacters});
     return kCMTimeInvalid;

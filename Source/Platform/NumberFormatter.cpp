@@ -3,6 +3,7 @@
 #include <unicode/dcfmtsym.h>
 #include <unicode/decimfmt.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -46,6 +47,12 @@ bool isShortDecimal(std::string_view text) {
   return digits > 0;
 }
 
+/// In ASCII there is one percent sign, and it ends the number; ICU knows those of other scripts.
+bool lacksPercentSign(std::string_view text) {
+  const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  return text.back() != '%' && std::all_of(text.begin(), text.end(), isASCII);
+}
+
 std::optional<double> readShortDecimal(std::string_view text) {
   double number = 0;
   const char* const end = text.data() + text.size();
@@ -85,9 +92,8 @@ const NumberFormatter& NumberFormatter::shared(Style style) {
 
 std::optional<double> NumberFormatter::numberFromString(std::string_view text) const {
   if (text.empty() || text.size() > kLongestText) return std::nullopt;
-  if (isShortDecimal(text)) {
-    return impl_->style == Style::percent ? std::nullopt : readShortDecimal(text);
-  }
+  if (impl_->style == Style::percent && lacksPercentSign(text)) return std::nullopt;
+  if (isShortDecimal(text)) return readShortDecimal(text);
 
   const auto utf16 = icu::UnicodeString::fromUTF8({text.data(), static_cast<int32_t>(text.size())});
   icu::ParsePosition position;

@@ -28,12 +28,25 @@ char lowerCase(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-// RFC 3986 §2.2 and §2.3.
-bool isUnreserved(char c) {
-  return isAlpha(c) || isDigit(c) || isOneOf(c, "-._~");
+using CharacterSet = std::array<bool, 256>;
+
+/// The unreserved characters, the sub-delimiters (RFC 3986 §2.2, §2.3) and `others`.
+constexpr CharacterSet allowing(std::string_view others) {
+  CharacterSet set{};
+  for (const std::string_view part :
+       {"abcdefghijklmnopqrstuvwxyz", "ABCDEFGHIJKLMNOPQRSTUVWXYZ", "0123456789", "-._~", "!$&'()*+,;="}) {
+    for (const char c : part) set[static_cast<unsigned char>(c)] = true;
+  }
+  for (const char c : others) set[static_cast<unsigned char>(c)] = true;
+  return set;
 }
-bool isSubDelimiter(char c) {
-  return isOneOf(c, "!$&'()*+,;=");
+
+constexpr CharacterSet kHostCharacters = allowing("");
+constexpr CharacterSet kUserInfoCharacters = allowing(":");
+constexpr CharacterSet kPathCharacters = allowing(":@/?");  // and those of a query and a fragment
+
+bool contains(const CharacterSet& set, char c) {
+  return set[static_cast<unsigned char>(c)];
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -57,23 +70,22 @@ bool isASCII(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-/// Appends `text`, with whatever is neither an escape, unreserved, a sub-delimiter nor in `alsoAllowed`
-/// percent-encoded.
-void appendEncoded(std::string& out, std::string_view text, std::string_view alsoAllowed) {
+/// Appends `text` with whatever is neither an escape nor in `allowed` percent-encoded.
+void appendEncoded(std::string& out, std::string_view text, const CharacterSet& allowed) {
   constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+  std::size_t runBegin = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
-    const bool isEscape =
-        c == '%' && text.size() - i > 2 && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2]);
-    if (isEscape || isUnreserved(c) || isSubDelimiter(c) || isOneOf(c, alsoAllowed)) {
-      out += c;
-      continue;
-    }
+    if (contains(allowed, c)) continue;
+    if (c == '%' && text.size() - i > 2 && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2])) continue;
     const auto byte = static_cast<unsigned char>(c);
+    out.append(text, runBegin, i - runBegin);
     out += '%';
     out += kHexDigits[byte >> 4U];
     out += kHexDigits[byte & 0xFU];
+    runBegin = i + 1;
   }
+  out.append(text, runBegin);
 }
 
 /// The scheme's length, 0 when `text` does not begin with one (RFC 3986 §3.1).
@@ -115,7 +127,7 @@ std::optional<std::string> wireHost(std::string_view host) {
     return std::string(host);
   }
   auto name = isASCII(host) ? std::string(host) : asciiHost(host);
-  const auto isAllowed = [](char c) { return isUnreserved(c) || isSubDelimiter(c); };
+  const auto isAllowed = [](char c) { return contains(kHostCharacters, c); };
   if (name && !std::all_of(name->begin(), name->end(), isAllowed)) return std::nullopt;
   return name;
 }
@@ -163,7 +175,7 @@ bool isWebScheme(std::string_view scheme) {
 
 std::optional<URL> URL::fromString(std::string_view text) {
   text = trimmed(text);
-  if (!isUTF8(text)) return std::nullopt;
+  if (!isASCII(text) && !isUTF8(text)) return std::nullopt;
   const auto schemeLength = schemeLengthOf(text);
   if (schemeLength == 0) return std::nullopt;
 
@@ -183,10 +195,10 @@ std::optional<URL> URL::fromString(std::string_view text) {
   if (isWebScheme(url.scheme()) && url.hostLength_ == 0) return std::nullopt;
 
   const auto fragment = std::min(text.find('#'), text.size());
-  appendEncoded(url.text_, text.substr(0, fragment), ":@/?");
+  appendEncoded(url.text_, text.substr(0, fragment), kPathCharacters);
   if (fragment < text.size()) {
     url.text_ += '#';
-    appendEncoded(url.text_, text.substr(fragment + 1), ":@/?");
+    appendEncoded(url.text_, text.substr(fragment + 1), kPathCharacters);
   }
   return url;
 }
@@ -197,7 +209,7 @@ bool URL::appendAuthority(std::string_view text) {
   if (!host || (host->empty() && !text.empty())) return false;
   text_ += "//";
   if (authority.userInfo) {
-    appendEncoded(text_, *authority.userInfo, ":");
+    appendEncoded(text_, *authority.userInfo, kUserInfoCharacters);
     text_ += '@';
   }
   hostBegin_ = text_.size();

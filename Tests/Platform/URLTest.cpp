@@ -131,12 +131,12 @@ TEST(URLTest, ComparesAndHashesItsText) {
 }
 
 TEST(URLTest, TakesHugeTextsInLinearTime) {
-  const std::string noise(4'000'000, '[');
+  const std::string noise(1'000'000, '[');
   EXPECT_EQ(textOf("http://a.com/" + noise).size(), 13 + 3 * noise.size());
   EXPECT_EQ(textOf("http://" + noise), "(none)");
-  EXPECT_EQ(textOf("http://" + std::string(4'000'000, '@')), "(none)");
+  EXPECT_EQ(textOf("http://" + std::string(1'000'000, '@')), "(none)");
   std::string accents;
-  for (int i = 0; i < 500'000; ++i) accents += "é.";
+  for (int i = 0; i < 200'000; ++i) accents += "é.";
   EXPECT_EQ(textOf("http://" + accents + "/"), "(none)");
 }
 
