@@ -15,12 +15,13 @@ class TarnLumoAnalyticsDigester {
  public:
   /// Sends over the session that all digesters of the process share.
   TarnLumoAnalyticsDigester();
+  /// `session` must not be null. Its configuration decides whether a beacon may be sent twice.
   explicit TarnLumoAnalyticsDigester(std::shared_ptr<tarn::HTTPSession> session);
   TarnLumoAnalyticsDigester(const TarnLumoAnalyticsDigester&) = delete;
   TarnLumoAnalyticsDigester& operator=(const TarnLumoAnalyticsDigester&) = delete;
   virtual ~TarnLumoAnalyticsDigester();
 
-  /// An absent URL sends nothing.
+  /// An absent URL sends nothing, nor does one that is neither http nor https.
   virtual void digestEvent(const std::optional<tarn::URL>& url);
 
   /// For the application's shutdown: waits until the beacons under way have been answered or have failed, at

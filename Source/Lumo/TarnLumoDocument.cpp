@@ -1,1 +1,135 @@
 #include "Lumo/TarnLumoDocument.h"
+
+#include <fmt/format.h>
+#include <libxml/xmlstring.h>
+
+#include <utility>
+
+#include "Lumo/TarnLumoTimeline.h"
+#include "Platform/Log.h"
+
+namespace {
+
+constexpr const char* kClassName = "TarnLumoDocument";
+constexpr int kRawTraffic = 5;
+
+tarn::Error documentError(std::int64_t code) {
+  tarn::Error error;
+  error.domain = TarnLumoErrorDomain;
+  error.code = code;
+  return error;
+}
+
+tarn::Error multipleRetrievalError(const tarn::URL& url) {
+  auto error = documentError(TarnLumoDocumentErrorCodeMultipleRetrieval);
+  error.failureReason = fmt::format(
+      "Multiple -[{} retrieveOnQueue:completion:] messages not may not be sent to the same instance.",
+      kClassName);
+  error.recoverySuggestion = fmt::format("Create a new instance of {} with URL {} to re-retrieve.",
+                                         kClassName, url.absoluteString());
+  return error;
+}
+
+/// libxml2's check ends at a NUL, which UTF-8 may hold.
+bool isUTF8(const std::string& text) {
+  std::size_t begin = 0;
+  do {
+    if (xmlCheckUTF8(reinterpret_cast<const xmlChar*>(text.c_str() + begin)) == 0) return false;
+    begin = text.find('\0', begin) + 1;  // 0 behind the last NUL
+  } while (begin != 0);
+  return true;
+}
+
+void logResponse(const std::string& body) {
+  if (!MHLogIsEnabled(kRawTraffic)) return;
+  const std::string text = isUTF8(body) ? body : fmt::format("({} bytes that are not UTF-8)", body.size());
+  MHLog(kRawTraffic, fmt::format("VMAP response:\n\n{}\n\n", text));
+}
+
+}  // namespace
+
+TarnLumoDocument::TarnLumoDocument(tarn::URL lumoURL)
+    : lumoURL_(std::move(lumoURL)), sharedURLSession_(std::make_shared<tarn::HTTPSession>()) {}
+
+TarnLumoDocument::~TarnLumoDocument() = default;
+
+TarnLumoDocumentState TarnLumoDocument::state() const {
+  const std::lock_guard lock(mutex_);
+  return state_;
+}
+
+std::shared_ptr<const TarnLumoTimeline> TarnLumoDocument::timeline() const {
+  const std::lock_guard lock(mutex_);
+  return timeline_;
+}
+
+std::string TarnLumoDocument::vmapExtensionsNamespace() const {
+  const std::lock_guard lock(mutex_);
+  return vmapExtensionsNamespace_;
+}
+
+void TarnLumoDocument::setVmapExtensionsNamespace(std::string prefix) {
+  const std::lock_guard lock(mutex_);
+  vmapExtensionsNamespace_ = std::move(prefix);
+}
+
+std::vector<TarnLumoWarning> TarnLumoDocument::warnings() const {
+  const std::lock_guard lock(mutex_);
+  return warnings_;
+}
+
+void TarnLumoDocument::setWarnings(std::vector<TarnLumoWarning> warnings) {
+  const std::lock_guard lock(mutex_);
+  warnings_ = std::move(warnings);
+}
+
+std::shared_ptr<tarn::HTTPSession> TarnLumoDocument::sharedURLSession() const {
+  const std::lock_guard lock(mutex_);
+  return sharedURLSession_;
+}
+
+void TarnLumoDocument::setSharedURLSession(std::shared_ptr<tarn::HTTPSession> session) {
+  if (!session) session = std::make_shared<tarn::HTTPSession>();
+  const std::lock_guard lock(mutex_);
+  sharedURLSession_.swap(session);  // the old one may end, which takes time: not under the lock
+}
+
+void TarnLumoDocument::retrieveOnQueue(tarn::Queue& queue, TarnLumoHTTPHeaders headers,
+                                       Completion completion) {
+  retrievalQueue_.async([self = shared_from_this(), &queue, headers = std::move(headers),
+                         completion = std::move(completion)]() mutable {
+    self->retrieve(queue, std::move(headers), std::move(completion));
+  });
+}
+
+void TarnLumoDocument::retrieve(tarn::Queue& queue, TarnLumoHTTPHeaders headers, Completion completion) {
+  std::shared_ptr<tarn::HTTPSession> session;
+  {
+    const std::lock_guard lock(mutex_);
+    if (state_ == TarnLumoDocumentStateInitial) session = sharedURLSession_;
+    state_ = session ? TarnLumoDocumentStateRetrieving : TarnLumoDocumentStateErrored;
+  }
+  if (!session) return completion(nullptr, multipleRetrievalError(lumoURL_));
+  session->start({lumoURL_, std::move(headers)}, connectionOperationQueue_,
+                 [self = shared_from_this(), &queue, completion = std::move(completion)](auto response) {
+                   auto error = self->receive(std::move(response));
+                   queue.async([self, completion, error = std::move(error)] { completion(self, error); });
+                 });
+}
+
+std::optional<tarn::Error> TarnLumoDocument::receive(tarn::Result<tarn::HTTPResponse> response) {
+  if (!response) return fail(TarnLumoDocumentErrorCodeConnection, std::move(response).error());
+  logResponse(response->body);
+  auto timeline = TarnLumoDeserializeTimelineFromDataWithError(*this, response->body);
+  if (!timeline) return fail(TarnLumoDocumentErrorCodeDeserialization, std::move(timeline).error());
+  const std::lock_guard lock(mutex_);
+  timeline_ = std::move(*timeline);
+  state_ = TarnLumoDocumentStateDeserialized;
+  return std::nullopt;
+}
+
+tarn::Error TarnLumoDocument::fail(std::int64_t code, tarn::Error cause) {
+  const std::lock_guard lock(mutex_);
+  state_ = TarnLumoDocumentStateErrored;
+  return withUnderlying(documentError(code), std::move(cause));
+}

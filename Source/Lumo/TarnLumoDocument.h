@@ -54,6 +54,9 @@ class TarnLumoDocument : public std::enable_shared_from_this<TarnLumoDocument> {
   using Completion = std::function<void(std::shared_ptr<TarnLumoDocument>, std::optional<tarn::Error>)>;
 
   explicit TarnLumoDocument(tarn::URL lumoURL);
+  TarnLumoDocument(const TarnLumoDocument&) = delete;
+  TarnLumoDocument& operator=(const TarnLumoDocument&) = delete;
+  ~TarnLumoDocument();
 
   [[nodiscard]] const tarn::URL& lumoURL() const { return lumoURL_; }
   /// The last event in the document's life, not a strict progression: a refused second retrieval reads as
@@ -80,17 +83,19 @@ class TarnLumoDocument : public std::enable_shared_from_this<TarnLumoDocument> {
 
  private:
   void retrieve(tarn::Queue& queue, TarnLumoHTTPHeaders headers, Completion completion);
-  void receive(tarn::Result<tarn::HTTPResponse> response, tarn::Queue& queue, Completion completion);
+  /// Reads what arrived; absent on success.
+  std::optional<tarn::Error> receive(tarn::Result<tarn::HTTPResponse> response);
+  tarn::Error fail(std::int64_t code, tarn::Error cause);
 
   const tarn::URL lumoURL_;
+  tarn::SerialQueue retrievalQueue_{"TarnLumoDocument.retrievalQueue"};
+  tarn::OperationQueue connectionOperationQueue_{"com.tarn.lumo.TarnLumoDocument"};
   mutable std::mutex mutex_;  // guards what follows
   TarnLumoDocumentState state_ = TarnLumoDocumentStateInitial;
   std::shared_ptr<const TarnLumoTimeline> timeline_;
   std::string vmapExtensionsNamespace_;
   std::vector<TarnLumoWarning> warnings_;
   std::shared_ptr<tarn::HTTPSession> sharedURLSession_;
-  std::unique_ptr<tarn::SerialQueue> retrievalQueue_;
-  std::unique_ptr<tarn::OperationQueue> connectionOperationQueue_;
 };
 
 /// Reads a VMAP 1.0.1 document with VAST 3.0 ads and the service's extension. Sets the document's extension

@@ -18,6 +18,7 @@ class TarnLumoTimeline;
 class TarnLumoTimelineOperation final : public tarn::Operation {
  public:
   explicit TarnLumoTimelineOperation(std::optional<tarn::URL> lumoUXURL);
+  ~TarnLumoTimelineOperation() override;
 
   [[nodiscard]] const std::optional<tarn::URL>& lumoUXURL() const { return lumoUXURL_; }
   [[nodiscard]] const TarnLumoHTTPHeaders& httpHeaders() const { return httpHeaders_; }
@@ -37,6 +38,7 @@ class TarnLumoTimelineOperation final : public tarn::Operation {
 
  private:
   void begin();
+  void conclude(const TarnLumoDocument* document, const std::optional<tarn::Error>& error);
   void finish();
 
   std::optional<tarn::URL> lumoUXURL_;
