@@ -65,7 +65,7 @@ std::optional<double> readShortDecimal(std::string_view text) {
 
 struct NumberFormatter::Impl {
   Style style;
-  std::unique_ptr<const icu::DecimalFormat> format;  // parsing is const, and so safe on any thread
+  std::unique_ptr<const icu::DecimalFormat> format;
 };
 
 NumberFormatter::NumberFormatter(Style style) {
@@ -77,6 +77,10 @@ NumberFormatter::NumberFormatter(Style style) {
                     "); install its data");
   }
   format->setLenient(false);
+  // ICU makes a format's parser at the first use; made here, the format never changes once threads share it.
+  icu::Formattable parsed;
+  icu::ParsePosition position;
+  format->parse("0", parsed, position);
   impl_ = std::make_unique<Impl>(Impl{style, std::move(format)});
 }
 

@@ -99,6 +99,7 @@ std::size_t schemeLengthOf(std::string_view text) {
 }
 
 bool isIPv6Address(const std::string& address) {
+  if (address.find('\0') != std::string::npos) return false;  // the C function would stop reading there
   std::array<unsigned char, sizeof(in6_addr)> bytes{};
   return inet_pton(AF_INET6, address.c_str(), bytes.data()) == 1;
 }

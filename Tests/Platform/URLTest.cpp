@@ -48,7 +48,7 @@ TEST(URLTest, EncodesWhatAURLMayNotHold) {
 }
 
 TEST(URLTest, RefusesWhatIsNoURL) {
-  for (const std::string text : {
+  for (const std::string& text : std::vector<std::string>{
            "",
            " \n",
            "a sentence like this",
@@ -80,6 +80,7 @@ TEST(URLTest, RefusesWhatIsNoURL) {
            "http://::1/",
            "http://[::1]x/",
            "http://[::1%25eth0]/",
+           std::string("http://[::1\0]/", 14),
            "http://a%2ecom/",
            "http://a\\b/",
            "http://\xff/",
