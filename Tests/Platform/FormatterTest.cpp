@@ -4,6 +4,7 @@
 #include <chrono>
 #include <clocale>
 #include <cmath>
+#include <optional>
 #include <random>
 #include <string>
 #include <thread>

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <ostream>
 #include <string>
 #include <tuple>
 #include <vector>
