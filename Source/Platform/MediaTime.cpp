@@ -110,6 +110,10 @@ CMTime combineNumeric(const CMTime& a, const CMTime& b, int sign, CMTimeEpoch ep
   const std::int64_t bFactor = a.timescale / divisor;
   const std::int64_t common = aFactor * a.timescale;
   const Int128 sum = static_cast<Int128>(a.value) * aFactor + static_cast<Int128>(b.value) * bFactor * sign;
+  if (common <= kCMTimeMaxTimescale && sum == static_cast<CMTimeValue>(sum)) {
+    return numericTime({static_cast<CMTimeValue>(sum), true}, static_cast<CMTimeScale>(common),
+                       a.flags | b.flags, epoch);
+  }
   const Seconds seconds{sum < 0, magnitudeOf(sum), static_cast<std::uint64_t>(common), 0};
   const auto timescale = static_cast<CMTimeScale>(std::min<std::int64_t>(common, kCMTimeMaxTimescale));
   return fittedTime(seconds, timescale, a.flags | b.flags, epoch);
