@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -49,7 +51,7 @@ std::uint64_t TarnLumoCompanionAd::hash() const {
 std::string TarnLumoCompanionAd::description() const {
   return tarn::Description("TarnLumoCompanionAd", this)
       .piece("ID", identifier_)
-      .piece("size", "{" + std::to_string(width_) + ", " + std::to_string(height_) + "}")
+      .piece("size", fmt::format("{{{}, {}}}", width_, height_))
       .piece("staticResourceURL", staticResourceURL_)
       .piece("staticResourceCreativeType", creativeType_)
       .piece("trackingEvents", trackingEventsCollection_)

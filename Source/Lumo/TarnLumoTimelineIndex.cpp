@@ -5,30 +5,8 @@
 namespace tarn {
 namespace {
 
-using Times = std::vector<CMTime>;
-
 bool isEarlier(const CMTime& a, const CMTime& b) {
   return CMTimeCompare(a, b) < 0;
-}
-
-bool ascend(const Times& times) {
-  return std::is_sorted(times.begin(), times.end(), isEarlier);
-}
-
-/// How many of the first times of [`from`, `to`) are earlier than `time`; the range must ascend.
-std::size_t skipEarlier(const Times& times, std::size_t from, std::size_t to, const CMTime& time) {
-  const auto begin = times.begin();
-  const auto found = std::lower_bound(begin + static_cast<std::ptrdiff_t>(from),
-                                      begin + static_cast<std::ptrdiff_t>(to), time, isEarlier);
-  return static_cast<std::size_t>(found - begin);
-}
-
-/// As `skipEarlier`, but skips equal times as well.
-std::size_t skipEarlierOrEqual(const Times& times, std::size_t from, std::size_t to, const CMTime& time) {
-  const auto begin = times.begin();
-  const auto found = std::upper_bound(begin + static_cast<std::ptrdiff_t>(from),
-                                      begin + static_cast<std::ptrdiff_t>(to), time, isEarlier);
-  return static_cast<std::size_t>(found - begin);
 }
 
 std::vector<TarnLumoContentSegment> makeSegments(const TarnLumoTimeline::AdSequences& adSequences,
@@ -55,18 +33,18 @@ ContentIndex::ContentIndex(const TarnLumoTimeline::AdSequences& adSequences, CMT
     : payloadLength_(payloadLength), segments_(makeSegments(adSequences, payloadLength)) {
   ends_.reserve(segments_.size());
   lengthBefore_.reserve(segments_.size() + 1);
-  lengthBefore_.push_back(kCMTimeZero);
+  lengthBefore_.add(kCMTimeZero);
   for (const auto& segment : segments_) {
-    ends_.push_back(CMTimeAdd(segment.beginTime(), segment.duration()));
-    lengthBefore_.push_back(CMTimeAdd(lengthBefore_.back(), segment.duration()));
+    ends_.add(CMTimeAdd(segment.beginTime(), segment.duration()));
+    lengthBefore_.add(CMTimeAdd(lengthBefore_.back(), segment.duration()));
   }
-  endsAscend_ = ascend(ends_);
-  lengthsAscend_ = ascend(lengthBefore_);
+  ends_.close();
+  lengthBefore_.close();
 }
 
 CMTime ContentIndex::contentTimeAtAbsoluteTime(CMTime absoluteTime) const {
   // Segments that end before the time count whole, which is what the sums before a segment hold.
-  std::size_t i = endsAscend_ ? skipEarlier(ends_, 0, ends_.size(), absoluteTime) : 0;
+  std::size_t i = ends_.ascends() ? ends_.firstNotEarlier(absoluteTime, 0, ends_.size()) : 0;
   CMTime accumulated = lengthBefore_[i];
   for (; i < segments_.size(); ++i) {
     const CMTime begin = segments_[i].beginTime();
@@ -86,8 +64,8 @@ CMTime ContentIndex::absoluteTimeAtContentTime(CMTime contentTime) const {
   const std::size_t count = segments_.size();
   std::size_t i = 0;
   std::size_t stop = count;
-  if (lengthsAscend_) {  // Only the first segment that ends behind the time can hold it.
-    i = skipEarlierOrEqual(lengthBefore_, 1, count + 1, contentTime) - 1;
+  if (lengthBefore_.ascends()) {  // Only the first segment that ends behind the time can hold it.
+    i = lengthBefore_.firstLater(contentTime, 1, count + 1) - 1;
     stop = std::min(i + 1, count);
   }
   for (; i < stop; ++i) {
@@ -98,60 +76,47 @@ CMTime ContentIndex::absoluteTimeAtContentTime(CMTime contentTime) const {
   return isEarlier(lengthBefore_.back(), contentTime) ? kCMTimeInvalid : payloadLength_;
 }
 
-void SpanIndex::add(CMTime begin, CMTime end) {
-  begins_.push_back(begin);
-  ends_.push_back(end);
+void SpanList::close() {
+  begins.close();
+  ends.close();
 }
 
-void SpanIndex::close() {
-  ascends_ = ascend(begins_) && ascend(ends_);
-}
-
-std::size_t SpanIndex::firstHolding(CMTime time, std::size_t from, std::size_t to) const {
+std::size_t SpanList::firstHolding(CMTime time, std::size_t from, std::size_t to) const {
   std::size_t i = from;
   std::size_t stop = to;
-  if (ascends_) {  // If the first span that ends after the time begins after it, all others do.
-    i = skipEarlierOrEqual(ends_, from, to, time);
+  if (ascends()) {  // If the first span that ends after the time begins after it, all others do.
+    i = ends.firstLater(time, from, to);
     stop = std::min(i + 1, to);
   }
   for (; i < stop; ++i) {
-    if (!isEarlier(time, begins_[i]) && isEarlier(time, ends_[i])) return i;
+    if (!isEarlier(time, begins[i]) && isEarlier(time, ends[i])) return i;
   }
   return to;
-}
-
-std::size_t SpanIndex::countBeforeBeginAfter(CMTime time) const {
-  if (ascends_) return skipEarlierOrEqual(begins_, 0, begins_.size(), time);
-  const auto found = std::find_if(begins_.begin(), begins_.end(),
-                                  [&](const CMTime& begin) { return isEarlier(time, begin); });
-  return static_cast<std::size_t>(found - begins_.begin());
-}
-
-std::size_t SpanIndex::countEndingBefore(CMTime time, std::size_t count) const {
-  return skipEarlier(ends_, 0, count, time);
 }
 
 BreakIndex::BreakIndex(const TarnLumoTimeline::AdSequences& adSequences) {
   firstAd_.reserve(adSequences.size() + 1);
   durationBefore_.push_back(kCMTimeZero);
   for (const auto& sequence : adSequences) {
-    sequences_.add(sequence->beginTime(), sequence->endTime());
-    firstAd_.push_back(ads_.size());
+    sequences_.begins.add(sequence->beginTime());
+    sequences_.ends.add(sequence->endTime());
+    firstAd_.push_back(durations_.size());
     for (const auto& ad : sequence->ads()) {
-      ads_.add(ad->beginTime(), ad->endTime());
+      ads_.begins.add(ad->beginTime());
+      ads_.ends.add(ad->endTime());
       durations_.push_back(ad->duration());
       durationBefore_.push_back(CMTimeAdd(durationBefore_.back(), ad->duration()));
     }
   }
-  firstAd_.push_back(ads_.size());
+  firstAd_.push_back(durations_.size());
   sequences_.close();
   ads_.close();
 }
 
 BreakIndex::Position BreakIndex::positionAt(CMTime time,
                                             const TarnLumoTimeline::AdSequences& adSequences) const {
-  const std::size_t sequence = sequences_.firstHolding(time, 0, sequences_.size());
-  if (sequence == sequences_.size()) return {};
+  const std::size_t sequence = sequences_.firstHolding(time, 0, adSequences.size());
+  if (sequence == adSequences.size()) return {};
   Position position{adSequences[sequence], nullptr};
   const std::size_t endOfAds = firstAd_[sequence + 1];
   const std::size_t ad = ads_.firstHolding(time, firstAd_[sequence], endOfAds);
@@ -159,12 +124,20 @@ BreakIndex::Position BreakIndex::positionAt(CMTime time,
   return position;
 }
 
+std::size_t BreakIndex::sequencesBeforeBeginAfter(CMTime time) const {
+  const TimeList& begins = sequences_.begins;
+  if (begins.ascends()) return begins.firstLater(time, 0, begins.size());
+  std::size_t i = 0;
+  while (i < begins.size() && !isEarlier(time, begins[i])) ++i;
+  return i;
+}
+
 CMTime BreakIndex::adTimeBefore(CMTime time) const {
-  const std::size_t endOfAds = firstAd_[sequences_.countBeforeBeginAfter(time)];
-  if (ads_.ascends()) return durationBefore_[ads_.countEndingBefore(time, endOfAds)];
+  const std::size_t endOfAds = firstAd_[sequencesBeforeBeginAfter(time)];
+  if (ads_.ends.ascends()) return durationBefore_[ads_.ends.firstNotEarlier(time, 0, endOfAds)];
   CMTime accumulated = kCMTimeZero;
   for (std::size_t ad = 0; ad < endOfAds; ++ad) {
-    if (isEarlier(ads_.end(ad), time)) accumulated = CMTimeAdd(accumulated, durations_[ad]);
+    if (isEarlier(ads_.ends[ad], time)) accumulated = CMTimeAdd(accumulated, durations_[ad]);
   }
   return accumulated;
 }

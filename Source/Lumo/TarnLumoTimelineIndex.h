@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "Lumo/TarnLumoTimeline.h"
+#include "Lumo/TimeList.h"
 
 /// What the mappings look up, computed once, since a timeline never changes.
 ///
@@ -25,33 +27,19 @@ class ContentIndex {
  private:
   CMTime payloadLength_;
   std::vector<TarnLumoContentSegment> segments_;
-  std::vector<CMTime> ends_;
-  std::vector<CMTime> lengthBefore_;  // of content before each segment, and behind the last
-  bool endsAscend_ = false;
-  bool lengthsAscend_ = false;
+  TimeList ends_;
+  TimeList lengthBefore_;  // of content before each segment, and behind the last
 };
 
 /// Half-open spans of stream time.
-class SpanIndex {
- public:
-  void add(CMTime begin, CMTime end);
-  /// To be called once, when all have been added.
-  void close();
+struct SpanList {
+  TimeList begins;
+  TimeList ends;
 
-  [[nodiscard]] std::size_t size() const { return begins_.size(); }
-  [[nodiscard]] CMTime end(std::size_t span) const { return ends_[span]; }
-  [[nodiscard]] bool ascends() const { return ascends_; }
+  void close();
+  [[nodiscard]] bool ascends() const { return begins.ascends() && ends.ascends(); }
   /// The first of the spans in [`from`, `to`) that holds `time`; `to` when none does.
   [[nodiscard]] std::size_t firstHolding(CMTime time, std::size_t from, std::size_t to) const;
-  /// How many spans stand before the first that begins after `time`.
-  [[nodiscard]] std::size_t countBeforeBeginAfter(CMTime time) const;
-  /// How many of the first `count` spans end before `time`; the spans must ascend.
-  [[nodiscard]] std::size_t countEndingBefore(CMTime time, std::size_t count) const;
-
- private:
-  std::vector<CMTime> begins_;
-  std::vector<CMTime> ends_;
-  bool ascends_ = false;
 };
 
 /// Spans of the ad sequences, and of their ads as one list.
@@ -70,8 +58,10 @@ class BreakIndex {
   [[nodiscard]] CMTime adTimeBefore(CMTime time) const;
 
  private:
-  SpanIndex sequences_;
-  SpanIndex ads_;
+  [[nodiscard]] std::size_t sequencesBeforeBeginAfter(CMTime time) const;
+
+  SpanList sequences_;
+  SpanList ads_;
   std::vector<std::size_t> firstAd_;    // of each sequence, in `ads_`; and its size
   std::vector<CMTime> durationBefore_;  // of ads before each ad, and of all
   std::vector<CMTime> durations_;
