@@ -51,6 +51,11 @@ using tarn::xml::xmlText;
   return take(xmlGetProp(node, xmlText(std::string(name))));
 }
 
+/// Other kinds of nodes have something else in its place.
+[[nodiscard]] const xmlNs* namespaceOf(const xmlNode* node) {
+  return node->type == XML_ELEMENT_NODE || node->type == XML_ATTRIBUTE_NODE ? node->ns : nullptr;
+}
+
 [[nodiscard]] xmlNode* nextElement(xmlNode* node) {
   while (node != nullptr && node->type != XML_ELEMENT_NODE) node = node->next;
   return node;
@@ -116,9 +121,16 @@ std::string TarnLumoONOXMLElement::tag() const {
 
 std::optional<std::string> TarnLumoONOXMLElement::namespacePrefix() const {
   const auto alive = document_.lock();
-  if (!alive || (node_->type != XML_ELEMENT_NODE && node_->type != XML_ATTRIBUTE_NODE)) return std::nullopt;
-  if (node_->ns == nullptr || node_->ns->prefix == nullptr) return std::nullopt;
-  return std::string(view(node_->ns->prefix));
+  const xmlNs* space = alive ? namespaceOf(node_) : nullptr;
+  return space == nullptr || space->prefix == nullptr ? std::nullopt
+                                                      : std::optional<std::string>(view(space->prefix));
+}
+
+std::optional<std::string> TarnLumoONOXMLElement::namespaceURI() const {
+  const auto alive = document_.lock();
+  const xmlNs* space = alive ? namespaceOf(node_) : nullptr;
+  return space == nullptr || space->href == nullptr ? std::nullopt
+                                                    : std::optional<std::string>(view(space->href));
 }
 
 std::uint64_t TarnLumoONOXMLElement::lineNumber() const {

@@ -60,6 +60,7 @@ class TarnLumoONOXMLElement {
   [[nodiscard]] std::string tag() const;
   /// The prefix (not the URI) of the node's namespace; absent without namespace or prefix.
   [[nodiscard]] std::optional<std::string> namespacePrefix() const;
+  [[nodiscard]] std::optional<std::string> namespaceURI() const;
   /// From 1; libxml2 counts to 65535 and stays there. 0 for what stands on no line.
   [[nodiscard]] std::uint64_t lineNumber() const;
   /// By local name, entities resolved; of two with one local name the first.
