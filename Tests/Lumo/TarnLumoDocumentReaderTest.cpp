@@ -1,0 +1,404 @@
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "Lumo/TarnLumoDocument.h"
+#include "Lumo/TarnLumoTimeline.h"
+#include "Platform/Log.h"
+#include "Support/TimePrinter.h"
+#include "Support/VMAPText.h"
+
+namespace {
+
+using namespace tarn::test;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Field;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Optional;
+using ::testing::SizeIs;
+
+using Warnings = std::vector<TarnLumoWarning>;
+
+struct Reading {
+  tarn::Result<std::shared_ptr<const TarnLumoTimeline>> result;
+  std::string extensionPrefix;
+  Warnings warnings;
+  std::vector<std::string> log;
+
+  const TarnLumoTimeline& timeline() const { return **result; }
+  const TarnLumoAd& ad(std::size_t sequence, std::size_t index = 0) const {
+    return *timeline().adSequences().at(sequence)->ads().at(index);
+  }
+};
+
+Reading read(std::string_view bytes) {
+  std::vector<std::string> log;
+  const auto sink = tarn::installLogSink([&log](std::string_view line) { log.emplace_back(line); });
+  TarnLumoDocument document(*tarn::URL::fromString("https://ads.example/vmap"));
+  auto result = TarnLumoDeserializeTimelineFromDataWithError(document, bytes);
+  return {std::move(result), document.vmapExtensionsNamespace(), document.warnings(), std::move(log)};
+}
+
+std::vector<std::string> texts(const std::vector<tarn::URL>& urls) {
+  std::vector<std::string> result;
+  for (const auto& url : urls) result.push_back(url.absoluteString());
+  return result;
+}
+
+/// The begin times of all ads in seconds, by sequence.
+std::vector<std::vector<double>> beginTimes(const TarnLumoTimeline& timeline) {
+  std::vector<std::vector<double>> result;
+  for (const auto& sequence : timeline.adSequences()) {
+    auto& times = result.emplace_back();
+    for (const auto& ad : sequence->ads()) times.push_back(CMTimeGetSeconds(ad->beginTime()));
+  }
+  return result;
+}
+
+std::string textOf(const tarn::Dictionary& element, const char* key) {
+  const auto* text = element.get<std::string>(key);
+  return text ? *text : "(none)";
+}
+
+TEST(DocumentReader, ReadsAWholeDocument) {
+  const auto film = read(sample("film.vmap.xml"));
+  ASSERT_TRUE(film.result) << tarn::chainDescription(film.result.error());
+  EXPECT_THAT(film.warnings, IsEmpty());
+  EXPECT_THAT(film.log, IsEmpty());
+  EXPECT_EQ(film.extensionPrefix, "mh");
+  const auto& timeline = film.timeline();
+  EXPECT_EQ(timeline.lumoURL()->absoluteString(),
+            "https://stream.example.com/film/master.m3u8?token=abc&ads=1");
+  EXPECT_THAT(timeline.payloadLength(), IdenticalTo(CMTimeMake(3690 * 600, 600)));
+  EXPECT_THAT(timeline.contentLength(), IdenticalTo(CMTimeMake(3600 * 600, 600)));
+  ASSERT_THAT(timeline.contentImpressions(), SizeIs(3));
+  EXPECT_THAT(timeline.contentImpressions()[1]->logicalTime(), SecondsEq(900.5));
+  EXPECT_EQ(timeline.contentImpressions()[1]->url()->absoluteString(),
+            "https://beacon.example.com/content?at=900.5&session=%5BSESSION%5D");
+  EXPECT_THAT(beginTimes(timeline),
+              ElementsAre(ElementsAre(0, 15), ElementsAre(1230), ElementsAre(3660, 3675)));
+
+  const TarnLumoAd& ad = film.ad(0);
+  EXPECT_THAT(ad.adId(), Optional(std::string("pre-1")));
+  EXPECT_THAT(ad.title(), Optional(std::string("Sparkling water — the summer edition")));
+  EXPECT_THAT(texts(ad.impressionURLs()),
+              ElementsAre("https://beacon.example.com/imp?ad=pre-1&cb=%5BCACHEBUSTING%5D&t=%5BTIMESTAMP%5D",
+                          "https://pixel.example.net/i/pre-1?pos=%7Bposition%7D&site=a%7Cb"));
+  EXPECT_THAT(ad.duration(), SecondsEq(15));
+  EXPECT_THAT(ad.endTime(), SecondsEq(15));
+  EXPECT_THAT(ad.logicalOffset(), IdenticalTo(kCMTimeZero));
+  EXPECT_THAT(ad.skipOffset(), IsInvalidTime());
+  EXPECT_EQ(ad.clickThroughURL()->absoluteString(),
+            "https://shop.example.com/landing?campaign=summer%20sale&ad=pre-1");
+  EXPECT_THAT(texts(ad.clickTrackingURLs()), SizeIs(2));
+  EXPECT_THAT(ad.trackingEventsCollection()->eventsByName(), SizeIs(11));
+  EXPECT_THAT(ad.trackingEventsCollection()->orderedEventsWithOffsets(), SizeIs(4));
+  EXPECT_THAT(film.ad(0, 1).skipOffset(), SecondsEq(5));
+  EXPECT_THAT(film.ad(1).skipOffset(), SecondsEq(15));
+  EXPECT_THAT(film.ad(2).logicalOffset(), IdenticalTo(kCMTimePositiveInfinity));
+
+  const auto& companions = ad.companionsCollection()->orderedCompanionAdsWithWidthThenHeight();
+  ASSERT_THAT(companions, SizeIs(2));
+  EXPECT_EQ(companions[0]->width(), 300);
+  EXPECT_EQ(companions[0]->height(), 250);
+  EXPECT_THAT(companions[0]->identifier(), Optional(std::string("pre-1-300x250")));
+  EXPECT_EQ(companions[0]->staticResourceURL()->absoluteString(),
+            "https://media.example.com/pre-1/300x250.png");
+  EXPECT_THAT(companions[0]->staticResourceCreativeType(), Optional(std::string("image/png")));
+  EXPECT_EQ(companions[0]->clickThroughURL()->absoluteString(),
+            "https://shop.example.com/banner?ad=pre-1&size=300x250");
+  EXPECT_THAT(companions[0]->clickTrackingURLs(), SizeIs(1));
+  EXPECT_THAT(companions[0]->trackingEventsCollection()->URLsForTrackingEventsNamed("creativeView"),
+              SizeIs(1));
+
+  const auto& extension = ad.vastAdCreativeExtensions()->at(0);
+  EXPECT_EQ(textOf(extension, kTarnXMLElementTagKey), "CreativeExtension");
+  const auto* attributes = extension.get<tarn::Dictionary>(kTarnXMLElementAttributesKey);
+  EXPECT_EQ(textOf(*attributes, "vendor"), "ExampleAds");
+  const auto* children = extension.get<std::vector<tarn::Dictionary>>(kTarnXMLElementContentKey);
+  EXPECT_EQ(textOf(children->at(0), kTarnXMLElementContentKey), "Acme & Sons");
+  EXPECT_THAT(*children->at(1).get<std::vector<tarn::Dictionary>>(kTarnXMLElementContentKey), SizeIs(2));
+  EXPECT_EQ(textOf(ad.vastAdExtensions()->at(0), kTarnXMLElementContentKey), "") << "no children: its text";
+  EXPECT_FALSE(film.ad(2, 1).vastAdExtensions());
+}
+
+TEST(DocumentReader, PutsAdsWhereTheStreamHasThem) {
+  struct Row {
+    const char* what;
+    std::string breaks;
+    std::vector<std::vector<double>> begins;
+  };
+  const std::vector<Row> rows = {
+      {"a sequence of two, and a mid-roll moved on by both",
+       simpleBreak("start", "00:00:15") + simpleBreak("START", "00:00:15") +
+           simpleBreak("00:10:00.000", "00:00:30"),
+       {{0, 15}, {630}}},
+      {"one place written in two ways",
+       simpleBreak("start", "00:00:15") + simpleBreak("00:00:00", "00:00:15"),
+       {{0}, {15}}},
+      {"one key for equal times",
+       simpleBreak("00:01:00", "00:00:10") + simpleBreak("00:01:00.000", "00:00:10"),
+       {{60, 70}}},
+      {"post-rolls end with the payload",
+       simpleBreak("end", "00:00:15") + simpleBreak("End", "00:00:30"),
+       {{615, 630}}},
+      {"a post-roll does not move what follows it",
+       simpleBreak("end", "00:00:30") + simpleBreak("00:00:10", "00:00:05"),
+       {{10}, {630}}},
+      {"document order counts, sequences are sorted",
+       simpleBreak("00:05:00", "00:00:30") + simpleBreak("00:01:00", "00:00:10"),
+       {{90}, {300}}},
+      {"an element name of another case",
+       "<adbreak timeoffset='x' timeOffset='start'><vmap:AdSource><vmap:VASTData><VAST>" +
+           ad("a", linear("00:00:10")) + "</VAST></vmap:VASTData></vmap:AdSource></adbreak>",
+       {{0}}},
+      {"no breaks", "", {}},
+  };
+  for (const auto& row : rows) {
+    const auto reading = read(vmap(row.breaks));
+    ASSERT_TRUE(reading.result) << row.what;
+    EXPECT_EQ(beginTimes(reading.timeline()), row.begins) << row.what;
+  }
+}
+
+TEST(DocumentReader, PassesAnInvalidDurationOnToAllThatFollows) {
+  const auto reading =
+      read(vmap(simpleBreak("start", "00:00:15") + "\n<vmap:AdBreak timeOffset='00:01:00'/>\n" +
+                simpleBreak("00:02:00", "00:00:15") + simpleBreak("00:03:00", "00:00:15")));
+  ASSERT_TRUE(reading.result);
+  const auto& sequences = reading.timeline().adSequences();
+  ASSERT_THAT(sequences, SizeIs(4));
+  EXPECT_EQ(reading.ad(1).adId(), std::nullopt);
+  EXPECT_THAT(reading.ad(1).duration(), IdenticalTo(CMTime{}));
+  EXPECT_THAT(reading.ad(1).logicalOffset(), IsInvalidTime());
+  EXPECT_THAT(reading.ad(2).beginTime(), IsInvalidTime());
+  EXPECT_THAT(reading.ad(3).beginTime(), IsInvalidTime());
+  EXPECT_THAT(
+      reading.warnings,
+      ElementsAre(TarnLumoWarning{4,
+                                  "The AdBreak holds no ad (it has no AdSource) and yields one without id "
+                                  "and duration."},
+                  TarnLumoWarning{5,
+                                  "From this AdBreak on begin times are invalid, because of the duration "
+                                  "of the ad at line 4 before it."}));
+}
+
+TEST(DocumentReader, ReadsTheFirstLinearAndTheLastCompanions) {
+  const std::string companion = "<CompanionAds><Companion width=' 300px' height='-5' id='c'/></CompanionAds>";
+  const auto companionsOf = [](const Reading& reading) {
+    return reading.ad(0).companionsCollection()->orderedCompanionAdsWithWidthThenHeight().size();
+  };
+  const std::string second = "<Creative><CompanionAds><C/><C/></CompanionAds></Creative>";
+  const std::string withLinear =
+      "<Creative><Linear><Duration>00:00:10</Duration></Linear>" + companion + "</Creative>";
+  EXPECT_EQ(companionsOf(read(vmap(adBreak("start", ad("a", withLinear))))), 1u);
+  EXPECT_EQ(companionsOf(read(vmap(adBreak("start", ad("a", withLinear + second))))), 2u);
+  EXPECT_EQ(companionsOf(read(vmap(adBreak("start", ad("a", withLinear + "<Creative/>"))))), 0u);
+  const auto twice = read(vmap(adBreak("start", ad("a", linear("00:00:20") + withLinear))));
+  EXPECT_EQ(companionsOf(twice), 0u) << "a creative with a further Linear is skipped as a whole";
+  EXPECT_THAT(twice.ad(0).duration(), SecondsEq(20));
+  EXPECT_THAT(twice.log, ElementsAre("Cannot process multiple Linear elements within a single Ad element."));
+  const auto one = read(vmap(adBreak("start", ad("a", withLinear))));
+  const auto& read = *one.ad(0).companionsCollection()->orderedCompanionAdsWithWidthThenHeight()[0];
+  EXPECT_EQ(read.width(), 300);
+  EXPECT_EQ(read.height(), -5);
+}
+
+TEST(DocumentReader, ReadsOffsetsAndClicksAsWritten) {
+  const std::string content =
+      "<TrackingEvents><Tracking event='progress' offset='5'>https://t.example/5</Tracking>"
+      "<Tracking event='odd' offset='abc'>https://t.example/0</Tracking>"
+      "<Tracking event='start'>nowhere</Tracking><Other>https://t.example/none</Other></TrackingEvents>"
+      "<VideoClicks><ClickThrough>https://c.example/1</ClickThrough><clicktracking>https://c.example/x</"
+      "clicktracking>"
+      "<ClickTracking>no url</ClickTracking><ClickTracking>https://c.example/3</ClickTracking>"
+      "<ClickThrough>https://c.example/2</ClickThrough></VideoClicks>";
+  const auto reading = read(vmap(adBreak("start", ad("a", linear("00:00:10", content, "skipoffset='abc'")))));
+  const TarnLumoAd& ad = reading.ad(0);
+  const auto& events = ad.trackingEventsCollection()->eventsByName();
+  EXPECT_THAT(events.at("progress")[0]->offset(), SecondsEq(5));
+  EXPECT_THAT(events.at("odd")[0]->offset(), SecondsEq(0));
+  EXPECT_THAT(events.at("start")[0]->offset(), IsInvalidTime());
+  EXPECT_EQ(events.at("start")[0]->url(), std::nullopt);
+  EXPECT_EQ(events.at("")[0]->url()->absoluteString(), "https://t.example/none");
+  EXPECT_EQ(ad.clickThroughURL()->absoluteString(), "https://c.example/2");
+  EXPECT_THAT(texts(ad.clickTrackingURLs()), ElementsAre("https://c.example/3"));
+  EXPECT_THAT(ad.skipOffset(), IsInvalidTime());
+  EXPECT_THAT(reading.log, SizeIs(2));
+}
+
+TEST(DocumentReader, ChoosesTheExtensionByThePlainText) {
+  const std::string vmapPrefix = "xmlns:vmap='urn:v' ";
+  const std::string both = "<mh:Marlith payloadlength='1'/><zl:zephyrLumo payloadlength='2'/>";
+  struct Row {
+    std::string document;
+    std::string prefix;
+    double payload;
+  };
+  const std::vector<Row> rows = {
+      {vmap(vmapPrefix + "xmlns:zl='urn:z' xmlns:mh='urn:m'", both, ""), "mh", 1},
+      {vmap(vmapPrefix + "xmlns:zl='urn:z'", "<zl:zephyrLumo payloadlength='2.5'/>", ""), "zl", 2.5},
+      {vmap(vmapPrefix, "<zl:zephyrLumo payloadlength='2'/>", ""), "", 0},
+      {"<!-- xmlns:mh= -->" + vmap(vmapPrefix + "xmlns:zl='urn:z'", "<zl:zephyrLumo payloadlength='2'/>", ""),
+       "mh", 0},
+      {vmap(vmapPrefix, "<zl:zephyrLumo xmlns:zl='urn:z' payloadlength='2'/>", ""), "zl", 0},
+      {vmap(vmapPrefix + "xmlns:zl='urn:z'", "<zl:zephyrLumo payloadlength='2'/>\xff", ""), "mh", 0},
+      {vmap(vmapPrefix + "xmlns:zl='urn:z'", "<zl:zephyrLumo payloadlength='two'/>", ""), "zl", 0},
+  };
+  for (const auto& row : rows) {
+    const auto reading = read(row.document);
+    ASSERT_TRUE(reading.result) << row.document;
+    EXPECT_EQ(reading.extensionPrefix, row.prefix) << row.document;
+    EXPECT_THAT(reading.timeline().payloadLength(), SecondsEq(row.payload)) << row.document;
+    EXPECT_THAT(reading.timeline().contentLength(), IdenticalTo(CMTimeMake(0, 600)));
+    EXPECT_THAT(reading.timeline().contentImpressions(), IsEmpty());
+  }
+}
+
+TEST(DocumentReader, FailsWithTheReason) {
+  struct Row {
+    std::string bytes;
+    std::optional<std::string> description;
+  };
+  const std::vector<Row> rows = {
+      {"", std::nullopt},
+      {"Not Found", std::nullopt},
+      {vmap("<vmap:AdBreak/>"), "AdBreak timeOffset `(null)` could not be parsed."},
+      {vmap(simpleBreak("10%", "00:00:10")), "AdBreak timeOffset `10%` could not be parsed."},
+      {vmap(simpleBreak("start", " 00:00:10")), "Linear Duration ` 00:00:10` could not be parsed."},
+      {vmap(adBreak("start", ad("a", "<Creative><Linear/></Creative>")) + simpleBreak("#1", "00:00:10")),
+       "Linear Duration `(null)` could not be parsed."},
+  };
+  for (const auto& row : rows) {
+    const auto reading = read(row.bytes);
+    ASSERT_FALSE(reading.result) << row.bytes;
+    const auto& error = reading.result.error();
+    EXPECT_EQ(error.domain, "TarnLumoErrorDomain");
+    EXPECT_EQ(error.code, 4011);
+    EXPECT_EQ(error.description, row.description);
+    EXPECT_EQ(error.underlying != nullptr, !row.description) << "the parser's error lies beneath";
+    EXPECT_THAT(error.recoverySuggestion.value_or("line 3"), HasSubstr("line 3"));
+  }
+}
+
+TEST(DocumentReader, WarnsOfEveryFlawOfASample) {
+  const auto flawed = read(sample("flawed.vmap.xml"));
+  ASSERT_TRUE(flawed.result);
+  std::vector<std::string> lines;
+  for (const auto& warning : flawed.warnings)
+    lines.push_back(std::to_string(warning.line.value_or(0)) + " " + warning.message);
+  EXPECT_THAT(
+      lines,
+      ElementsAre("5 The attribute contenturi of Marlith, “/relative/master.m3u8”, forms no absolute URL.",
+                  "5 The attribute payloadlength of Marlith, “10 minutes”, is no number of seconds and was "
+                  "read as 0.",
+                  "7 The time “soon” of a content impression is no number of seconds; it is never sent.",
+                  "8 The attribute url of Impression, “”, forms no absolute URL.",
+                  "17 The text “no url” of Impression forms no absolute URL.",
+                  "20 The skipoffset “25” is a percentage without its sign; the ad cannot be skipped.",
+                  "23 The offset “00:00:05” of Tracking is no number of seconds and was read as 0.",
+                  "24 Tracking has no event attribute, so it is never sent.",
+                  "28 The attribute width of Companion, “wide”, is no integer and was read as 0.",
+                  "31 A further creative with a Linear was skipped, its companions included.",
+                  "34 This creative's companions (0) replace those of the creative before it (1).",
+                  "40 Only the first Ad of an AdBreak is read; this one and those behind it are not.",
+                  "45 Breaks at content time 0 s are written in two ways, so their ads form two sequences at "
+                  "one place.",
+                  "48 The ad “wrapped” is a Wrapper, which is not followed; nothing but its id is read.",
+                  "52 From this AdBreak on begin times are invalid, because of the duration of the ad at "
+                  "line 45 before it.",
+                  "52 The AdBreak holds no ad (its VAST is in the namespace “http://www.iab.com/VAST”, where "
+                  "one without a "
+                  "namespace is looked for) and yields one without id and duration."));
+}
+
+TEST(DocumentReader, WarnsOfDocumentsThatHoldNothing) {
+  const auto first = [](std::string_view bytes) {
+    const auto reading = read(bytes);
+    EXPECT_TRUE(reading.result);
+    EXPECT_THAT(reading.timeline().adSequences(), IsEmpty());
+    return reading.warnings.empty() ? "" : reading.warnings[0].message;
+  };
+  EXPECT_THAT(first("<html><body/></html>"), HasSubstr("“html”, not vmap:VMAP"));
+  EXPECT_THAT(first("<VMAP xmlns='urn:v'/>"),
+              HasSubstr("“VMAP” in the namespace “urn:v”; only the prefix vmap"));
+  EXPECT_THAT(first("<v:VMAP xmlns:v='urn:v'/>"),
+              HasSubstr("“v:VMAP” in the namespace “urn:v”; only the prefix"));
+  EXPECT_THAT(first("<vmap:VMAP/>"), HasSubstr("prefix vmap on VMAP is not defined"));
+  EXPECT_THAT(first("<vmap:VMAP xmlns:vmap='urn:v'>"), HasSubstr("repaired: Premature end"));
+}
+
+TEST(DocumentReader, WarnsOfStreamsThatDoNotAddUp) {
+  struct Row {
+    std::string breaks;
+    std::string message;
+  };
+  const std::vector<Row> rows = {
+      {simpleBreak("start", "00:00:30"), "The payload length is 660 s, but content and ads add up to 630 s."},
+      {simpleBreak("00:10:50", "00:00:30"),
+       "The ad sequence at content time 650 s ends at 680 s, behind the payload"},
+      {simpleBreak("00:05:00", "00:00:30") + simpleBreak("00:01:00", "00:00:10"),
+       "lies before that of an earlier"},
+      {simpleBreak("00:05:00", "00:00:30") + simpleBreak("00:04:50", "00:01:40"),
+       "The ad sequence at content time 300 s begins at 300 s, before the one ahead of it ends at 420 s"},
+      {simpleBreak("end", "00:20:00"), "would begin 540 s before the stream does"},
+      {simpleBreak("99:99:99999999999999999999", "00:00:10"), "counts as “end”"},
+      {simpleBreak("start", "00:00:99999999999999999999"), "too long to be counted"},
+      {adBreak("start", "") + adBreak("start", "<Ad id='x'/>"), "its VAST is empty"},
+      {adBreak("start", "<Ad id='x'/>"), "The ad “x” has no InLine; nothing but its id is read."},
+      {adBreak("start", ad("x", "<Creative/>")), "The ad “x” has no Linear creative"},
+      {"<vmap:AdBreak timeOffset='start'><vmap:AdSource><vmap:AdTagURI>u</vmap:AdTagURI></vmap:AdSource>"
+       "</vmap:AdBreak>",
+       "AdTagURI, which is not fetched"},
+      {adBreak("start", ad("x", linear("00:00:10",
+                                       "<TrackingEvents><T event='e' offset='11'>u:u</T></TrackingEvents>"))),
+       "lies behind the ad's end"},
+  };
+  for (const auto& row : rows) {
+    std::string all;
+    for (const auto& warning : read(vmap(row.breaks)).warnings) all += warning.message + "\n";
+    EXPECT_THAT(all, HasSubstr(row.message)) << row.breaks;
+  }
+}
+
+TEST(DocumentReader, KeepsABoundedNumberOfWarnings) {
+  std::string impressions;
+  for (int i = 0; i < 1500; ++i) impressions += "\n<mh:Impression/>";
+  const auto reading = read(vmap("xmlns:vmap='urn:v' xmlns:mh='urn:m'",
+                                 "<mh:contentImpressions>" + impressions + "</mh:contentImpressions>", ""));
+  ASSERT_THAT(reading.warnings, SizeIs(1001));
+  EXPECT_EQ(reading.warnings[0].line, 3);
+  EXPECT_EQ(reading.warnings[1000], (TarnLumoWarning{std::nullopt, "501 more warnings were left out."}));
+}
+
+TEST(DocumentReader, ReadsWhatIsLeftOfATruncatedDocument) {
+  const std::string film = sample("film.vmap.xml");
+  std::size_t ads = 0;
+  for (std::size_t length = 0; length < film.size(); length += 1000) {
+    const auto reading = read(std::string_view(film).substr(0, length));
+    if (!reading.result) continue;
+    EXPECT_THAT(reading.warnings, Contains(Field(&TarnLumoWarning::message, HasSubstr("repaired"))))
+        << length;
+    std::size_t now = 0;
+    for (const auto& sequence : reading.timeline().adSequences()) now += sequence->ads().size();
+    EXPECT_GE(now, ads) << length;
+    ads = now;
+  }
+  EXPECT_EQ(ads, 5u);
+}
+
+TEST(DocumentReader, KeepsOneAdIdInTwoBreaksApart) {
+  const auto episode = read(sample("episode.vmap.xml"));
+  ASSERT_TRUE(episode.result);
+  EXPECT_EQ(episode.extensionPrefix, "zl");
+  EXPECT_THAT(episode.warnings, IsEmpty());
+  EXPECT_THAT(beginTimes(episode.timeline()),
+              ElementsAre(ElementsAre(330, 360), ElementsAre(1005.5), ElementsAre(1380)));
+  EXPECT_EQ(episode.ad(0, 1).adId(), episode.ad(1).adId());
+  EXPECT_FALSE(episode.ad(0, 1) == episode.ad(1));
+}
+
+}  // namespace
