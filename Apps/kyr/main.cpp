@@ -1,3 +1,111 @@
-int main() {
-  return 0;
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+
+#include "Inspect.h"
+#include "Lumo/TarnLumoCommon.h"
+#include "Report.h"
+#include "Select.h"
+#include "Trace.h"
+
+namespace tarn::cli {
+namespace {
+
+constexpr const char* kFooter =
+    "Exit status: 0 done; 1 the document or the stream could not be loaded or played; 2 the call was wrong.";
+
+void addSource(CLI::App& command, SourceOptions& options) {
+  command.add_option("SOURCE", options.source, "Path of a VMAP document, or its http or https URL")
+      ->required();
+  command.add_option("--header", options.headers, "Request header for a URL; may be given repeatedly")
+      ->type_name("'Name: value'")
+      ->allow_extra_args(false);
+}
+
+/// A command that was chosen sets `run`.
+using Run = std::function<int()>;
+
+void addInspect(CLI::App& app, InspectOptions& options, Run& run) {
+  auto* command = app.add_subcommand("inspect", "Print the timeline of a document and what is odd about it");
+  addSource(*command, options.source);
+  command->add_flag("--json", options.json, "Print one JSON object");
+  command->add_option("--svg", options.svg, "Draw the stitched stream into a file")->type_name("FILE");
+  command->callback([&options, &run] { run = [&options] { return runInspect(options); }; });
+}
+
+void addTrace(CLI::App& app, TraceOptions& options, Run& run) {
+  auto* command = app.add_subcommand(
+      "trace", "Feed a log of player times through tracker and analytics; beacons are printed, not sent");
+  addSource(*command, options.source);
+  command->add_option("--input", options.input, "The log; standard input without it")->type_name("FILE");
+  command->add_flag("--json", options.json, "Print one JSON object a line");
+  command->footer(
+      "The log, one command a line; blank lines and lines that begin with # are passed over:\n"
+      "  time T                     a new absolute time: seconds, or 'invalid'\n"
+      "  suspend yes|no             whether the tracker ignores times\n"
+      "  seekable S+D ...           new absolute seekable ranges (start+duration, seconds);\n"
+      "                             also 'seekable empty' and 'seekable none'\n"
+      "  loaded S+D ...             likewise, loaded ranges\n"
+      "  absolute T | content T     ask for the content time at an absolute time, or the reverse\n"
+      "  path T                     ask what plays at an absolute time\n\n" +
+      std::string(kFooter));
+  command->callback([&options, &run] { run = [&options] { return runTrace(options); }; });
+}
+
+void addSelect(CLI::App& app, SelectOptions& options, Run& run) {
+  auto* command = app.add_subcommand("select", "Print the elements that an expression matches");
+  addSource(*command, options.source);
+  auto* expression = command->add_option_group("expression", "What to look for");
+  expression->add_option("--xpath", options.xpath, "XPath 1.0; prefixes are the document's")
+      ->type_name("EXPRESSION");
+  expression->add_option("--css", options.css, "A simple CSS selector")->type_name("SELECTOR");
+  expression->require_option(1);
+  command->add_flag("--json", options.json, "Print one JSON object");
+  command->add_flag("--explain", options.explain, "Print the XPath that is evaluated first");
+  command->callback([&options, &run] { run = [&options] { return runSelect(options); }; });
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Shows what an ad-stitched stream's VMAP document says and what a session would do with it.",
+               "kyr");
+  app.set_version_flag("--version", "kyr " KYR_VERSION);
+  app.require_subcommand(1);
+  app.footer(kFooter);
+  bool verbose = false;
+  app.add_flag("--verbose", verbose, "Write the library's log to standard error");
+  app.fallthrough();
+
+  InspectOptions inspect;
+  TraceOptions trace;
+  SelectOptions select;
+  Run chosen;
+  addInspect(app, inspect, chosen);
+  addTrace(app, trace, chosen);
+  addSelect(app, select, chosen);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& outcome) {
+    if (outcome.get_exit_code() == 0) return app.exit(outcome);  // the help or the version was asked for
+    const bool isUnknown = app.get_subcommands().empty() && !app.remaining().empty();
+    printMessage((isUnknown ? "unknown command '" + app.remaining().front() + "'" : outcome.what()) +
+                 std::string(" (see kyr --help)"));
+    return kWrongCall;
+  }
+  // What the log would say of a document stands in the warnings, with line numbers.
+  TarnLumoLogConfigure(verbose ? TarnLumoLogConfigDebug : TarnLumoLogConfigDisabled);
+  return chosen();
+}
+
+}  // namespace
+}  // namespace tarn::cli
+
+int main(int argc, char** argv) {
+  const int status = tarn::cli::run(argc, argv);
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    tarn::cli::printMessage(std::string("(standard output): ") + std::strerror(errno));
+    return tarn::cli::kWrongCall;
+  }
+  return status;
 }

@@ -1,0 +1,196 @@
+#include "Source.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+
+#include "Platform/HTTPSession.h"
+#include "Platform/Queue.h"
+#include "Report.h"
+
+namespace tarn::cli {
+namespace {
+
+/// More than any request may take; a request ends by its own time-outs.
+constexpr std::chrono::minutes kLoadLimit{10};
+
+bool isASCIIAlphanumeric(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+bool isRemote(std::string_view source) {
+  const auto beginsWith = [source](std::string_view scheme) {
+    return source.size() >= scheme.size() &&
+           std::equal(scheme.begin(), scheme.end(), source.begin(), [](char expected, char c) {
+             return expected == (c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
+           });
+  };
+  return beginsWith("http://") || beginsWith("https://");
+}
+
+/// RFC 9110 §5.6.2.
+bool isToken(std::string_view text) {
+  constexpr std::string_view kMarks = "!#$%&'*+-.^_`|~";
+  return !text.empty() && std::all_of(text.begin(), text.end(), [kMarks](char c) {
+    return isASCIIAlphanumeric(c) || kMarks.find(c) != std::string_view::npos;
+  });
+}
+
+bool isFieldValue(std::string_view text) {
+  return std::none_of(text.begin(), text.end(), [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return (byte < 0x20U && c != '\t') || byte == 0x7FU;
+  });
+}
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t";
+  const auto first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+Result<TarnLumoHTTPHeaders> parseHeaders(const std::vector<std::string>& texts) {
+  TarnLumoHTTPHeaders headers;
+  for (const std::string_view text : texts) {
+    const auto colon = text.find(':');
+    const auto name = text.substr(0, colon);
+    const auto value = colon == std::string_view::npos ? std::string_view() : trimmed(text.substr(colon + 1));
+    if (colon == std::string_view::npos || !isToken(name) || !isFieldValue(value)) {
+      return callError(fmt::format("--header '{}': expected 'Name: value'", text));
+    }
+    headers.emplace_back(name, value);
+  }
+  return headers;
+}
+
+Result<URL> remoteURL(const std::string& source) {
+  auto url = URL::fromString(source);
+  if (!url || url->host().empty()) return callError(fmt::format("{}: not a URL", source));
+  return *std::move(url);
+}
+
+Error unreadable(const std::string& path, int code) {
+  return callError(fmt::format("{}: {}", path, std::strerror(code)));
+}
+
+Error tooLarge(const std::string& path) {
+  Error cause;
+  cause.domain = kHTTPErrorDomain;
+  cause.code = static_cast<std::int64_t>(HTTPErrorCode::responseTooLarge);
+  cause.description = fmt::format("{}: the document is larger than {} bytes", path, kMaximumDocumentSize);
+  Error error;
+  error.domain = TarnLumoErrorDomain;
+  error.code = TarnLumoDocumentErrorCodeConnection;
+  return withUnderlying(std::move(error), std::move(cause));
+}
+
+Result<std::string> readFile(const std::string& path) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  if (!file) return unreadable(path, errno);
+  std::string bytes;
+  std::array<char, 65536> buffer;
+  while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file.get())) {
+    bytes.append(buffer.data(), count);
+    if (bytes.size() > kMaximumDocumentSize) return tooLarge(path);
+  }
+  if (std::ferror(file.get()) != 0) return unreadable(path, errno);
+  return bytes;
+}
+
+/// The file's URL, every character that could end or change a path escaped.
+Result<URL> fileURL(const std::string& path) {
+  std::error_code failure;
+  const auto absolute = std::filesystem::absolute(path, failure);
+  std::string text = "file://";
+  for (const char c : absolute.string()) {
+    const bool plain = isASCIIAlphanumeric(c) || std::string_view("/-._~").find(c) != std::string_view::npos;
+    text += plain ? std::string(1, c) : fmt::format("%{:02X}", static_cast<unsigned char>(c));
+  }
+  auto url = URL::fromString(text);
+  if (failure || !url) return callError(fmt::format("{}: the path forms no URL", path));
+  return *std::move(url);
+}
+
+Result<LoadedTimeline> readTimeline(const std::string& path) {
+  const auto bytes = readFile(path);
+  if (!bytes) return bytes.error();
+  const auto url = fileURL(path);
+  if (!url) return url.error();
+  const auto document = std::make_shared<TarnLumoDocument>(*url);
+  auto timeline = TarnLumoDeserializeTimelineFromDataWithError(*document, *bytes);
+  if (!timeline) return timeline.error();
+  return LoadedTimeline{*std::move(timeline), document->vmapExtensionsNamespace(), document->warnings()};
+}
+
+/// Runs the main queue until `slot` is filled.
+template <typename T>
+Result<T> awaited(std::optional<Result<T>>& slot, const std::string& source) {
+  if (!MainQueue::shared().runUntil([&slot] { return slot.has_value(); }, kLoadLimit)) {
+    Error error;
+    error.domain = TarnLumoErrorDomain;
+    error.code = TarnLumoDocumentErrorCodeConnection;
+    error.description = fmt::format("{}: no answer within {} minutes", source, kLoadLimit.count());
+    return error;
+  }
+  return *std::move(slot);
+}
+
+Result<LoadedTimeline> fetchTimeline(const URL& url, TarnLumoHTTPHeaders headers) {
+  std::optional<Result<LoadedTimeline>> result;
+  const auto document = std::make_shared<TarnLumoDocument>(url);
+  document->retrieveOnQueue(MainQueue::shared(), std::move(headers), [&](auto, auto error) {
+    if (error) {
+      result.emplace(*std::move(error));
+    } else {
+      result.emplace(
+          LoadedTimeline{document->timeline(), document->vmapExtensionsNamespace(), document->warnings()});
+    }
+  });
+  return awaited(result, url.absoluteString());
+}
+
+Result<std::string> fetchBytes(const URL& url, TarnLumoHTTPHeaders headers) {
+  std::optional<Result<std::string>> result;
+  HTTPSession session;
+  session.start({url, std::move(headers)}, MainQueue::shared(), [&](Result<HTTPResponse> response) {
+    if (response) {
+      result.emplace(std::move(response)->body);
+      return;
+    }
+    Error error;
+    error.domain = TarnLumoErrorDomain;
+    error.code = TarnLumoDocumentErrorCodeConnection;
+    result.emplace(withUnderlying(std::move(error), response.error()));
+  });
+  return awaited(result, url.absoluteString());
+}
+
+}  // namespace
+
+Result<LoadedTimeline> loadTimeline(const SourceOptions& options) {
+  auto headers = parseHeaders(options.headers);
+  if (!headers) return headers.error();
+  if (!isRemote(options.source)) return readTimeline(options.source);
+  const auto url = remoteURL(options.source);
+  if (!url) return url.error();
+  return fetchTimeline(*url, *std::move(headers));
+}
+
+Result<std::string> loadBytes(const SourceOptions& options) {
+  auto headers = parseHeaders(options.headers);
+  if (!headers) return headers.error();
+  if (!isRemote(options.source)) return readFile(options.source);
+  const auto url = remoteURL(options.source);
+  if (!url) return url.error();
+  return fetchBytes(*url, *std::move(headers));
+}
+
+}  // namespace tarn::cli

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarn::test {
+
+struct Outcome {
+  int status = -1;  ///< The exit status; 128 and the signal's number when one ended the process.
+  std::string out;
+  std::string err;
+};
+
+/// Runs the `kyr` program that was built with these tests, with `input` on its standard input, and waits.
+[[nodiscard]] Outcome runKyr(const std::vector<std::string>& arguments, std::string_view input = {});
+
+/// A folder that goes with the object.
+class ScratchFolder {
+ public:
+  ScratchFolder();
+  ~ScratchFolder();
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+  [[nodiscard]] std::string path(std::string_view name) const { return (path_ / name).string(); }
+  /// Writes a file and answers its path.
+  [[nodiscard]] std::string write(std::string_view name, std::string_view bytes) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+[[nodiscard]] std::string readFile(const std::filesystem::path& path);
+[[nodiscard]] std::string documentPath(std::string_view name);
+[[nodiscard]] std::string golden(std::string_view name);
+
+/// A document around the given ad breaks, with the lengths as they stand in its attributes.
+[[nodiscard]] std::string vmap(std::string_view breaks, std::string_view payloadLength = "660",
+                               std::string_view contentLength = "600");
+/// An ad break with one ad that is `inLine` inside.
+[[nodiscard]] std::string adBreak(std::string_view timeOffset, std::string_view inLine);
+[[nodiscard]] std::string linear(std::string_view duration, std::string_view more = {});
+
+}  // namespace tarn::test

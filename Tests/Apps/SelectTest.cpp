@@ -1,0 +1,77 @@
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+
+#include "KyrProcess.h"
+
+namespace tarn::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+const std::string kDocument = documentPath("worked.vmap");
+
+TEST(SelectTest, JsonHoldsTheExpressionAndItsMatches) {
+  struct Row {
+    std::vector<std::string> query;
+    const char* expected;
+  };
+  const Row rows[] = {
+      {{"--xpath", "//Companion/StaticResource"},
+       R"({"xpath":"//Companion/StaticResource","matches":[{"tag":"StaticResource","line":35,)"
+       R"("attributes":{"creativeType":"image/png"},"text":"http://shop.example/spring.png"}],"value":null})"},
+      {{"--css", "Linear > Duration"},
+       R"({"xpath":".//Linear/Duration","matches":[)"
+       R"({"tag":"Duration","line":19,"attributes":{},"text":"00:00:15"},)"
+       R"({"tag":"Duration","line":61,"attributes":{},"text":"00:00:15.000"},)"
+       R"({"tag":"Duration","line":80,"attributes":{},"text":"00:00:30"}],"value":null})"},
+      {{"--xpath", "//vmap:AdSource/@id"},
+       R"({"xpath":"//vmap:AdSource/@id","matches":[)"
+       R"({"tag":"id","line":4,"attributes":{},"text":"1"},{"tag":"id","line":53,"attributes":{},"text":"2"},)"
+       R"({"tag":"id","line":70,"attributes":{},"text":"3"}],"value":null})"},
+      {{"--xpath", "//Nothing"}, R"({"xpath":"//Nothing","matches":[],"value":null})"},
+      {{"--xpath", "count(//Nothing)"}, R"-({"xpath":"count(//Nothing)","matches":[],"value":"0"})-"},
+      {{"--xpath", "string(//AdTitle[.='Holiday'])"},
+       R"-({"xpath":"string(//AdTitle[.='Holiday'])","matches":[],"value":"Holiday"})-"},
+  };
+  for (const auto& row : rows) {
+    std::vector<std::string> arguments{"select", kDocument, "--json"};
+    arguments.insert(arguments.end(), row.query.begin(), row.query.end());
+    const auto outcome = runKyr(arguments);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, std::string(row.expected) + "\n");
+  }
+}
+
+TEST(SelectTest, ExpressionsThatCannotBeEvaluatedAreNamed) {
+  struct Row {
+    std::vector<std::string> query;
+    const char* named;
+  };
+  const Row rows[] = {
+      {{"--xpath", "//["}, "`//[`"},
+      {{"--xpath", "//other:Ad"}, "`//other:Ad`"},
+      {{"--css", "div #x"}, "`.//div/descendant::`"},
+      {{"--xpath", ""}, "``"},
+  };
+  for (const auto& row : rows) {
+    std::vector<std::string> arguments{"select", kDocument, "--json"};
+    arguments.insert(arguments.end(), row.query.begin(), row.query.end());
+    const auto outcome = runKyr(arguments);
+    EXPECT_EQ(outcome.status, 1) << row.named;
+    EXPECT_THAT(outcome.err, AllOf(StartsWith("kyr: "), HasSubstr(row.named)));
+    EXPECT_THAT(nlohmann::json::parse(outcome.out).at("error").at("description"), HasSubstr(row.named));
+  }
+}
+
+TEST(SelectTest, ExplainPrintsTheExpressionBeforeTheMatches) {
+  const auto outcome = runKyr({"select", kDocument, "--css", "Ad#ad-3", "--explain"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, StartsWith(".//Ad[@id = 'ad-3']\n"));
+  EXPECT_THAT(outcome.out, AllOf(HasSubstr("\n     73  <Ad id=\"ad-3\">"), HasSubstr("1 match\n")));
+}
+
+}  // namespace
+}  // namespace tarn::test
