@@ -1,0 +1,103 @@
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "StreamOfBreaks.h"
+
+/// What mapping a time costs, by the number of breaks, beside a binary search over as many plain integers.
+namespace {
+
+using kyr_benchmarks::kTimescale;
+using kyr_benchmarks::streamOfBreaks;
+
+/// Positions all over the stream, so that no branch or cache line is learned by heart.
+std::vector<std::int64_t> positionsUpTo(std::int64_t ticks) {
+  constexpr std::size_t kPositions = 4096;
+  std::mt19937_64 random(1);
+  std::uniform_int_distribution<std::int64_t> anywhere(0, ticks);
+  std::vector<std::int64_t> positions(kPositions);
+  for (auto& position : positions) position = anywhere(random);
+  return positions;
+}
+
+template <typename Ask>
+double nanosecondsOf(const std::vector<std::int64_t>& positions, const Ask& ask) {
+  constexpr int kRounds = 25;
+  const auto begin = std::chrono::steady_clock::now();
+  for (int round = 0; round < kRounds; ++round) {
+    for (const auto position : positions) benchmark::DoNotOptimize(ask(position));
+  }
+  const std::chrono::duration<double, std::nano> elapsed = std::chrono::steady_clock::now() - begin;
+  return elapsed.count() / kRounds / static_cast<double>(positions.size());
+}
+
+/// The baseline: a binary search over one end a break.
+double nanosecondsOfLowerBound(const std::vector<std::int64_t>& positions, std::int64_t breaks,
+                               std::int64_t lengthInTicks) {
+  std::vector<std::int64_t> ends;
+  for (std::int64_t i = 1; i <= breaks; ++i) ends.push_back(lengthInTicks / breaks * i);
+  return nanosecondsOf(positions, [&](std::int64_t position) {
+    return std::lower_bound(ends.begin(), ends.end(), position) - ends.begin();
+  });
+}
+
+template <typename Ask>
+void measure(benchmark::State& state, CMTime length, const Ask& ask) {
+  const auto positions = positionsUpTo(length.value);
+  state.counters["lower_bound_ratio"] =
+      nanosecondsOf(positions, ask) / nanosecondsOfLowerBound(positions, state.range(0), length.value);
+  std::size_t next = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(ask(positions[next]));
+    next = (next + 1) % positions.size();
+  }
+  state.SetComplexityN(state.range(0));
+}
+
+void contentTimeAtAbsoluteTime(benchmark::State& state) {
+  const auto timeline = streamOfBreaks(state.range(0));
+  measure(state, timeline->payloadLength(), [&](std::int64_t position) {
+    return timeline->contentTimeAtAbsoluteTime(CMTimeMake(position, kTimescale));
+  });
+}
+
+void absoluteTimeAtContentTime(benchmark::State& state) {
+  const auto timeline = streamOfBreaks(state.range(0));
+  measure(state, timeline->contentLength(), [&](std::int64_t position) {
+    return timeline->absoluteTimeAtContentTime(CMTimeMake(position, kTimescale));
+  });
+}
+
+/// The player's clock need not be the document's: 90 kHz against 600.
+void contentTimeAtAbsoluteTimeOfAnotherTimescale(benchmark::State& state) {
+  const auto timeline = streamOfBreaks(state.range(0));
+  measure(state, timeline->payloadLength(), [&](std::int64_t position) {
+    return timeline->contentTimeAtAbsoluteTime(CMTimeMake(position * 150 + 1, 90'000));
+  });
+}
+
+void pathAtTime(benchmark::State& state) {
+  const auto timeline = streamOfBreaks(state.range(0));
+  measure(state, timeline->payloadLength(),
+          [&](std::int64_t position) { return timeline->pathAtTime(CMTimeMake(position, kTimescale)); });
+}
+
+void logicalTimeOfPath(benchmark::State& state) {
+  const auto timeline = streamOfBreaks(state.range(0));
+  measure(state, timeline->payloadLength(), [&](std::int64_t position) {
+    return timeline->pathAtTime(CMTimeMake(position, kTimescale)).logicalTime();
+  });
+}
+
+void breaks(benchmark::internal::Benchmark* benchmark) {
+  benchmark->Arg(1)->Arg(10)->Arg(1'000)->Arg(100'000)->Complexity(benchmark::oLogN);
+}
+
+BENCHMARK(contentTimeAtAbsoluteTime)->Apply(breaks);
+BENCHMARK(contentTimeAtAbsoluteTimeOfAnotherTimescale)->Apply(breaks);
+BENCHMARK(absoluteTimeAtContentTime)->Apply(breaks);
+BENCHMARK(pathAtTime)->Apply(breaks);
+BENCHMARK(logicalTimeOfPath)->Apply(breaks);
+
+}  // namespace

@@ -1,0 +1,85 @@
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+
+#include "AllocationCounter.h"
+#include "Lumo/TarnLumoAnalyticsSession.h"
+#include "StreamOfBreaks.h"
+
+/// What one progress update costs, in time and in heap allocations, with the analytics listening.
+namespace {
+
+using namespace kyr_benchmarks;
+
+constexpr std::int64_t kBreaks = 1'000;
+
+/// Counts beacons and sends none.
+class CountingDigester final : public TarnLumoAnalyticsDigester {
+ public:
+  CountingDigester() : TarnLumoAnalyticsDigester(nullptr) {}
+  void digestEvent(const std::optional<tarn::URL>&) override { ++beacons; }
+  std::int64_t beacons = 0;
+};
+
+constexpr std::int64_t kStep = kTimescale / 4;  // players report four times a second
+
+/// `nextPosition` gives the ticks to report next.
+template <typename NextPosition>
+void measureUpdates(benchmark::State& state, const NextPosition& nextPosition) {
+  const auto tracker = std::make_shared<TarnLumoProgressTracker>(streamOfBreaks(kBreaks));
+  const auto digester = std::make_shared<CountingDigester>();
+  const auto analytics = TarnLumoAnalyticsSession::initWithProgessTracker(tracker, digester);
+  std::int64_t position = 0;
+  const std::size_t allocationsBefore = allocationCount();
+  for (auto _ : state) {
+    position = nextPosition(position);
+    tracker->setAbsoluteTime(CMTimeMake(position, kTimescale));
+  }
+  const auto updates = static_cast<double>(state.iterations());
+  state.counters["allocations"] = static_cast<double>(allocationCount() - allocationsBefore) / updates;
+  state.counters["beacons"] = static_cast<double>(digester->beacons) / updates;
+}
+
+void updateInContent(benchmark::State& state) {
+  constexpr std::int64_t kBegin = (kBreaks / 2 * kPeriodSeconds + 1) * kTimescale;
+  constexpr std::int64_t kEnd = kBegin + (kContentSeconds - 2) * kTimescale;
+  measureUpdates(state, [](std::int64_t position) {
+    return position >= kBegin && position + kStep < kEnd ? position + kStep : kBegin;
+  });
+}
+
+/// From break to break: transitions included, one in sixty updates. From the content behind the last break it
+/// starts again, since the tracker does not go back in an ad.
+void updateInAd(benchmark::State& state) {
+  constexpr std::int64_t kPeriod = kPeriodSeconds * kTimescale;
+  static constexpr std::int64_t kIntoBreak = kContentSeconds * kTimescale;
+  measureUpdates(state, [](std::int64_t position) {
+    if (position >= kBreaks * kPeriod) return kIntoBreak;
+    const std::int64_t next = position + kStep;
+    const bool breakEnds = next % kPeriod == 0 && next < kBreaks * kPeriod;
+    return breakEnds ? next + kIntoBreak : std::max(next, kIntoBreak);
+  });
+}
+
+/// With many impressions behind the playhead, an update must not look at them all again.
+void contentAnalyticsAtTheEndOfManyImpressions(benchmark::State& state) {
+  TarnLumoTimeline::ContentImpressions impressions;
+  for (std::int64_t i = 0; i < state.range(0); ++i) {
+    impressions.push_back(std::make_shared<const TarnLumoContentImpression>(
+        tarn::URL::fromString("https://t.example/i"), seconds(i)));
+  }
+  const auto timeline =
+      TarnLumoTimeline::make(std::nullopt, seconds(state.range(0)), seconds(state.range(0)), {}, impressions);
+  TarnLumoContentAnalyticsSession session(timeline, std::make_shared<CountingDigester>());
+  std::int64_t turn = 0;
+  for (auto _ : state) {
+    turn ^= 1;
+    session.trackProgressToTime(CMTimeMake((state.range(0) - 2) * kTimescale + turn, kTimescale));
+  }
+}
+
+BENCHMARK(updateInContent);
+BENCHMARK(updateInAd);
+BENCHMARK(contentAnalyticsAtTheEndOfManyImpressions)->Arg(100)->Arg(100'000);
+
+}  // namespace
