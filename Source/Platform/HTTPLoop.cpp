@@ -19,6 +19,9 @@ namespace {
 /// Bounds the sockets and name look-ups of a session, over all origins.
 constexpr std::size_t kMaximumTransfers = 256;
 
+/// Keeps "for ever" from overflowing the clock.
+constexpr std::chrono::hours kLongestWait{24 * 365};
+
 /// Why a wait ended early, in libcurl's terms. It finds out about an error or a hang-up by reading.
 int actionFor(std::uint32_t events) {
   int action = 0;
@@ -65,15 +68,15 @@ std::optional<Error> HTTPLoop::setUp() {
 
 void HTTPLoop::submit(Submission submission) {
   bool first = false;
-  bool ended = false;
+  bool closed = false;
   {
     const std::lock_guard lock(mutex_);
     first = submissions_.empty();
-    ended = ended_;
+    closed = closed_;
     ++outstanding_;
-    if (!ended) submissions_.push_back(std::move(submission));
+    if (!closed) submissions_.push_back(std::move(submission));
   }
-  if (ended) {
+  if (closed) {
     auto error = cancelledError(submission.request.url);
     complete(std::move(submission), std::move(error));
   } else if (first) {
@@ -83,7 +86,8 @@ void HTTPLoop::submit(Submission submission) {
 
 bool HTTPLoop::flush(std::chrono::milliseconds timeout) {
   std::unique_lock lock(mutex_);
-  return idle_.wait_for(lock, timeout, [this] { return outstanding_ == 0; });
+  const auto bounded = std::min<std::chrono::milliseconds>(timeout, kLongestWait);
+  return changed_.wait_for(lock, bounded, [this] { return outstanding_ == 0; });
 }
 
 void HTTPLoop::stop() {
@@ -98,14 +102,27 @@ void HTTPLoop::wake() {
   (void)eventfd_write(wakeUp_.get(), 1);
 }
 
+void HTTPLoop::waitForEnd() {
+  std::unique_lock lock(mutex_);
+  if (worker_ == std::this_thread::get_id()) return;
+  changed_.wait(lock, [this] { return ended_; });
+}
+
 void HTTPLoop::run() {
   const RunningLoops::Registration running(*this);
+  {
+    const std::lock_guard lock(mutex_);
+    worker_ = std::this_thread::get_id();
+  }
   while (running && takeSubmissions()) {
     do startReadyLanes();
     while (reap());
     waitForEvents();
   }
   cancelEverything();
+  const std::lock_guard lock(mutex_);
+  ended_ = true;
+  changed_.notify_all();
 }
 
 bool HTTPLoop::takeSubmissions() {
@@ -211,14 +228,14 @@ void HTTPLoop::complete(Submission submission, Result<HTTPResponse> result) {
         });
   }
   const std::lock_guard lock(mutex_);
-  if (--outstanding_ == 0) idle_.notify_all();
+  if (--outstanding_ == 0) changed_.notify_all();
 }
 
 void HTTPLoop::cancelEverything() {
   std::vector<Submission> cancelled;
   {
     const std::lock_guard lock(mutex_);
-    ended_ = true;
+    closed_ = true;
     cancelled.swap(submissions_);
   }
   for (auto& [origin, lane] : lanes_) {

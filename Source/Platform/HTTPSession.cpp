@@ -18,15 +18,12 @@ class HTTPSession::Worker {
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
+  /// A queue that drops its tasks may make the worker let go of the last owner of its own session, hence a
+  /// thread that is not joined.
   ~Worker() {
     if (!loop_) return;
     loop_->stop();
-    // A queue that drops its tasks may make the worker let go of the last owner of its own session.
-    if (thread_.get_id() == std::this_thread::get_id()) {
-      thread_.detach();
-    } else {
-      thread_.join();
-    }
+    loop_->waitForEnd();
   }
 
   Result<std::shared_ptr<HTTPLoop>> loop() {
@@ -36,7 +33,7 @@ class HTTPSession::Worker {
     if (!made) return made;
     try {
       const WithoutSignals withoutSignals;
-      thread_ = std::thread([loop = *made] { loop->run(); });
+      std::thread([loop = *made] { loop->run(); }).detach();
     } catch (const std::system_error& failure) {
       return setupError("starting a thread", failure.code().value());
     }
@@ -51,9 +48,8 @@ class HTTPSession::Worker {
 
  private:
   const HTTPConfiguration configuration_;
-  std::mutex mutex_;  // guards the making of the two below
+  std::mutex mutex_;  // guards the making of the loop
   std::shared_ptr<HTTPLoop> loop_;
-  std::thread thread_;
 };
 
 HTTPSession::HTTPSession(HTTPConfiguration configuration)

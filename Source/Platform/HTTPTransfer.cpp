@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -23,9 +24,9 @@ std::string lowerCase(std::string_view text) {
   return lower;
 }
 
-/// libcurl takes zero for "no limit".
+/// libcurl takes zero for "no limit" and nothing beyond an `int`.
 long milliseconds(std::chrono::milliseconds limit) {
-  return static_cast<long>(std::max<std::int64_t>(limit.count(), 1));
+  return static_cast<long>(std::clamp<std::int64_t>(limit.count(), 1, std::numeric_limits<int>::max()));
 }
 
 }  // namespace

@@ -14,6 +14,9 @@ namespace {
 /// How long `runUntil` sleeps at most before it asks again: its condition may change without a task.
 constexpr std::chrono::milliseconds kLongestTurn{10};
 
+/// Keeps "for ever" from overflowing the clock.
+constexpr std::chrono::hours kLongestRun{24 * 365};
+
 struct EventLoop {
   std::uint64_t id = 0;
   std::function<void()> wake;
@@ -105,7 +108,8 @@ Token MainQueue::installEventLoop(std::function<void()> wake) {
 }
 
 bool MainQueue::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
-  const auto deadline = std::chrono::steady_clock::now() + limit;
+  const auto deadline =
+      std::chrono::steady_clock::now() + std::min<std::chrono::milliseconds>(limit, kLongestRun);
   while (true) {
     drain();
     if (done()) return true;

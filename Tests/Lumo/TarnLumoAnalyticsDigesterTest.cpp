@@ -1,0 +1,88 @@
+#include "Lumo/TarnLumoAnalyticsDigester.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "Support/LoopbackServer.h"
+#include "Support/ScriptedServer.h"
+
+using namespace std::chrono_literals;
+using tarn::URL;
+using tarn::test::LoopbackServer;
+using tarn::test::ScriptedServer;
+using testing::ElementsAre;
+
+TEST(TarnLumoAnalyticsDigesterTest, SendsOnePlainRequestAURLAndReturnsAtOnce) {
+  LoopbackServer server;
+  server.hold("/impression");
+  server.answer("/moved", {302, "", {{"Location", "/here"}}});
+  TarnLumoAnalyticsDigester digester;
+
+  digester.digestEvent(server.url("/impression?id=%5BX%5D"));
+  ASSERT_TRUE(server.waitForRequests(1));
+  EXPECT_FALSE(digester.flush(0ms)) << "the answer is still held";
+  digester.digestEvent(server.url("/moved"));
+  ASSERT_TRUE(server.waitForRequests(3)) << "no beacon waits for another's answer";
+  server.release();
+  EXPECT_TRUE(digester.flush(20s));
+
+  EXPECT_THAT(server.targets(), ElementsAre("/impression?id=%5BX%5D", "/moved", "/here"));
+  std::vector<std::string> names;
+  for (const auto& [name, value] : server.requests().front().headers) names.push_back(name);
+  EXPECT_THAT(names, testing::IsSubsetOf({"host", "accept", "remote_addr", "remote_port"}));
+}
+
+TEST(TarnLumoAnalyticsDigesterTest, SendsNothingForAbsentURLsAndForeignSchemes) {
+  LoopbackServer server;
+  TarnLumoAnalyticsDigester digester;
+  digester.digestEvent(std::nullopt);
+  digester.digestEvent(URL::fromString("file:///etc/passwd"));
+  digester.digestEvent(URL::fromString("data:text/plain,x"));
+  EXPECT_TRUE(digester.flush(0ms));
+  EXPECT_THAT(server.targets(), ElementsAre());
+}
+
+TEST(TarnLumoAnalyticsDigesterTest, ManyBeaconsAllArriveOnceOverFewConnections) {
+  ScriptedServer server([](ScriptedServer::Connection& connection) {
+    while (connection.readRequest()) connection.respond("thanks");
+  });
+  TarnLumoAnalyticsDigester digester;
+  std::vector<std::string> expected;
+  for (int i = 0; i < 2'000; ++i) {
+    expected.push_back("/" + std::to_string(i));
+    digester.digestEvent(server.url(expected.back()));
+  }
+  EXPECT_TRUE(digester.flush(60s));
+  EXPECT_THAT(server.targets(), testing::UnorderedElementsAreArray(expected));
+  EXPECT_LE(server.connections(), tarn::HTTPConfiguration{}.maximumConnectionsPerHost);
+}
+
+// The server reads the second beacon of each connection and hangs up: it may well have counted it.
+TEST(TarnLumoAnalyticsDigesterTest, NoBeaconIsSentTwice) {
+  ScriptedServer server([](ScriptedServer::Connection& connection) {
+    connection.readRequest();
+    connection.respond();
+    connection.readRequest();
+  });
+  TarnLumoAnalyticsDigester digester;
+  for (const char* target : {"/1", "/2", "/3"}) {
+    digester.digestEvent(server.url(target));
+    EXPECT_TRUE(digester.flush(20s));
+  }
+  EXPECT_THAT(server.targets(), ElementsAre("/1", "/2", "/3"));
+}
+
+TEST(TarnLumoAnalyticsDigesterTest, FailuresAreSilentAndDelayNoOther) {
+  const URL gone = [] { return ScriptedServer([](auto&) {}).url("/gone"); }();
+  ScriptedServer silent([](ScriptedServer::Connection& connection) { connection.waitForHangUp(); });
+  LoopbackServer server;
+  server.answer("/broken", {500, "no"});
+  const auto session = std::make_shared<tarn::HTTPSession>();
+  TarnLumoAnalyticsDigester digester(session);
+  for (int i = 0; i < 1'000; ++i) digester.digestEvent(silent.url("/"));
+  digester.digestEvent(gone);
+  digester.digestEvent(server.url("/broken"));
+  EXPECT_TRUE(server.waitForRequests(1));
+}

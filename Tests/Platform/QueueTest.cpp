@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdlib>
 #include <future>
 #include <latch>
 #include <memory>
@@ -118,6 +119,19 @@ TEST(SerialQueueTest, ABlockedQueueHoldsUpNoOther) {
   SerialQueue free("free");
   settle(free);
   open.set_value();
+}
+
+TEST(SerialQueueExitTest, TheProcessExitsAlthoughTasksKeepComing) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        static SerialQueue queue("endless");
+        static const tarn::Task again = [] { queue.async(again); };
+        queue.async(again);
+        settle(queue);
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST_F(MainQueueTest, DrainRunsWhatWaitsInOrderAndLeavesWhatItEnqueues) {

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -24,8 +25,8 @@ namespace tarn {
 /// its next request once the one before is about to go onto the wire or has failed: otherwise a later request
 /// on an idle connection would overtake an earlier one that still connects.
 ///
-/// `submit`, `flush` and `stop` may be called on any thread; `run` is the worker thread, to which all else
-/// belongs.
+/// `submit`, `flush`, `stop` and `waitForEnd` may be called on any thread; `run` is the worker thread, to
+/// which all else belongs.
 class HTTPLoop {
  public:
   struct Submission {
@@ -44,7 +45,10 @@ class HTTPLoop {
   bool flush(std::chrono::milliseconds timeout);
   /// Makes `run` cancel what is under way and return.
   void stop();
+  /// Waits until `run` has returned, unless the worker itself asks.
+  void waitForEnd();
 
+  /// The worker thread's work, once.
   void run();
 
  private:
@@ -96,12 +100,14 @@ class HTTPLoop {
 
   const HTTPConfiguration configuration_;
 
-  std::mutex mutex_;  // guards the five below
-  std::condition_variable idle_;
+  std::mutex mutex_;                 // guards what stands up to the blank line
+  std::condition_variable changed_;  // `outstanding_` has become 0, or `ended_` true
   std::vector<Submission> submissions_;
   std::size_t outstanding_ = 0;
   bool stopping_ = false;
+  bool closed_ = false;  // takes no more submissions
   bool ended_ = false;
+  std::thread::id worker_;
 
   FileDescriptor epoll_;
   FileDescriptor wakeUp_;

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <memory>
+#include <utility>
+
+#include "Platform/HTTPSession.h"
+#include "Platform/Operation.h"
+#include "Support/ScriptedServer.h"
+
+namespace tarn::test {
+
+/// Requests whose outcome can be waited for.
+class HTTPSessionFixture : public testing::Test {
+ protected:
+  std::future<Result<HTTPResponse>> start(HTTPSession& session, HTTPRequest request) {
+    auto outcome = std::make_shared<std::promise<Result<HTTPResponse>>>();
+    auto future = outcome->get_future();
+    session.start(std::move(request), queue, [outcome](Result<HTTPResponse> result) {
+      outcome->set_value(std::move(result));  // throws when called twice
+    });
+    return future;
+  }
+
+  Result<HTTPResponse> get(HTTPSession& session, const URL& url) { return start(session, {url, {}}).get(); }
+
+  OperationQueue queue{"delivery"};
+};
+
+inline HTTPErrorCode codeOf(const Result<HTTPResponse>& result) {
+  if (result) return HTTPErrorCode{0};
+  EXPECT_EQ(result.error().domain, kHTTPErrorDomain);
+  return static_cast<HTTPErrorCode>(result.error().code);
+}
+
+/// Answers every request of a connection with 200.
+inline void behave(ScriptedServer::Connection& connection) {
+  while (connection.readRequest()) connection.respond("ok");
+}
+
+inline void sayNothing(ScriptedServer::Connection& connection) {
+  connection.waitForHangUp();
+}
+
+}  // namespace tarn::test
