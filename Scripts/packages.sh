@@ -8,7 +8,7 @@ KYR_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config ccache ca-certificates gett
 # To play and to make the demo stream.
 KYR_PLAYER_PACKAGES=(gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
   gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x fonts-dejavu-core)
-KYR_TEST_PACKAGES=(libgtest-dev libgmock-dev libboost-dev)
+KYR_TEST_PACKAGES=(libgtest-dev libgmock-dev libboost-dev libssl-dev zlib1g-dev)
 KYR_DEMO_PACKAGES=(python3)
 KYR_BENCHMARK_PACKAGES=(libbenchmark-dev python3)
 KYR_CHECK_PACKAGES=(clang-19 clang-tidy-19 libclang-rt-19-dev clang-format python3 libbenchmark-dev)

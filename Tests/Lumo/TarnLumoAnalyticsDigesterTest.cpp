@@ -30,8 +30,9 @@ TEST(TarnLumoAnalyticsDigesterTest, SendsOnePlainRequestAURLAndReturnsAtOnce) {
 
   EXPECT_THAT(server.targets(), ElementsAre("/impression?id=%5BX%5D", "/moved", "/here"));
   std::vector<std::string> names;
-  for (const auto& [name, value] : server.requests().front().headers) names.push_back(name);
-  EXPECT_THAT(names, testing::IsSubsetOf({"host", "accept", "remote_addr", "remote_port"}));
+  const auto first = server.requests().front();
+  for (const auto& [name, value] : first.headers) names.push_back(name);
+  EXPECT_THAT(names, testing::UnorderedElementsAre("host", "accept"));
 }
 
 TEST(TarnLumoAnalyticsDigesterTest, SendsNothingForAbsentURLsAndForeignSchemes) {

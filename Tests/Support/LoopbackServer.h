@@ -19,17 +19,15 @@ struct ReceivedRequest {
 };
 
 /// A well-behaved HTTP server on 127.0.0.1, at a port that the system picks. Every target answers 200 with an
-/// empty body until it is given something else. Any thread.
-///
-/// Declare it before the session that talks to it: idle connections hold up its end.
+/// empty body until it is given something else. Each request takes a connection of its own. Any thread.
 class LoopbackServer {
  public:
   enum class Transport { plain, selfSignedTLS };
 
   struct Answer {
     int status = 200;
-    std::string body;
-    std::vector<std::pair<std::string, std::string>> headers;
+    std::string body = {};
+    std::vector<std::pair<std::string, std::string>> headers = {};
     std::string contentType = "application/octet-stream";  ///< Text types are compressed on request.
   };
 
