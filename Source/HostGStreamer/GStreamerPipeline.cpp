@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
 #include "Host/TarnPlayer.h"
@@ -13,6 +14,8 @@
 
 namespace tarn {
 namespace {
+
+constexpr const char* kDemuxer = "hlsdemux2";
 
 CMTime fromNanoseconds(gint64 nanoseconds) {
   const auto ticks = gst_util_uint64_scale_round(static_cast<guint64>(nanoseconds),
@@ -50,6 +53,9 @@ class BusListener {
       : pipeline_(pipeline), onEvent_(std::move(onEvent)) {}
 
   void hear(GstMessage* message);
+  void hearOfElement(GstElement* element);
+  /// The demuxer of an HLS stream, once there is one.
+  [[nodiscard]] GstObjectPtr<GstElement> demuxer();
   void countJump() { ++jumps_; }
   [[nodiscard]] unsigned jumps() const { return jumps_; }
 
@@ -69,7 +75,20 @@ class BusListener {
   std::mutex mutex_;  // guards what follows
   bool starved_ = false;
   std::string missing_;  // the decoder that was looked for last in vain
+  GstObjectPtr<GstElement> demuxer_;
 };
+
+void BusListener::hearOfElement(GstElement* element) {
+  const GstElementFactory* factory = gst_element_get_factory(element);
+  if (!factory || std::string_view(GST_OBJECT_NAME(factory)) != kDemuxer) return;
+  const std::lock_guard lock(mutex_);
+  demuxer_.reset(GST_ELEMENT(gst_object_ref(element)));
+}
+
+GstObjectPtr<GstElement> BusListener::demuxer() {
+  const std::lock_guard lock(mutex_);
+  return GstObjectPtr<GstElement>(demuxer_ ? GST_ELEMENT(gst_object_ref(demuxer_.get())) : nullptr);
+}
 
 void BusListener::hear(GstMessage* message) {
   const bool ofPipeline = GST_MESSAGE_SRC(message) == pipeline_;
@@ -159,6 +178,10 @@ GstBusSyncReply onBusMessage(GstBus* /*bus*/, GstMessage* message, gpointer list
   return GST_BUS_DROP;
 }
 
+void onElementAdded(GstBin* /*pipeline*/, GstBin* /*parent*/, GstElement* element, gpointer listener) {
+  static_cast<BusListener*>(listener)->hearOfElement(element);
+}
+
 }  // namespace
 
 struct GStreamerPipeline::Handles {
@@ -166,6 +189,7 @@ struct GStreamerPipeline::Handles {
       : playbin(std::move(element)), listener(GST_OBJECT(playbin.get()), std::move(onEvent)) {
     const GstObjectPtr<GstBus> bus(gst_element_get_bus(playbin.get()));
     gst_bus_set_sync_handler(bus.get(), onBusMessage, &listener, nullptr);
+    g_signal_connect(playbin.get(), "deep-element-added", G_CALLBACK(onElementAdded), &listener);
   }
   Handles(const Handles&) = delete;
   Handles& operator=(const Handles&) = delete;
@@ -173,6 +197,7 @@ struct GStreamerPipeline::Handles {
     gst_element_set_state(playbin.get(), GST_STATE_NULL);
     const GstObjectPtr<GstBus> bus(gst_element_get_bus(playbin.get()));
     gst_bus_set_sync_handler(bus.get(), nullptr, nullptr, nullptr);
+    g_signal_handlers_disconnect_by_data(playbin.get(), &listener);
   }
 
   const GstObjectPtr<GstElement> playbin;
@@ -186,7 +211,7 @@ Result<std::unique_ptr<GStreamerPipeline>> GStreamerPipeline::make(const URL& ur
   const auto started = startGStreamer();
   if (!started) return started.error();
   // Not named by the pipeline, but without it no HLS stream plays.
-  if (const auto demuxer = requireGStreamerElement("hlsdemux2"); !demuxer) return demuxer.error();
+  if (const auto demuxer = requireGStreamerElement(kDemuxer); !demuxer) return demuxer.error();
 
   auto playbin = makeGStreamerElement("playbin3");
   if (!playbin) return playbin.error();
@@ -265,19 +290,17 @@ std::optional<std::vector<CMTimeRange>> GStreamerPipeline::seekableRanges() cons
 }
 
 std::optional<std::vector<CMTimeRange>> GStreamerPipeline::loadedRanges() const {
-  const GstQueryPtr query(gst_query_new_buffering(GST_FORMAT_TIME));
-  if (!gst_element_query(handles_->playbin.get(), query.get())) return std::nullopt;
-  std::vector<CMTimeRange> ranges;
-  const guint count = gst_query_get_n_buffering_ranges(query.get());
-  for (guint i = 0; i < count; ++i) {
-    gint64 start = 0;
-    gint64 end = 0;
-    if (!gst_query_parse_nth_buffering_range(query.get(), i, &start, &end) || start < 0 || end < start)
-      continue;
-    const CMTime from = fromNanoseconds(start);
-    ranges.push_back(CMTimeRangeMake(from, CMTimeSubtract(fromNanoseconds(end), from)));
-  }
-  return ranges;
+  const auto demuxer = handles_->listener.demuxer();
+  const auto start = position();
+  if (!demuxer || !start) return std::nullopt;
+  guint64 picture = 0;
+  guint64 sound = 0;
+  g_object_get(demuxer.get(), "current-level-time-video", &picture, "current-level-time-audio", &sound,
+               nullptr);
+  // A stream may lack one of them.
+  const guint64 both = picture > 0 && sound > 0 ? std::min(picture, sound) : std::max(picture, sound);
+  const auto level = static_cast<gint64>(std::min<guint64>(both, G_MAXINT64));
+  return std::vector{CMTimeRangeMake(*start, fromNanoseconds(level))};
 }
 
 }  // namespace tarn

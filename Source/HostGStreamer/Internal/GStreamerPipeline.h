@@ -67,6 +67,7 @@ class GStreamerPipeline {
   [[nodiscard]] std::optional<CMTime> position() const;
   [[nodiscard]] std::optional<CMTime> duration() const;
   [[nodiscard]] std::optional<std::vector<CMTimeRange>> seekableRanges() const;
+  /// From the playhead as far as data is in hand; absent for what is not HLS.
   [[nodiscard]] std::optional<std::vector<CMTimeRange>> loadedRanges() const;
 
  private:
