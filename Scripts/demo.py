@@ -103,8 +103,10 @@ def arrived_in_order(sent, received):
 def summarise(timeline, status, records, received):
     sent = [(record["at"], record["url"]) for record in records if record["kind"] == "beacon"]
     expected = expected_beacons(timeline)
+    # At the single instant where the last ad ends its length still counts as content; it is no place that plays.
     content = max((record["content"] for record in records if record["kind"] == "progress"
-                   and isinstance(record["content"], (int, float))), default=0)
+                   and isinstance(record["content"], (int, float)) and record["content"] <= timeline["contentLength"]),
+                  default=0)
     boundaries = [time for sequence in timeline["adSequences"] for time in (sequence["beginTime"], sequence["endTime"])]
     passed = [record["absolute"] for record in records if record["kind"] == "event"
               and record["type"] in ("EnterAdSequence", "ExitAdSequence")]

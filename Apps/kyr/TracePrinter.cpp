@@ -4,32 +4,12 @@
 
 #include <cstdio>
 
+#include "EventText.h"
 #include "Json.h"
 #include "Text.h"
 
 namespace tarn::cli {
 namespace {
-
-std::string_view eventName(TarnLumoProgressTrackerEventType type) {
-  switch (type) {
-    case TarnLumoProgressTrackerEventTypeEnterAd:
-      return "EnterAd";
-    case TarnLumoProgressTrackerEventTypeExitAd:
-      return "ExitAd";
-    case TarnLumoProgressTrackerEventTypeEnterAdSequence:
-      return "EnterAdSequence";
-    case TarnLumoProgressTrackerEventTypeExitAdSequence:
-      return "ExitAdSequence";
-    case TarnLumoProgressTrackerEventTypeAdProgress:
-      return "AdProgress";
-  }
-  return "";
-}
-
-/// The sequence that an event is about: its own, or the one that holds its ad.
-std::optional<std::size_t> sequenceIndex(const AdIndex& index, const TarnLumoProgressTrackerEvent& event) {
-  return event.ad() ? index.indexOf(event.ad().get()) : index.indexOf(event.adSequence().get());
-}
 
 Json json(const std::optional<std::size_t>& number) {
   return number ? Json(*number) : Json(nullptr);
@@ -44,13 +24,9 @@ class JsonTracePrinter final : public TracePrinter {
   explicit JsonTracePrinter(const TarnLumoTimeline& timeline) : index_(timeline) {}
 
   void event(std::size_t line, const TarnLumoProgressTrackerEvent& event) override {
-    const auto progress = event.adProgress();
-    writeRecord({{"line", line},
-                 {"kind", "event"},
-                 {"type", eventName(event.type())},
-                 {"ad", adIdJson(event.ad())},
-                 {"adSequence", json(sequenceIndex(index_, event))},
-                 {"progress", progress ? cli::json(*progress) : Json(nullptr)}});
+    Json record = {{"line", line}, {"kind", "event"}};
+    record.update(eventJson(event, index_));
+    writeRecord(record);
   }
 
   void contentTime(std::size_t line, CMTime time) override {
@@ -63,13 +39,7 @@ class JsonTracePrinter final : public TracePrinter {
 
   void ranges(std::size_t line, std::string_view kind,
               const TarnLumoProgressTracker::TimeRanges& ranges) override {
-    Json list = ranges ? Json::array() : Json(nullptr);
-    if (ranges) {
-      for (const auto& range : *ranges) {
-        list.push_back(Json::array({cli::json(range.start), cli::json(range.duration)}));
-      }
-    }
-    writeRecord({{"line", line}, {"kind", kind}, {"ranges", std::move(list)}});
+    writeRecord({{"line", line}, {"kind", kind}, {"ranges", rangesJson(ranges)}});
   }
 
   void contentTimeAtAbsoluteTime(std::size_t line, CMTime absolute, CMTime content) override {
@@ -98,12 +68,6 @@ class JsonTracePrinter final : public TracePrinter {
  private:
   AdIndex index_;
 };
-
-/// What people read of an ad: its id, else its title.
-std::string adName(const std::shared_ptr<const TarnLumoAd>& ad) {
-  if (!ad) return {};
-  return printable(ad->adId().value_or(ad->title().value_or("(no id)")));
-}
 
 std::string sequenceName(const std::optional<std::size_t>& index) {
   return index ? fmt::format("break {}", *index) : "no break";

@@ -9,6 +9,10 @@
 #include "Report.h"
 #include "Select.h"
 #include "Trace.h"
+#ifdef KYR_WITH_PLAYER
+#include "Play.h"
+#include "Serve.h"
+#endif
 
 namespace tarn::cli {
 namespace {
@@ -67,6 +71,36 @@ void addSelect(CLI::App& app, SelectOptions& options, Run& run) {
   command->callback([&options, &run] { run = [&options] { return runSelect(options); }; });
 }
 
+#ifdef KYR_WITH_PLAYER
+void addPlay(CLI::App& app, PlayOptions& options, Run& run) {
+  auto* command = app.add_subcommand("play", "Play the stream on the real player and send its beacons");
+  addSource(*command, options.source);
+  command->add_flag("--headless", options.headless, "In the terminal, without picture and sound");
+  command->add_option("--script", options.script, "What the viewer does; without it the stream plays at once")
+      ->type_name("FILE");
+  command->add_flag("--json", options.json, "Print one JSON object a line");
+  command->add_option("--for", options.seconds, "End after so many seconds of playing")
+      ->type_name("S")
+      ->check(CLI::NonNegativeNumber);
+  command->footer(
+      "The script, one command a line; blank lines and lines that begin with # are passed over:\n"
+      "  run S          lets S seconds pass\n"
+      "  play | pause   the viewer's play and pause\n"
+      "On a terminal: space pauses and plays, q quits.");
+  command->callback([&options, &run] { run = [&options] { return runPlay(options); }; });
+}
+
+void addServe(CLI::App& app, ServeOptions& options, Run& run) {
+  auto* command = app.add_subcommand("serve", "Run the demo ad-insertion service on the loopback interface");
+  command->add_option("--port", options.port, "The port; 0 picks a free one")
+      ->capture_default_str()
+      ->check(CLI::Range(0, 65535));
+  command->add_option("--media", options.media, "Where the demo stream is kept; the user's cache without it")
+      ->type_name("DIR");
+  command->callback([&options, &run] { run = [&options] { return runServe(options); }; });
+}
+#endif
+
 int run(int argc, char** argv) {
   CLI::App app("Shows what an ad-stitched stream's VMAP document says and what a session would do with it.",
                "kyr");
@@ -84,6 +118,12 @@ int run(int argc, char** argv) {
   addInspect(app, inspect, chosen);
   addTrace(app, trace, chosen);
   addSelect(app, select, chosen);
+#ifdef KYR_WITH_PLAYER
+  PlayOptions play;
+  ServeOptions serve;
+  addPlay(app, play, chosen);
+  addServe(app, serve, chosen);
+#endif
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& outcome) {

@@ -1,0 +1,48 @@
+#include "EventText.h"
+
+#include "Text.h"
+
+namespace tarn::cli {
+
+std::string_view eventName(TarnLumoProgressTrackerEventType type) {
+  switch (type) {
+    case TarnLumoProgressTrackerEventTypeEnterAd:
+      return "EnterAd";
+    case TarnLumoProgressTrackerEventTypeExitAd:
+      return "ExitAd";
+    case TarnLumoProgressTrackerEventTypeEnterAdSequence:
+      return "EnterAdSequence";
+    case TarnLumoProgressTrackerEventTypeExitAdSequence:
+      return "ExitAdSequence";
+    case TarnLumoProgressTrackerEventTypeAdProgress:
+      return "AdProgress";
+  }
+  return "";
+}
+
+std::optional<std::size_t> sequenceIndex(const AdIndex& index, const TarnLumoProgressTrackerEvent& event) {
+  return event.ad() ? index.indexOf(event.ad().get()) : index.indexOf(event.adSequence().get());
+}
+
+Json eventJson(const TarnLumoProgressTrackerEvent& event, const AdIndex& index) {
+  const auto sequence = sequenceIndex(index, event);
+  const auto progress = event.adProgress();
+  return {{"type", eventName(event.type())},
+          {"ad", event.ad() ? json(event.ad()->adId()) : Json(nullptr)},
+          {"adSequence", sequence ? Json(*sequence) : Json(nullptr)},
+          {"progress", progress ? json(*progress) : Json(nullptr)}};
+}
+
+Json rangesJson(const TarnLumoProgressTracker::TimeRanges& ranges) {
+  if (!ranges) return nullptr;
+  Json list = Json::array();
+  for (const auto& range : *ranges) list.push_back(Json::array({json(range.start), json(range.duration)}));
+  return list;
+}
+
+std::string adName(const std::shared_ptr<const TarnLumoAd>& ad) {
+  if (!ad) return {};
+  return printable(ad->adId().value_or(ad->title().value_or("(no id)")));
+}
+
+}  // namespace tarn::cli

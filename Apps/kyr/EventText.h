@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "AdIndex.h"
+#include "Json.h"
+#include "Lumo/TarnLumoProgressTracker.h"
+
+namespace tarn::cli {
+
+/// "EnterAd" and so on; empty for a type that there is not.
+[[nodiscard]] std::string_view eventName(TarnLumoProgressTrackerEventType type);
+
+/// The sequence that an event is about: its own, or the one that holds its ad.
+[[nodiscard]] std::optional<std::size_t> sequenceIndex(const AdIndex& index,
+                                                       const TarnLumoProgressTrackerEvent& event);
+
+/// {"type", "ad", "adSequence", "progress"}.
+[[nodiscard]] Json eventJson(const TarnLumoProgressTrackerEvent& event, const AdIndex& index);
+
+/// [[start, duration]], or null.
+[[nodiscard]] Json rangesJson(const TarnLumoProgressTracker::TimeRanges& ranges);
+
+/// What people read of an ad: its id, else its title. Printable; empty for null.
+[[nodiscard]] std::string adName(const std::shared_ptr<const TarnLumoAd>& ad);
+
+}  // namespace tarn::cli

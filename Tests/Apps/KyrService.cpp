@@ -1,0 +1,64 @@
+#include "KyrService.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <string>
+#include <utility>
+
+namespace tarn::test {
+namespace {
+
+/// Reads what the service prints until it names its addresses; the port, or 0 when it ended instead.
+int readPort(int output) {
+  constexpr const char* kBefore = "http://127.0.0.1:";
+  std::string text;
+  char byte = 0;
+  while (read(output, &byte, 1) == 1) {
+    text += byte;
+    const auto found = text.find(kBefore);
+    if (found != std::string::npos && text.ends_with("/vmap/demo.xml"))
+      return std::stoi(text.substr(found + std::string(kBefore).size()));
+  }
+  ADD_FAILURE() << "kyr serve ended: " << text;
+  return 0;
+}
+
+}  // namespace
+
+KyrService::KyrService() {
+  std::array<int, 2> ends{};
+  if (pipe(ends.data()) != 0) return;
+  process_ = fork();
+  if (process_ == 0) {
+    dup2(ends[1], STDOUT_FILENO);
+    close(ends[0]);
+    close(ends[1]);
+    execl(KYR_BINARY, KYR_BINARY, "serve", "--port", "0", "--media", KYR_TEST_MEDIA, nullptr);
+    _exit(127);
+  }
+  close(ends[1]);
+  output_ = ends[0];
+  port_ = readPort(output_);
+}
+
+KyrService::~KyrService() {
+  if (process_ > 0) end(SIGKILL);
+  close(output_);
+}
+
+std::string KyrService::url(const std::string& path) const {
+  return "http://127.0.0.1:" + std::to_string(port_) + path;
+}
+
+int KyrService::end(int signal) {
+  kill(process_, signal);
+  int status = 0;
+  waitpid(std::exchange(process_, -1), &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace tarn::test
