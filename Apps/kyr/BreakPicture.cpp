@@ -106,17 +106,19 @@ double drawMarks(SvgWriter& svg, const std::vector<Mark>& marks, double barEnd) 
   return rows.height();
 }
 
+bool isAtNoSetTime(const TarnLumoTrackingEvent& event, const TarnLumoAd& ad) {
+  return event.name() == "complete" || !CMTIME_IS_NUMERIC(event.offset()) ||
+         CMTimeCompare(event.offset(), ad.duration()) > 0;
+}
+
 /// The names of the events that are not at an instant inside the ad, once each.
 std::string otherEvents(const TarnLumoAd& ad) {
   std::string names;
   std::size_t count = 0;
   if (!ad.trackingEventsCollection()) return names;
   for (const auto& [name, events] : ad.trackingEventsCollection()->eventsByName()) {
-    const bool isElsewhere =
-        std::any_of(events.begin(), events.end(), [&ad, &name = name](const auto& event) {
-          return name == "complete" || !CMTIME_IS_NUMERIC(event->offset()) ||
-                 CMTimeCompare(event->offset(), ad.duration()) > 0;
-        });
+    const bool isElsewhere = std::any_of(events.begin(), events.end(),
+                                         [&ad](const auto& event) { return isAtNoSetTime(*event, ad); });
     if (!isElsewhere) continue;
     if (++count > kMostNames) return names + " …";
     names += (names.empty() ? "" : ", ") + clipped(eventName(*events.front()), 24);

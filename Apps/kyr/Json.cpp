@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <iterator>
 #include <utility>
@@ -13,8 +14,17 @@ namespace {
 
 void append(std::string& out, const Json& value);
 
-std::string leafText(const Json& text) {
-  return text.dump(-1, ' ', false, Json::error_handler_t::replace);
+bool needsNoEscape(const std::string& text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return c >= ' ' && c < '\x7f' && c != '"' && c != '\\'; });
+}
+
+void appendText(std::string& out, const std::string& text) {
+  if (needsNoEscape(text)) {
+    out.append(1, '"').append(text).append(1, '"');
+  } else {
+    out += Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+  }
 }
 
 void appendObject(std::string& out, const Json& object) {
@@ -22,7 +32,7 @@ void appendObject(std::string& out, const Json& object) {
   bool first = true;
   for (const auto& [key, member] : object.items()) {
     if (!std::exchange(first, false)) out.push_back(',');
-    out += leafText(key);
+    appendText(out, key);
     out.push_back(':');
     append(out, member);
   }
@@ -46,8 +56,10 @@ void append(std::string& out, const Json& value) {
     appendArray(out, value);
   } else if (value.is_number_float()) {
     fmt::format_to(std::back_inserter(out), "{}", value.get<double>());
+  } else if (value.is_string()) {
+    appendText(out, value.get_ref<const std::string&>());
   } else {
-    out += leafText(value);
+    out += value.dump();
   }
 }
 
