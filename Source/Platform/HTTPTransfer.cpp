@@ -67,8 +67,7 @@ CURLcode HTTPTransfer::prepare(const HTTPRequest& request) {
   response_ = {};
   headerSize_ = 0;
   bodySize_ = 0;
-  sent_ = false;
-  redirectsWhenSent_ = 0;
+  redirectsWhenSent_.reset();
   if (!setHeaders(request)) return CURLE_OUT_OF_MEMORY;
   return curl_easy_setopt(handle_.get(), CURLOPT_URL, request.url.absoluteString().c_str());
 }
@@ -97,7 +96,7 @@ Result<HTTPResponse> HTTPTransfer::finish(const URL& url, CURLcode code) {
                           {.code = code,
                            .text = errorText_.data(),
                            .effectiveURL = std::move(response_.effectiveURL),
-                           .sent = sent_,
+                           .sent = wasSent(),
                            .bodyTooLarge = bodySize_ > configuration_.maximumBodySize,
                            .headerTooLarge = headerSize_ > kMaximumHeaderSize},
                           configuration_);
@@ -129,13 +128,19 @@ bool HTTPTransfer::receiveBody(std::string_view piece) {
   return true;
 }
 
+long HTTPTransfer::redirects() const {
+  long count = 0;
+  if (handle_) curl_easy_getinfo(handle_.get(), CURLINFO_REDIRECT_COUNT, &count);
+  return count;
+}
+
+bool HTTPTransfer::wasSent() const {
+  return redirectsWhenSent_ == redirects();
+}
+
 bool HTTPTransfer::maySend() {
-  long redirects = 0;
-  curl_easy_getinfo(handle_.get(), CURLINFO_REDIRECT_COUNT, &redirects);
-  const bool again = sent_ && redirects == redirectsWhenSent_;
-  if (again && configuration_.neverResend) return false;
-  sent_ = true;
-  redirectsWhenSent_ = redirects;
+  if (wasSent() && configuration_.neverResend) return false;
+  redirectsWhenSent_ = redirects();
   aboutToSend_();
   return true;
 }

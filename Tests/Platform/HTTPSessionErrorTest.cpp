@@ -170,6 +170,13 @@ TEST_F(HTTPSessionErrorTest, TellsAConnectionThatIsNotMadeFromASlowResponse) {
   EXPECT_EQ(codeOf(unanswered), HTTPErrorCode::cannotConnect);
   EXPECT_THAT(*unanswered.error().description, HasSubstr("did not answer the connection within 100 ms"));
 
+  ScriptedServer redirecting([&](Connection& connection) {
+    connection.readRequest();
+    connection.send("HTTP/1.1 302 Found\r\nLocation: " + server.url("/").absoluteString() +
+                    "\r\nContent-Length: 0\r\n\r\n");
+  });
+  EXPECT_EQ(codeOf(get(session, redirecting.url("/"))), HTTPErrorCode::cannotConnect);
+
   const URL gone = [] { return ScriptedServer(behave).url("/gone"); }();
   EXPECT_EQ(codeOf(get(session, gone)), HTTPErrorCode::cannotConnect);
   EXPECT_EQ(codeOf(get(session, *URL::fromString("http://nowhere.invalid/"))), HTTPErrorCode::cannotConnect);

@@ -125,8 +125,8 @@ TEST(SerialQueueExitTest, TheProcessExitsAlthoughTasksKeepComing) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
-        static SerialQueue queue("endless");
-        static const tarn::Task again = [] { queue.async(again); };
+        static auto& queue = *new SerialQueue("endless");  // outlives the pool's threads, as the task needs
+        static const tarn::Task& again = *new tarn::Task([] { queue.async(again); });
         queue.async(again);
         settle(queue);
         std::exit(0);

@@ -23,7 +23,7 @@ struct HTTPFailure {
   CURLcode code = CURLE_OK;
   std::string text;          ///< libcurl's own words; may be empty.
   std::string effectiveURL;  ///< After the redirects so far.
-  bool sent = false;         ///< The request went onto the wire at least once.
+  bool sent = false;         ///< The request went onto the wire, behind the last redirect.
   bool bodyTooLarge = false;
   bool headerTooLarge = false;
 };

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <functional>
+#include <optional>
 #include <string_view>
 
 #include "Platform/HTTPSession.h"
@@ -33,6 +34,9 @@ class HTTPTransfer {
   bool setHeaders(const HTTPRequest& request);
   bool receiveHeader(std::string_view line);
   bool receiveBody(std::string_view piece);
+  [[nodiscard]] long redirects() const;
+  /// Whether the request went out since the last redirect.
+  [[nodiscard]] bool wasSent() const;
   bool maySend();
 
   static std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* self);
@@ -46,9 +50,8 @@ class HTTPTransfer {
   HTTPResponse response_;
   std::size_t headerSize_ = 0;
   std::size_t bodySize_ = 0;
-  bool sent_ = false;
-  long redirectsWhenSent_ = 0;
-  CurlEasy handle_;  // last: it points at what stands above
+  std::optional<long> redirectsWhenSent_;  // redirects behind the request that went out last
+  CurlEasy handle_;                        // last: it points at what stands above
 };
 
 }  // namespace tarn
