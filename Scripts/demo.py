@@ -84,6 +84,16 @@ def expected_beacons(timeline):
     return [url for _, _, url in due]
 
 
+def grouped(beacons):
+    """Numbers the player's updates: beacons sent within a twentieth of a second belong to one."""
+    numbered, last = [], None
+    for at, url in beacons:
+        update = 0 if last is None else numbered[-1][0] + (at - last > 0.05)
+        numbered.append((update, url))
+        last = at
+    return numbered
+
+
 def arrived_in_order(sent, received):
     """Whether every beacon arrived once and none overtook one of an earlier update.
 
@@ -101,7 +111,7 @@ def arrived_in_order(sent, received):
 
 
 def summarise(timeline, status, records, received):
-    sent = [(record["at"], record["url"]) for record in records if record["kind"] == "beacon"]
+    sent = grouped([(record["at"], record["url"]) for record in records if record["kind"] == "beacon"])
     expected = expected_beacons(timeline)
     # At the single instant where the last ad ends its length still counts as content; it is no place that plays.
     content = max((record["content"] for record in records if record["kind"] == "progress"
