@@ -3,7 +3,6 @@
 #include <gst/gst.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string_view>
@@ -51,13 +50,16 @@ class BusListener {
  public:
   BusListener(GstObject* pipeline, GStreamerPipeline::OnEvent onEvent)
       : pipeline_(pipeline), onEvent_(std::move(onEvent)) {}
+  BusListener(const BusListener&) = delete;
+  BusListener& operator=(const BusListener&) = delete;
+  ~BusListener() { const std::lock_guard lock(mutex_); }
 
   void hear(GstMessage* message);
   void hearOfElement(GstElement* element);
   /// The demuxer of an HLS stream, once there is one.
   [[nodiscard]] GstObjectPtr<GstElement> demuxer();
-  void countJump() { ++jumps_; }
-  [[nodiscard]] unsigned jumps() const { return jumps_; }
+  void countJump();
+  [[nodiscard]] unsigned jumps();
 
  private:
   void tell(GStreamerEvent::Kind kind, std::optional<Error> error = {}) const {
@@ -66,17 +68,27 @@ class BusListener {
   void hearState(GstMessage* message) const;
   void hearBuffering(GstMessage* message);
   void hearElement(GstMessage* message);
-  void hearSelection(GstMessage* message);
+  void hearSelection(GstMessage* message) const;
   void hearError(GstMessage* message) const;
 
+  std::mutex mutex_;  // guards what follows, and keeps the order of what several threads tell
   GstObject* const pipeline_;
   const GStreamerPipeline::OnEvent onEvent_;
-  std::atomic<unsigned> jumps_ = 0;
-  std::mutex mutex_;  // guards what follows
+  unsigned jumps_ = 0;
   bool starved_ = false;
   std::string missing_;  // the decoder that was looked for last in vain
   GstObjectPtr<GstElement> demuxer_;
 };
+
+void BusListener::countJump() {
+  const std::lock_guard lock(mutex_);
+  ++jumps_;
+}
+
+unsigned BusListener::jumps() {
+  const std::lock_guard lock(mutex_);
+  return jumps_;
+}
 
 void BusListener::hearOfElement(GstElement* element) {
   const GstElementFactory* factory = gst_element_get_factory(element);
@@ -91,6 +103,7 @@ GstObjectPtr<GstElement> BusListener::demuxer() {
 }
 
 void BusListener::hear(GstMessage* message) {
+  const std::lock_guard lock(mutex_);
   const bool ofPipeline = GST_MESSAGE_SRC(message) == pipeline_;
   switch (GST_MESSAGE_TYPE(message)) {
     case GST_MESSAGE_ASYNC_DONE:
@@ -132,7 +145,6 @@ void BusListener::hearBuffering(GstMessage* message) {
   gint percent = 0;
   gst_message_parse_buffering(message, &percent);
   const bool starved = percent < 100;
-  const std::lock_guard lock(mutex_);  // keeps the order of what several threads tell
   if (std::exchange(starved_, starved) != starved)
     tell(starved ? GStreamerEvent::Kind::starved : GStreamerEvent::Kind::fed);
 }
@@ -141,18 +153,16 @@ void BusListener::hearElement(GstMessage* message) {
   const GstStructure* structure = gst_message_get_structure(message);
   if (!structure || !gst_structure_has_name(structure, "missing-plugin")) return;
   const gchar* name = gst_structure_get_string(structure, "name");
-  const std::lock_guard lock(mutex_);
   missing_ = name ? name : "";
 }
 
 /// A web page, say, gets no error from GStreamer: it finds nothing in it that it could play, and plays that.
-void BusListener::hearSelection(GstMessage* message) {
+void BusListener::hearSelection(GstMessage* message) const {
   if (gst_message_streams_selected_get_size(message) > 0) return;
   Error error;
   error.domain = TarnPlayerErrorDomain;
   error.code = static_cast<std::int64_t>(TarnPlayerErrorCode::notPlayable);
   error.description = "There is neither picture nor sound in it";
-  const std::lock_guard lock(mutex_);
   if (!missing_.empty()) error.failureReason = "GStreamer has no " + missing_;
   tell(GStreamerEvent::Kind::failed, std::move(error));
 }

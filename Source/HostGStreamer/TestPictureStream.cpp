@@ -90,6 +90,13 @@ Result<std::string> describe(const std::vector<TestPicture>& pictures, const Tes
   return text;
 }
 
+/// Text that a printf format yields as it stands.
+std::string asFormat(std::string_view text) {
+  std::string format;
+  for (const char c : text) format.append(c == '%' ? 2 : 1, c);
+  return format;
+}
+
 void setText(GstElement* pipeline, const std::string& element, const char* property,
              const std::string& text) {
   const GstObjectPtr<GstElement> found(gst_bin_get_by_name(GST_BIN(pipeline), element.c_str()));
@@ -112,7 +119,7 @@ Result<GstObjectPtr<GstElement>> makePipeline(const std::vector<TestPicture>& pi
   for (std::size_t i = 0; i < pictures.size(); ++i) {
     setText(pipeline.get(), fmt::format("title{}", i), "text", pictures[i].title);
   }
-  setText(pipeline.get(), "files", "location", (folder / "segment%03d.ts").string());
+  setText(pipeline.get(), "files", "location", asFormat(folder.string()) + "/segment%03d.ts");
   return pipeline;
 }
 

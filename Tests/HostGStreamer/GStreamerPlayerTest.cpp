@@ -262,27 +262,27 @@ INSTANTIATE_TEST_SUITE_P(
                  TarnPlayerErrorCode::notPlayable, true},
         FaultRow{"NoSegments", atIndex([](auto& s) {
                    for (const char* n : {"0", "1", "2", "3"})
-                     s.refuse(std::string("/segment") + n + ".ts", 404);
+                     s.refuse(std::string("/segment00") + n + ".ts", 404);
                  }),
                  TarnPlayerErrorCode::cannotOpen, true},
         FaultRow{"GarbageSegments", atIndex([](auto& s) {
                    for (const char* n : {"0", "1", "2", "3"})
-                     s.serve(std::string("/segment") + n + ".ts", std::string(40'000, 'x'), "video/mp2t");
+                     s.serve(std::string("/segment00") + n + ".ts", std::string(40'000, 'x'), "video/mp2t");
                  }),
                  TarnPlayerErrorCode::notPlayable, true},
         FaultRow{"SegmentsGoneHalfWay", atIndex([](auto& s) {
-                   s.refuse("/segment2.ts", 404);
-                   s.refuse("/segment3.ts", 404);
+                   s.refuse("/segment002.ts", 404);
+                   s.refuse("/segment003.ts", 404);
                  }),
                  TarnPlayerErrorCode::brokenOff, true},
         FaultRow{"ConnectionCutHalfWay", atIndex([](auto& s) {
-                   s.breakOff("/segment2.ts");
-                   s.refuse("/segment3.ts", 404);
+                   s.breakOff("/segment002.ts");
+                   s.refuse("/segment003.ts", 404);
                  }),
                  TarnPlayerErrorCode::brokenOff, true},
         FaultRow{"PlaylistNeverComes", atIndex([](auto& s) { s.hang("/index.m3u8"); }),
                  TarnPlayerErrorCode::stalled, true},
-        FaultRow{"SegmentNeverComes", atIndex([](auto& s) { s.hang("/segment1.ts"); }),
+        FaultRow{"SegmentNeverComes", atIndex([](auto& s) { s.hang("/segment001.ts"); }),
                  TarnPlayerErrorCode::stalled, true}),
     [](const auto& row) { return std::string(row.param.name); });
 

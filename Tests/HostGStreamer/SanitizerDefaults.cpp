@@ -4,3 +4,9 @@ extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
   return "leak:libglib-2.0.so\n";
 }
+
+/// The thread sanitizer sees nothing of how GStreamer's threads agree with one another.
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() {
+  return "ignore_noninstrumented_modules=1";
+}

@@ -1,0 +1,49 @@
+#include "HostGStreamer/TestPictureStream.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+#include "TestStream.h"
+
+namespace tarn::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+const std::vector<TestPicture> kPictures{{"long", 600, "solid-color", 0x102030, 440}};
+
+TEST(TestPictureStreamTest, MakesSegmentsOfTransportStreamAndNothingElse) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(testStreamFolder())) {
+    names.push_back(entry.path().filename().string());
+    if (entry.path().extension() == ".ts") {
+      EXPECT_EQ(entry.file_size() % 188, 0U);
+    }
+  }
+  EXPECT_THAT(names, ::testing::UnorderedElementsAre("index.m3u8", testPictureSegmentName(0), "segment001.ts",
+                                                     "segment002.ts", "segment003.ts"));
+}
+
+TEST(TestPictureStreamTest, StopsWhenItIsToldTo) {
+  const auto folder = testStreamFolder() / "cancelled";
+  std::filesystem::create_directory(folder);
+  int asked = 0;
+  const auto made = makeTestPictureStream(kPictures, {160, 90, 25, 2}, folder, [&](double fraction) {
+    EXPECT_LT(fraction, 1);
+    return ++asked < 2;
+  });
+  std::filesystem::remove_all(folder);
+  ASSERT_FALSE(made);
+  EXPECT_EQ(made.error().description, "cancelled");
+  EXPECT_EQ(asked, 2);
+}
+
+TEST(TestPictureStreamTest, ReportsAFolderThatIsNotThere) {
+  const auto made = makeTestPictureStream(kPictures, {}, "/no/such/folder", [](double) { return true; });
+  ASSERT_FALSE(made);
+  EXPECT_THAT(chainDescription(made.error()), HasSubstr("/no/such/folder"));
+}
+
+}  // namespace
+}  // namespace tarn::test
