@@ -28,13 +28,17 @@ void initialiseParser() {
   std::call_once(once, xmlInitParser);
 }
 
+/// libxml2 quotes the document in its messages, whatever bytes that has.
+[[nodiscard]] std::string messageOf(const xmlError& error) {
+  return tarn::repairedUTF8(error.message == nullptr ? "" : error.message);
+}
+
 /// libxml2's structured error handler; the parser context carries the list.
 void recordFault(void* context, xmlError* error) {
   auto& faults = *static_cast<TarnLumoONOXMLFaults*>(static_cast<xmlParserCtxt*>(context)->_private);
   ++faults.count;
   if (faults.first.size() == kFaultsKept) return;
-  faults.first.push_back({error->line, tarn::foldedText(error->message == nullptr ? "" : error->message),
-                          error->level == XML_ERR_FATAL});
+  faults.first.push_back({error->line, tarn::foldedText(messageOf(*error)), error->level == XML_ERR_FATAL});
 }
 
 struct Parse {
@@ -96,7 +100,7 @@ void TarnLumoONOSetErrorFromXMLErrorPtr(std::optional<tarn::Error>* result, xmlE
   result->emplace();
   (*result)->domain = TarnLumoONOXMLErrorDomain;
   (*result)->code = error->code;
-  (*result)->failureReason = std::string(tarn::trimmed(error->message == nullptr ? "" : error->message));
+  (*result)->failureReason = std::string(tarn::trimmed(messageOf(*error)));
   xmlResetError(error);
 }
 
