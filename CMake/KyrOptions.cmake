@@ -19,8 +19,9 @@ endif()
 
 add_library(kyr_flags INTERFACE)
 target_compile_options(kyr_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-  # GCC 12 sees overlapping copies in the concatenation of strings where there are none (GCC bug 105651).
-  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+  # GCC 12 sees overlapping copies in the concatenation of strings where there are none (GCC bug 105651), and, optimised,
+  # uninitialised members in the move of an empty std::optional (GCC bug 105562).
+  "$<$<CXX_COMPILER_ID:GNU>:-Wno-restrict;-Wno-maybe-uninitialized>")
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   # libstdc++ 12 sorts through a function that C++17 deprecates, and Clang blames the caller.
   target_compile_options(kyr_flags INTERFACE -Wno-deprecated-declarations)

@@ -25,12 +25,14 @@ std::optional<std::size_t> sequenceIndex(const AdIndex& index, const TarnLumoPro
 }
 
 Json eventJson(const TarnLumoProgressTrackerEvent& event, const AdIndex& index) {
-  const auto sequence = sequenceIndex(index, event);
+  const auto carried = event.adSequence() ? sequenceIndex(index, event) : std::nullopt;
+  const auto played = sequenceIndex(index, event);
   const auto progress = event.adProgress();
   return {{"type", eventName(event.type())},
           {"ad", event.ad() ? json(event.ad()->adId()) : Json(nullptr)},
-          {"adSequence", sequence ? Json(*sequence) : Json(nullptr)},
-          {"progress", progress ? json(*progress) : Json(nullptr)}};
+          {"adSequence", carried ? Json(*carried) : Json(nullptr)},
+          {"progress", progress ? json(*progress) : Json(nullptr)},
+          {"break", played ? Json(*played) : Json(nullptr)}};
 }
 
 Json rangesJson(const TarnLumoProgressTracker::TimeRanges& ranges) {

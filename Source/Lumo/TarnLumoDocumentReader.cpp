@@ -185,6 +185,10 @@ void warnOfFaults(const TarnLumoONOXMLFaults& faults, WarningCollector& warnings
 [[nodiscard]] Timeline readData(TarnLumoDocument& document, std::string_view data,
                                 WarningCollector& warnings) {
   document.setVmapExtensionsNamespace(extensionPrefixOf(data));
+  if (!tarn::isUTF8(data))
+    warnings.add(std::nullopt,
+                 "The bytes are not UTF-8, so the service's extension is looked for under the prefix mh "
+                 "whatever the document declares; send it as UTF-8.");
   auto xml = TarnLumoONOXMLDocument::XMLDocumentWithData(data);
   if (!xml) {
     tarn::Error error;

@@ -22,7 +22,7 @@ std::string shortText(const nlohmann::json& record) {
   };
   const auto kind = record.at("kind").get<std::string>();
   if (kind == "event") {
-    return text(record.at("type")) + " " + text(record.at("ad")) + " " + text(record.at("adSequence")) + " " +
+    return text(record.at("type")) + " " + text(record.at("ad")) + " " + text(record.at("break")) + " " +
            text(record.at("progress"));
   }
   if (kind == "contentTime") return "contentTime " + text(record.at("value"));
