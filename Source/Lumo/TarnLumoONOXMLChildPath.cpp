@@ -1,4 +1,4 @@
-#include "Lumo/TarnLumoONOXMLChildPath.h"
+#include "Lumo/TarnLumoONOXMLChildPath+Private.h"
 
 #include <algorithm>
 #include <cstdint>

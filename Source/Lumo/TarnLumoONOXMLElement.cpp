@@ -5,7 +5,7 @@
 
 #include "Lumo/TarnLumoONOCSS.h"
 #include "Lumo/TarnLumoONOXML+Private.h"
-#include "Lumo/TarnLumoONOXMLChildPath.h"
+#include "Lumo/TarnLumoONOXMLChildPath+Private.h"
 #include "Platform/ProgrammingError.h"
 
 namespace {
