@@ -45,10 +45,10 @@ enum class Observe {
 ///
 /// Every assignment is announced, also of a value equal to the one before, synchronously and on the assigning
 /// thread, to the observers in the order in which they were added, before `set` returns. An observer may
-/// assign (observers are then told of the inner value first), add observers (told from the next assignment
-/// on), or end any observation, its own included (not told from then on). The property may be destroyed
-/// before its tokens. It belongs to one thread at a time. Assigning allocates nothing beyond what copying `T`
-/// does.
+/// assign (observers are then told of the inner value first, then of the outer one), add observers (told from
+/// the next assignment on), or end any observation, its own included (not told from then on). The property
+/// may be destroyed before its tokens. It belongs to one thread at a time. Assigning allocates nothing beyond
+/// what copying `T` does.
 template <typename T>
 class Observable {
  public:
@@ -62,16 +62,19 @@ class Observable {
   [[nodiscard]] const T& get() const { return value_; }
 
   void set(T value) {
-    value_ = std::move(value);
+    value_ = value;
     const auto slots = slots_;  // keeps the list alive when an observer destroys this property
-    slots->announce(value_);
+    slots->announce(value);
   }
 
   /// The observation ends when the token dies; `observer` is destroyed at the latest with this property.
   [[nodiscard]] Token observe(Observer observer, Observe mode = Observe::newValues) {
     auto slot = std::make_shared<Slot>(std::move(observer));
     slots_->list.push_back(slot);
-    if (mode == Observe::initialAndNew) slot->observer(value_);
+    if (mode == Observe::initialAndNew) {
+      const T initial = value_;
+      slot->observer(initial);
+    }
     return Token([slots = std::weak_ptr<Slots>(slots_), weakSlot = std::weak_ptr<Slot>(slot)] {
       const auto ended = weakSlot.lock();
       if (!ended) return;
@@ -104,8 +107,14 @@ class Observable {
 
     void removeEnded() {
       if (announcing > 0) return;
-      std::erase_if(list, [](const auto& slot) { return !slot->active; });
+      const auto firstEnded = std::stable_partition(list.begin(), list.end(), isActive);
+      if (firstEnded == list.end()) return;
+      // They die outside the list: what an observer holds may end further observations when it goes.
+      const std::vector<std::shared_ptr<Slot>> ended(firstEnded, list.end());
+      list.erase(firstEnded, list.end());
     }
+
+    static bool isActive(const std::shared_ptr<Slot>& slot) { return slot->active; }
   };
 
   T value_{};
