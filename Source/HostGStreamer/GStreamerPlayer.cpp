@@ -266,7 +266,7 @@ void GStreamerPlayer::reachEnd() {
   pipeline_->setPlaying(false);
   const CMTime end = knownDuration().value_or(currentTime());
   atEnd_ = true;
-  report(end);
+  if (!hasReported_ || CMTimeCompare(end, position_) != 0) report(end);
   if (turn.isOver() || activeSeek_) return;
   playing_.set(false);
   if (turn.isOver() || activeSeek_) return;

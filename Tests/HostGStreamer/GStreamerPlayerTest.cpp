@@ -22,17 +22,30 @@ using ::testing::HasSubstr;
 
 const CMTime kZero = kCMTimeZero;
 
+/// Limits that a busy machine keeps too.
+GStreamerPlayerOptions patient() {
+  GStreamerPlayerOptions options;
+  options.loadLimit = options.stallLimit = 60s;
+  return options;
+}
+
 /// A player with everything that it told.
 class Viewer {
  public:
-  explicit Viewer(GStreamerPlayerOptions options = {}) : player(std::make_unique<GStreamerPlayer>(options)) {
+  explicit Viewer(const GStreamerPlayerOptions& options = patient())
+      : player(std::make_unique<GStreamerPlayer>(options)) {
     tokens_.push_back(player->progress().observe([this](const CMTime& time) { progress.push_back(time); }));
     tokens_.push_back(player->state().observe([this](const auto& state) { states.push_back(state); }));
   }
 
-  bool waitFor(const std::function<bool()>& done) { return MainQueue::shared().runUntil(done, 30s); }
-  bool reaches(TarnPlayerState state) {
-    return waitFor([&] { return player->state().get() == state; });
+  bool waitFor(const std::function<bool()>& done) { return MainQueue::shared().runUntil(done, 100s); }
+  ::testing::AssertionResult reaches(TarnPlayerState state) {
+    const auto now = [this] { return player->state().get(); };
+    waitFor([&] { return now() == state || now() == TarnPlayerState::failed; });
+    if (now() == state) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure()
+           << "state " << static_cast<int>(now()) << " at " << ::testing::PrintToString(player->currentTime())
+           << (player->error() ? ", " + chainDescription(*player->error()) : "");
   }
   /// Waits for a seek; absent when it never completed.
   std::optional<bool> seek(CMTime time, CMTime before = kZero, CMTime after = kZero) {
@@ -56,7 +69,7 @@ class GStreamerPlayerTest : public ::testing::Test {
  protected:
   void loadPaused() {
     viewer.player->loadURL(server.url("/index.m3u8"));
-    ASSERT_TRUE(viewer.reaches(TarnPlayerState::ready)) << chainDescription(*viewer.player->error());
+    ASSERT_TRUE(viewer.reaches(TarnPlayerState::ready));
   }
 
   StreamServer server;
@@ -195,6 +208,7 @@ struct FaultRow {
   std::function<URL(StreamServer&)> prepare;
   TarnPlayerErrorCode code;
   bool hasCause;
+  std::function<void(StreamServer&)> onceReady = nullptr;  // what happens half way
 };
 
 void PrintTo(const FaultRow& row, std::ostream* out) {
@@ -205,12 +219,16 @@ class GStreamerPlayerFault : public ::testing::TestWithParam<FaultRow> {};
 
 TEST_P(GStreamerPlayerFault, EndsInAnErrorThatNamesTheStreamAndItsCause) {
   StreamServer server;
-  GStreamerPlayerOptions options;
-  options.loadLimit = options.stallLimit = 3s;
+  GStreamerPlayerOptions options = patient();
+  if (GetParam().code == TarnPlayerErrorCode::stalled) options.loadLimit = options.stallLimit = 2s;
   Viewer viewer(options);
   const URL url = GetParam().prepare(server);
   viewer.player->play();
   viewer.player->loadURL(url);
+  if (GetParam().onceReady) {
+    ASSERT_TRUE(viewer.reaches(TarnPlayerState::ready));
+    GetParam().onceReady(server);
+  }
   ASSERT_TRUE(viewer.waitFor([&] {
     const auto state = viewer.player->state().get();
     return state == TarnPlayerState::failed || state == TarnPlayerState::ended;
@@ -270,16 +288,18 @@ INSTANTIATE_TEST_SUITE_P(
                      s.serve(std::string("/segment00") + n + ".ts", std::string(40'000, 'x'), "video/mp2t");
                  }),
                  TarnPlayerErrorCode::notPlayable, true},
-        FaultRow{"SegmentsGoneHalfWay", atIndex([](auto& s) {
+        FaultRow{"SegmentsGoneHalfWay", atIndex([](auto& s) { s.hang("/segment002.ts"); }),
+                 TarnPlayerErrorCode::brokenOff, true,
+                 [](auto& s) {
+                   s.refuse("/segment003.ts", 404);
                    s.refuse("/segment002.ts", 404);
+                 }},
+        FaultRow{"ConnectionCutHalfWay", atIndex([](auto& s) { s.hang("/segment002.ts"); }),
+                 TarnPlayerErrorCode::brokenOff, true,
+                 [](auto& s) {
                    s.refuse("/segment003.ts", 404);
-                 }),
-                 TarnPlayerErrorCode::brokenOff, true},
-        FaultRow{"ConnectionCutHalfWay", atIndex([](auto& s) {
                    s.breakOff("/segment002.ts");
-                   s.refuse("/segment003.ts", 404);
-                 }),
-                 TarnPlayerErrorCode::brokenOff, true},
+                 }},
         FaultRow{"PlaylistNeverComes", atIndex([](auto& s) { s.hang("/index.m3u8"); }),
                  TarnPlayerErrorCode::stalled, true},
         FaultRow{"SegmentNeverComes", atIndex([](auto& s) { s.hang("/segment001.ts"); }),

@@ -42,7 +42,7 @@ struct StreamServer::State {
   int port = 0;
   std::thread thread;
   std::mutex mutex;  // guards what follows
-  std::condition_variable closing;
+  std::condition_variable changed;
   bool closed = false;
   std::map<std::string, Answer> answers;
   std::map<std::string, int> requests;
@@ -50,12 +50,14 @@ struct StreamServer::State {
   void answer(const httplib::Request& request, httplib::Response& response) {
     std::unique_lock lock(mutex);
     ++requests[request.path];
+    const auto hangs = [&] {
+      const auto found = answers.find(request.path);
+      return found != answers.end() && found->second.fault == Fault::hang;
+    };
+    changed.wait(lock, [&] { return closed || !hangs(); });
+    if (closed) return;
     const auto found = answers.find(request.path);
     Answer answer = found == answers.end() ? Answer{} : found->second;
-    if (answer.fault == Fault::hang) {
-      closing.wait(lock, [this] { return closed; });
-      return;
-    }
     lock.unlock();
     if (answer.fault == Fault::refuse) {
       response.status = answer.status;
@@ -97,7 +99,7 @@ StreamServer::~StreamServer() {
     const std::lock_guard lock(state_->mutex);
     state_->closed = true;
   }
-  state_->closing.notify_all();
+  state_->changed.notify_all();
   state_->server.stop();
   state_->thread.join();
 }
@@ -109,6 +111,7 @@ URL StreamServer::url(const std::string& path) const {
 void StreamServer::serve(const std::string& path, std::string body, std::string type) {
   const std::lock_guard lock(state_->mutex);
   state_->answers[path] = {Fault::none, 200, std::move(body), std::move(type)};
+  state_->changed.notify_all();
 }
 
 void StreamServer::hang(const std::string& path) {
@@ -119,11 +122,13 @@ void StreamServer::hang(const std::string& path) {
 void StreamServer::refuse(const std::string& path, int status) {
   const std::lock_guard lock(state_->mutex);
   state_->answers[path] = {Fault::refuse, status, std::nullopt, {}};
+  state_->changed.notify_all();
 }
 
 void StreamServer::breakOff(const std::string& path) {
   const std::lock_guard lock(state_->mutex);
   state_->answers[path].fault = Fault::breakOff;
+  state_->changed.notify_all();
 }
 
 int StreamServer::requests(const std::string& path) const {

@@ -21,7 +21,7 @@ class StreamServer {
 
   /// Answers `path` with this body from now on.
   void serve(const std::string& path, std::string body, std::string type);
-  /// Never answers requests whose path begins with this; those under way hang until the server is destroyed.
+  /// Does not answer requests for `path` before it is given another answer.
   void hang(const std::string& path);
   /// Answers with an error status.
   void refuse(const std::string& path, int status);
