@@ -17,8 +17,8 @@ namespace tarn::cli {
 [[nodiscard]] std::optional<std::size_t> sequenceIndex(const AdIndex& index,
                                                        const TarnLumoProgressTrackerEvent& event);
 
-/// {"type", "ad", "adSequence", "progress", "break"}: what the event carries, and which break it belongs to, since one ad may
-/// play in several.
+/// {"type", "ad", "adSequence", "progress", "break"}: what the event carries, and which break it belongs to,
+/// since one ad may play in several.
 [[nodiscard]] Json eventJson(const TarnLumoProgressTrackerEvent& event, const AdIndex& index);
 
 /// [[start, duration]], or null.

@@ -28,7 +28,7 @@ std::optional<Clock::time_point> timePointOf(UDate milliseconds) {
 }  // namespace
 
 struct DateFormatter::Impl {
-  explicit Impl(icu::SimpleDateFormat f) : format(std::move(f)) {}
+  explicit Impl(const icu::SimpleDateFormat& f) : format(f) {}
   icu::SimpleDateFormat format;
   mutable std::mutex mutex;  // ICU makes parts of a date format lazily, also in const operations
 };

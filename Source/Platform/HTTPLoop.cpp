@@ -77,7 +77,7 @@ void HTTPLoop::submit(Submission submission) {
     if (!closed) submissions_.push_back(std::move(submission));
   }
   if (closed) {
-    auto error = cancelledError(submission.request.url);
+    auto error = cancelledError(submission.request.url);  // NOLINT(bugprone-use-after-move): kept if closed
     complete(std::move(submission), std::move(error));
   } else if (first) {
     wake();

@@ -24,12 +24,12 @@ asio::thread_pool* makePool() {
 /// process does, so that no task runs while what it uses is being taken down.
 asio::thread_pool& pool() {
   static asio::thread_pool* const instance = makePool();
-  static struct AtExit {
+  static const struct AtExit {
     ~AtExit() {
       instance->stop();
       instance->join();
     }
-  } atExit;
+  } atExit{};
   return *instance;
 }
 

@@ -12,9 +12,9 @@ void prepareCurl() {
   // Destroyed in the opposite order: what libcurl registered to run at the exit comes after `AtExit`.
   static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
   (void)ready;
-  static struct AtExit {
+  static const struct AtExit {
     ~AtExit() { RunningLoops::shared().endAll(); }
-  } atExit;
+  } atExit{};
 }
 
 RunningLoops& RunningLoops::shared() {

@@ -45,7 +45,8 @@ const std::string kDocument = documentPath("worked.vmap");
 INSTANTIATE_TEST_SUITE_P(
     Calls, WrongCallTest,
     ::testing::Values(
-        WrongCall{"noCommand", {}, "ubcommand"}, WrongCall{"unknownCommand", {"watch"}, "unknown command 'watch'"},
+        WrongCall{"noCommand", {}, "ubcommand"},
+        WrongCall{"unknownCommand", {"watch"}, "unknown command 'watch'"},
         WrongCall{"noSource", {"inspect"}, "SOURCE"},
         WrongCall{"unknownOption", {"inspect", kDocument, "--xml"}, "--xml"},
         WrongCall{"secondSource", {"inspect", kDocument, "other"}, "other"},
