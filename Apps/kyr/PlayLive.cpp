@@ -12,7 +12,10 @@
 namespace tarn::cli {
 namespace {
 
+constexpr std::size_t kSmallestBar = 10;
 constexpr std::size_t kLargestBar = 60;
+/// Kept for what plays, so that the bar does not change its length with it.
+constexpr std::size_t kStatusColumns = 40;
 
 std::string shortClock(CMTime time) {
   if (!CMTIME_IS_NUMERIC(time)) return "-:--";
@@ -25,7 +28,7 @@ class LivePlayView final : public PlayView {
  public:
   LivePlayView(ElapsedTime elapsed, const Terminal& terminal)
       : PlayView(std::move(elapsed)), terminal_(terminal) {
-    print("\x1b[?25l");  // no cursor
+    print("space pauses and plays, q quits\n\x1b[?25l");  // no cursor
   }
   ~LivePlayView() override { print("\n\x1b[?25h"); }
 
@@ -77,24 +80,22 @@ class LivePlayView final : public PlayView {
 
  private:
   void draw() const {
-    const std::string clocks =
-        fmt::format("{} {} / {} ", plays_ ? "▶" : "⏸", shortClock(time_), shortClock(duration_));
-    const std::string rest =
-        fmt::format(" {}  {}  space pauses, q quits", nowPlaying(), counted(beacons_, "beacon"));
-    const std::size_t taken = columns(clocks) + columns(rest) + 1;
-    const std::size_t bar = terminal_.width > taken + 10 ? std::min(terminal_.width - taken, kLargestBar) : 0;
-    print("\r" + clocks + barText(bar) + clipped(rest, terminal_.width - columns(clocks) - bar - 1) +
-          "\x1b[K");
+    const std::size_t width = terminal_.width - 1;  // a full line would wrap
+    const std::string clocks = clipped(
+        fmt::format("{} {} / {} ", plays_ ? "▶" : "⏸", shortClock(time_), shortClock(duration_)), width);
+    const std::size_t besideBar = columns(clocks) + kStatusColumns;
+    const std::size_t bar = width >= besideBar + kSmallestBar ? std::min(width - besideBar, kLargestBar) : 0;
+    const std::size_t room = width - columns(clocks) - bar;
+    const std::string status = room > 1 ? " " + clipped(statusText(), room - 1) : "";
+    print("\r" + clocks + barText(bar) + terminal_.styled(status, ad_ ? Style::ad : Style::plain) + "\x1b[K");
     std::fflush(stdout);
   }
 
-  [[nodiscard]] std::string nowPlaying() const {
-    if (ad_) {
-      return terminal_.styled(
-          fmt::format("ad {} {} / {}", adName(ad_), shortClock(adProgress_), shortClock(ad_->duration())),
-          Style::ad);
-    }
-    return waits_ ? "waiting" : "content";
+  [[nodiscard]] std::string statusText() const {
+    const std::string sent = counted(beacons_, "beacon");
+    if (!ad_) return fmt::format("{}, {}", waits_ ? "waiting" : "content", sent);
+    return fmt::format("ad {} {} / {}, {}", adName(ad_), shortClock(adProgress_), shortClock(ad_->duration()),
+                       sent);
   }
 
   [[nodiscard]] std::string barText(std::size_t width) const {

@@ -297,10 +297,10 @@ void GStreamerPlayer::fail(Error error) {
 
 void GStreamerPlayer::seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranceAfter,
                                  SeekCompletion completion) {
-  dropSeeks();
   if (!pipeline_ || !(CMTIME_IS_NUMERIC(time) || CMTIME_IS_POSITIVE_INFINITY(time))) {
     return refuse(std::move(completion));
   }
+  dropSeeks();
   waitingSeek_ = Seek{laterOf(time, kCMTimeZero), toleranceBefore, toleranceAfter, std::move(completion)};
   startWaitingSeek();
 }
