@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <functional>
-#include <numeric>
 #include <system_error>
 #include <utility>
 
@@ -146,12 +145,6 @@ std::string demoPlaylist(const DemoCut& cut) {
     segment = end;
   }
   return text + "#EXT-X-ENDLIST\n";
-}
-
-int demoSegmentCount() {
-  return std::accumulate(wholeStream().begin(), wholeStream().end(), 0,
-                         [](int sum, const DemoStretch& stretch) { return sum + stretch.picture.seconds; }) /
-         kFormat.segmentSeconds;
 }
 
 fs::path defaultDemoMediaFolder() {

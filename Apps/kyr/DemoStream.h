@@ -37,8 +37,6 @@ struct DemoCut {
 /// An HLS playlist (RFC 8216) of the cut, whose segments stand beside it.
 [[nodiscard]] std::string demoPlaylist(const DemoCut& cut);
 
-[[nodiscard]] int demoSegmentCount();
-
 /// $XDG_CACHE_HOME/kyr, else ~/.cache/kyr.
 [[nodiscard]] std::filesystem::path defaultDemoMediaFolder();
 
