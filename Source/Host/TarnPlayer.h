@@ -89,7 +89,8 @@ class TarnPlayer {
   [[nodiscard]] tarn::Observable<TimeRanges>& seekableTimeRanges() { return seekableTimeRanges_; }
   [[nodiscard]] tarn::Observable<TimeRanges>& loadedTimeRanges() { return loadedTimeRanges_; }
   /// Whether the player is meant to play: true from `play` until `pause`, the end or a failure, also while it
-  /// loads, seeks or waits for data.
+  /// loads, seeks or waits for data. At the end and at a failure `state` changes first, so that a listener
+  /// can tell them from a pause.
   [[nodiscard]] tarn::Observable<bool>& playing() { return playing_; }
   /// Whether it waits for data.
   [[nodiscard]] tarn::Observable<bool>& buffering() { return buffering_; }

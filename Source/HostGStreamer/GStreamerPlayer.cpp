@@ -268,9 +268,9 @@ void GStreamerPlayer::reachEnd() {
   atEnd_ = true;
   if (!hasReported_ || CMTimeCompare(end, position_) != 0) report(end);
   if (turn.isOver() || activeSeek_) return;
-  playing_.set(false);
-  if (turn.isOver() || activeSeek_) return;
   state_.set(TarnPlayerState::ended);
+  if (turn.isOver()) return;
+  playing_.set(false);
   if (!turn.isOver()) updateTicker();
 }
 
@@ -286,11 +286,11 @@ void GStreamerPlayer::fail(Error error) {
   pipeline_.reset();
   updateTicker();
   error_ = std::move(error);
+  state_.set(TarnPlayerState::failed);
+  if (turn.isOver()) return;
   if (buffering_.get()) buffering_.set(false);
   if (turn.isOver()) return;
   if (playing_.get()) playing_.set(false);
-  if (turn.isOver()) return;
-  state_.set(TarnPlayerState::failed);
 }
 
 // Seeking

@@ -80,8 +80,12 @@ TEST_F(GStreamerPlayerTest, PlaysAnItemFromItsStartToItsDurationExactly) {
   EXPECT_THAT(viewer.player->currentTime(), TimeEq(kZero));
   viewer.player->play();
   viewer.player->loadURL(server.url("/index.m3u8"));
+  bool endsBeforeItStops = false;
+  const auto observation = viewer.player->playing().observe(
+      [&](bool) { endsBeforeItStops = viewer.player->state().get() == TarnPlayerState::ended; });
   ASSERT_TRUE(viewer.reaches(TarnPlayerState::ended));
 
+  EXPECT_TRUE(endsBeforeItStops);
   EXPECT_THAT(viewer.states,
               ElementsAre(TarnPlayerState::loading, TarnPlayerState::ready, TarnPlayerState::ended));
   EXPECT_NEAR(CMTimeGetSeconds(viewer.duration()), 4.0, 0.04);

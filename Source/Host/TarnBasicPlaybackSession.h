@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "Host/TarnPlaybackSession.h"
+#include "Host/Tarn_RACSubject.h"
+#include "Platform/Observable.h"
+
+/// Domain of the errors that a session finds by itself; codes are `TarnPlaybackSessionErrorCode`. A player's
+/// errors keep their own.
+inline constexpr const char* TarnPlaybackSessionErrorDomain = "tarn.playbackSession";
+
+enum class TarnPlaybackSessionErrorCode : std::int64_t {
+  noPlayer = 1,  ///< The application gave no way to make a player.
+  noSource = 2,  ///< Nothing was loaded, and no source of the video can be.
+};
+
+/// The ordinary session: one video on one player, on the stream's own axis.
+class TarnBasicPlaybackSession final : public TarnPlaybackSession {
+ public:
+  /// The session is the player's only user. Each may be null: what is missing fails the session at `begin`.
+  TarnBasicPlaybackSession(std::shared_ptr<const TarnVideo> video, std::shared_ptr<const TarnSource> source,
+                           std::shared_ptr<TarnPlayer> player);
+  ~TarnBasicPlaybackSession() override;
+
+  [[nodiscard]] std::shared_ptr<const TarnVideo> video() const override { return video_; }
+  [[nodiscard]] std::shared_ptr<const TarnSource> source() const override { return source_; }
+  [[nodiscard]] std::shared_ptr<TarnPlayer> player() const override { return player_; }
+  void setSessionCommonProperties(const std::shared_ptr<TarnSessionCommonProperties>& properties) override {
+    commonProperties_ = properties;
+  }
+  [[nodiscard]] std::shared_ptr<TarnSessionCommonProperties> sessionCommonProperties() const override {
+    return commonProperties_.lock();
+  }
+
+  void loadVideoURL(const tarn::URL& url) override;
+  void begin() override;
+  void terminate() override;
+  void avPlayerPlay() override;
+  void avPlayerPause() override;
+  void resumeVideoAtTime(CMTime time, bool autoPlay) override;
+
+  [[nodiscard]] Tarn_RACSignal<CMTime> progress() const override { return progress_; }
+  [[nodiscard]] Tarn_RACSignal<CMTime> durationChanges() const override { return durationChanges_; }
+  [[nodiscard]] Tarn_RACSignal<TimeRanges> seekableRangesChanges() const override {
+    return seekableRangesChanges_;
+  }
+  [[nodiscard]] Tarn_RACSignal<TimeRanges> loadedTimeRangesChanges() const override {
+    return loadedTimeRangesChanges_;
+  }
+  [[nodiscard]] Tarn_RACSignal<bool> isExternalPlaybackActive() const override {
+    return isExternalPlaybackActive_;
+  }
+  [[nodiscard]] Tarn_RACSignal<CuePoints> cuePoints() const override { return cuePoints_; }
+  [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override { return lifecycle_; }
+
+ private:
+  enum class Phase { waiting, running, over };
+
+  template <typename T>
+  void follow(tarn::Observable<T>& property, void (TarnBasicPlaybackSession::*report)(T));
+  void followPlayer();
+  void reportState(TarnPlayerState state);
+  void reportPlaying(bool playing);
+  void reportBuffering(bool buffering);
+  void reportProgress(CMTime time);
+  void reportDuration(std::optional<CMTime> duration);
+  void reportSeekableRanges(TimeRanges ranges);
+  void reportLoadedRanges(TimeRanges ranges);
+  void becomeReady();
+  void reachEnd();
+  void send(const char* eventType);
+  void fail(tarn::Error error);
+  [[nodiscard]] bool canLoad() const;
+
+  const std::shared_ptr<const TarnVideo> video_;
+  const std::shared_ptr<const TarnSource> source_;
+  std::shared_ptr<TarnPlayer> player_;
+  std::weak_ptr<TarnSessionCommonProperties> commonProperties_;
+
+  Phase phase_ = Phase::waiting;
+  bool loaded_ = false;  // a stream was put into the player
+  bool ready_ = false;
+  bool playing_ = false;  // as last sent, like the ones below
+  bool buffering_ = false;
+  CMTime duration_ = kCMTimeIndefinite;
+  bool hasSeekableRanges_ = false;
+  bool hasLoadedRanges_ = false;
+  std::vector<tarn::Token> observations_;
+
+  Tarn_RACSubject<CMTime> progress_;
+  Tarn_RACSubject<CMTime> durationChanges_;
+  Tarn_RACSubject<TimeRanges> seekableRangesChanges_;
+  Tarn_RACSubject<TimeRanges> loadedTimeRangesChanges_;
+  Tarn_RACSubject<bool> isExternalPlaybackActive_;
+  Tarn_RACSubject<CuePoints> cuePoints_;
+  Tarn_RACSubject<LifecycleEvent> lifecycle_;
+};

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+
+#include "Host/TarnPlaybackSession.h"
+#include "Host/TarnSessionCommonProperties.h"
+#include "Host/TarnVideo.h"
+#include "Host/Tarn_RACSignal.h"
+
+/// Makes sessions for videos. Providers chain: a plug-in's provider asks its upstream provider for ordinary
+/// sessions and hands out its own around them. Main thread.
+class TarnSessionProvider {
+ public:
+  using Videos = Tarn_RACSignal<std::shared_ptr<const TarnVideo>>;
+  using Sessions = Tarn_RACSignal<std::shared_ptr<TarnPlaybackSession>>;
+
+  TarnSessionProvider() = default;
+  TarnSessionProvider(const TarnSessionProvider&) = delete;
+  TarnSessionProvider& operator=(const TarnSessionProvider&) = delete;
+  virtual ~TarnSessionProvider() = default;
+
+  /// Whether the provider puts the stream of each session's source into the player before it hands the
+  /// session out; true unless somebody downstream, who knows the stream better, has set it to false.
+  [[nodiscard]] virtual bool shouldLoadVideo() const = 0;
+  virtual void setShouldLoadVideo(bool shouldLoad) = 0;
+
+  /// To be given to each session made from now on. Kept weakly.
+  virtual void setSessionCommonProperties(const std::shared_ptr<TarnSessionCommonProperties>& properties) = 0;
+  /// The provider's own way of choosing a source.
+  [[nodiscard]] virtual TarnSourceSelectionPolicy sourceSelectionPolicy() const = 0;
+
+  /// One session for each video, sent when it is ready to begin, at once or later: one that plays, or a
+  /// `TarnErrorSession`. The sessions have not begun; whoever receives them owns them. The signal never
+  /// fails, and completes after `videos` has.
+  [[nodiscard]] virtual Sessions playbackSessionsForVideos(Videos videos) = 0;
+};

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Platform/Queue.h"
+
+/// Where work that must not run inside the caller goes: a face on a queue that outlives it.
+class Tarn_RACScheduler {
+ public:
+  explicit Tarn_RACScheduler(tarn::Queue& queue) : queue_(&queue) {}
+
+  static Tarn_RACScheduler mainThreadScheduler();
+
+  /// Never runs `task` inside the call; tasks keep their order if the queue is serial. Any thread.
+  void schedule(tarn::Task task) const;
+
+ private:
+  tarn::Queue* queue_;
+};

@@ -1,0 +1,80 @@
+#include "Host/TarnNotificationCenter.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST(TarnNotificationCenter, TellsTheObserversOfANameInOrderUntilTheirTokensDie) {
+  TarnNotificationCenter center;
+  std::vector<std::string> heard;
+  const auto listener = [&](std::string who) {
+    return [&heard, who](const TarnNotification& n) { heard.push_back(who + " " + n.name); };
+  };
+  const auto first = center.addObserverForName("a", listener("first"));
+  auto second = center.addObserverForName("a", listener("second"));
+  const auto other = center.addObserverForName("b", listener("other"));
+
+  center.postNotificationName("a");
+  center.postNotificationName("b");
+  center.postNotificationName("c");
+  second.reset();
+  center.postNotificationName("a");
+  EXPECT_THAT(heard, ElementsAre("first a", "second a", "other b", "first a"));
+}
+
+TEST(TarnNotificationCenter, CarriesSenderAndInfo) {
+  TarnNotificationCenter center;
+  const auto sender = std::make_shared<int>(1);
+  TarnNotification received;
+  const auto token = center.addObserverForName("a", [&](const auto& n) { received = n; });
+  tarn::Dictionary info;
+  info.set("key", std::string("value"));
+  center.postNotificationName("a", sender, info);
+  EXPECT_EQ(received.sender, sender);
+  EXPECT_EQ(*received.info->get<std::string>("key"), "value");
+}
+
+TEST(TarnNotificationCenter, LetsObserversPostAddAndEndWhileTheyAreTold) {
+  TarnNotificationCenter center;
+  std::vector<std::string> heard;
+  tarn::Token added;
+  auto ended = std::make_shared<tarn::Token>();
+  const auto token = center.addObserverForName("a", [&](const auto&) {
+    heard.push_back("a");
+    ended->reset();
+    added = center.addObserverForName("a", [&](const auto&) { heard.push_back("added"); });
+    center.postNotificationName("b");
+  });
+  *ended = center.addObserverForName("a", [&](const auto&) { heard.push_back("ended"); });
+  const auto b = center.addObserverForName("b", [&](const auto&) { heard.push_back("b"); });
+  center.postNotificationName("a");
+  EXPECT_THAT(heard, ElementsAre("a", "b"));
+}
+
+TEST(TarnNotificationCenter, TakesPostsAndObserversFromManyThreads) {
+  auto center = std::make_shared<TarnNotificationCenter>();
+  std::atomic<int> heard = 0;
+  {
+    const auto steady = center->addObserverForName("a", [&](const auto&) { ++heard; });
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([center] {
+        for (int j = 0; j < 200; ++j) {
+          const auto passing = center->addObserverForName("a", [](const auto&) {});
+          center->postNotificationName("a");
+        }
+      });
+    }
+  }
+  EXPECT_EQ(heard, 800);
+  const auto token = center->addObserverForName("a", [](const auto&) {});
+  center.reset();
+}
+
+}  // namespace

@@ -1,0 +1,109 @@
+#include "Host/Tarn_RACDisposable.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+namespace {
+
+Tarn_RACDisposable writing(std::string& log, const char* text) {
+  return Tarn_RACDisposable([&log, text] { log += text; });
+}
+
+TEST(DisposableTest, EndsOnceAndAllThatWasAddedInOrder) {
+  std::string log;
+  Tarn_RACDisposable whole;
+  whole = Tarn_RACDisposable([&] {
+    log += "whole ";
+    EXPECT_TRUE(whole.isDisposed());
+    whole.dispose();
+  });
+  whole.add(writing(log, "a "));
+  const auto copy = whole;
+  copy.add(writing(log, "b "));
+  whole.add(whole);
+  EXPECT_FALSE(copy.isDisposed());
+  whole.dispose();
+  copy.dispose();
+  EXPECT_TRUE(copy.isDisposed());
+  whole.add(writing(log, "late "));
+  EXPECT_EQ(log, "whole a b late ");
+}
+
+TEST(DisposableTest, LettingGoOfAHandleEndsNothing) {
+  std::string log;
+  { const auto dropped = writing(log, "ended "); }
+  EXPECT_EQ(log, "");
+}
+
+TEST(DisposableTest, LetsTheActionDestroyTheHandle) {
+  std::string log;
+  auto handle = std::make_optional<Tarn_RACDisposable>();
+  *handle = Tarn_RACDisposable([&] { handle.reset(); });
+  handle->add(writing(log, "part "));
+  handle->dispose();
+  EXPECT_EQ(log, "part ");
+}
+
+TEST(DisposableTest, EndsATokenAndFreesWhatTheActionHeld) {
+  int ended = 0;
+  auto witness = std::make_shared<int>(0);
+  const std::weak_ptr<int> held = witness;
+  const Tarn_RACDisposable disposable(tarn::Token([&ended, witness] { ++ended; }));
+  witness.reset();
+  EXPECT_EQ(ended, 0);
+  EXPECT_FALSE(held.expired());
+  disposable.dispose();
+  EXPECT_EQ(ended, 1);
+  EXPECT_TRUE(held.expired());
+}
+
+TEST(DisposableTest, ForgetsPartsThatHaveEnded) {
+  int alive = 0;
+  int most = 0;
+  const Tarn_RACDisposable whole;
+  for (int i = 0; i < 1000; ++i) {
+    const std::shared_ptr<int> counted(new int(0), [&alive](const int* p) {
+      --alive;
+      delete p;
+    });
+    most = std::max(most, ++alive);
+    const Tarn_RACDisposable part;
+    part.add(Tarn_RACDisposable([counted] {}));
+    whole.add(part);
+    if (i % 100 != 0) part.dispose();
+  }
+  EXPECT_EQ(alive, 10);
+  EXPECT_LE(most, 11);
+}
+
+TEST(DisposableTest, EndsWithItsOwner) {
+  std::string log;
+  {
+    const Tarn_RACDeallocDisposable owner;
+    owner.add(writing(log, "a "));
+    owner.add(writing(log, "b "));
+    log += "owner goes ";
+  }
+  EXPECT_EQ(log, "owner goes a b ");
+}
+
+TEST(DisposableTest, TakesPartsAndEndsOnDifferentThreads) {
+  for (int round = 0; round < 200; ++round) {
+    const Tarn_RACDisposable whole;
+    std::atomic<int> ended = 0;
+    std::thread adding([&] {
+      for (int i = 0; i < 20; ++i) whole.add(Tarn_RACDisposable([&ended] { ++ended; }));
+    });
+    whole.dispose();
+    adding.join();
+    EXPECT_EQ(ended, 20);
+  }
+}
+
+}  // namespace
