@@ -1,0 +1,66 @@
+#include "Kyr/TarnKyrSeekPolicy.h"
+
+#include "Kyr/TarnKyrConstants.h"
+
+namespace tarn {
+namespace {
+
+bool isBefore(CMTime a, CMTime b) {
+  return CMTimeCompare(a, b) < 0;
+}
+
+/// The last break that the seek passes from its beginning or middle to behind its end; only that one is
+/// forced, however many are passed, so that a viewer who jumps far pays with one break. One that the playhead
+/// is inside of has begun to be watched, and one that reaches the target is where the viewer wants to be.
+/// Whether a break was watched before makes no difference.
+std::shared_ptr<const TarnLumoAdSequence> lastPassedAdSequence(const TarnLumoTimeline& timeline,
+                                                               CMTime current, CMTime target) {
+  std::shared_ptr<const TarnLumoAdSequence> last;
+  for (const auto& adSequence : timeline.adSequences()) {
+    if (isBefore(target, adSequence->beginTime())) break;
+    if (isBefore(current, adSequence->endTime()) && isBefore(adSequence->endTime(), target))
+      last = adSequence;
+  }
+  return last;
+}
+
+/// A seek to the content's end or behind it asks for the post-roll. The time asked for decides: a target that
+/// was cut to the content's length could not be told from it.
+bool asksForPostRoll(const TarnLumoTimeline& timeline, CMTime requested) {
+  const auto& adSequences = timeline.adSequences();
+  return !adSequences.empty() && CMTIME_IS_POSITIVE_INFINITY(adSequences.back()->logicalOffset()) &&
+         !isBefore(requested, timeline.contentLength());
+}
+
+}  // namespace
+
+CMTime timeBySeekOffset(CMTime time) {
+  return CMTimeAdd(time, CMTimeMakeWithSeconds(kTarnKyrSeekOffset, 600));
+}
+
+TarnKyrSeekTolerance seekTolerances(const TarnLumoTimeline& timeline, CMTime target, CMTime wide,
+                                    CMTime buffer) {
+  TarnKyrSeekTolerance tolerance{wide, wide};
+  for (const auto& adSequence : timeline.adSequences()) {
+    if (isBefore(adSequence->endTime(), target)) {
+      if (!isBefore(buffer, CMTimeSubtract(target, adSequence->endTime())))
+        tolerance.beforeTolerance = kCMTimeZero;
+      continue;
+    }
+    // Also when the target lies inside the break: the difference is negative then.
+    if (!isBefore(buffer, CMTimeSubtract(adSequence->beginTime(), target)))
+      tolerance.afterTolerance = kCMTimeZero;
+    break;
+  }
+  return tolerance;
+}
+
+ForwardSeek planForwardSeek(const TarnLumoTimeline& timeline, CMTime current, CMTime absoluteTarget,
+                            CMTime requested) {
+  if (asksForPostRoll(timeline, requested)) {
+    return {timeline.absoluteTimeAtContentTime(timeline.contentLength()), timeline.adSequences().back()};
+  }
+  return {absoluteTarget, lastPassedAdSequence(timeline, current, absoluteTarget)};
+}
+
+}  // namespace tarn

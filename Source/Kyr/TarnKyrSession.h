@@ -1,0 +1,211 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "Host/TarnPlaybackSession.h"
+#include "Host/Tarn_RACCommand.h"
+#include "Host/Tarn_RACDisposable.h"
+#include "Host/Tarn_RACInvocations.h"
+#include "Host/Tarn_RACSubject.h"
+#include "Kyr/TarnKyrConstants.h"
+#include "Kyr/TarnKyrSeekPolicy.h"
+#include "Lumo/TarnLumoAnalyticsSession.h"
+#include "Lumo/TarnLumoDocument.h"
+#include "Lumo/TarnLumoProgressTracker.h"
+#include "Lumo/TarnLumoTimeline.h"
+#include "Platform/Observable.h"
+#include "Platform/Operation.h"
+
+class TarnLumoTimelineOperation;
+
+enum TarnKyrSessionLoadState : std::int64_t {
+  TarnKyrLoadStateInitial = 0,
+  TarnKyrLoadStateLoading = 1,
+  TarnKyrLoadStateComplete = 2,
+  TarnKyrLoadStateError = 3,
+};
+
+/// A session over a stream with ads stitched in, for an application that knows content time only.
+///
+/// It wraps the session that plays the stream (the inner one). Progress, duration and ranges leave the ads
+/// out, seeks are made in content time and held to the ad policy, ads arrive as lifecycle events, and the
+/// beacons of what is played are sent. What it does not change it leaves to the inner session.
+///
+/// Main thread. Made as a `std::shared_ptr` and owned by whoever plays it; everything that it has under way
+/// ends when it is let go, also inside one of its own callbacks. Its signals are the inner session's plus the
+/// ads': only the inner lifecycle flows until the load has completed, and none of them ends by itself.
+class TarnKyrSession final : public TarnPlaybackSession,
+                             public TarnSessionSeeking,
+                             public TarnSessionTimeMapping {
+ public:
+  /// Without an inner session the operations that would go to it write a log line. `httpHeaders` go with the
+  /// request for the document. `digester` sends the beacons; without one, one of the session's own does.
+  TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybackSession, TarnLumoHTTPHeaders httpHeaders,
+                 std::shared_ptr<TarnLumoAnalyticsDigester> digester = nullptr);
+  ~TarnKyrSession() override;
+
+  [[nodiscard]] const std::shared_ptr<TarnPlaybackSession>& innerPlaybackSession() const { return inner_; }
+
+  // Loading.
+
+  /// Fetches the VMAP document at the source's URL, and has the inner session load the stream that it names.
+  /// Only the first call counts.
+  void load();
+  /// Goes from initial over loading to complete or error, and never back.
+  [[nodiscard]] tarn::Observable<TarnKyrSessionLoadState>& loadState() { return loadState_; }
+  /// Why the load failed; absent otherwise, and also when the source has no URL.
+  [[nodiscard]] const std::optional<tarn::Error>& loadError() const { return loadError_; }
+  /// Null until the load has completed, like `tracker` and `analyticsSession`.
+  [[nodiscard]] const std::shared_ptr<const TarnLumoTimeline>& timeline() const { return timeline_; }
+  [[nodiscard]] const std::shared_ptr<TarnLumoProgressTracker>& tracker() const { return tracker_.get(); }
+  [[nodiscard]] const std::unique_ptr<TarnLumoAnalyticsSession>& analyticsSession() const {
+    return analyticsSession_;
+  }
+
+  // The session.
+
+  /// The inner session's video with an ad slot at the content time of each break, ahead of its own cue
+  /// points; a post-roll's slot is at positive infinity. Null until the load has completed.
+  [[nodiscard]] std::shared_ptr<const TarnVideo> video() const override { return updatedVideoWithCuePoints_; }
+  [[nodiscard]] std::shared_ptr<const TarnSource> source() const override;
+  [[nodiscard]] std::shared_ptr<TarnPlayer> player() const override;
+  void setSessionCommonProperties(const std::shared_ptr<TarnSessionCommonProperties>& properties) override;
+  [[nodiscard]] std::shared_ptr<TarnSessionCommonProperties> sessionCommonProperties() const override {
+    return commonProperties_.lock();
+  }
+  void loadVideoURL(const tarn::URL& url) override;
+  void begin() override;
+  void terminate() override;
+  void avPlayerPlay() override;
+  void avPlayerPause() override;
+  /// `time` is content time.
+  void resumeVideoAtTime(CMTime time, bool autoPlay) override;
+
+  /// Content time, while `canSeek` is true: silent while ads play or a forced ad is awaited.
+  [[nodiscard]] Tarn_RACSignal<CMTime> progress() const override { return kyrProgressSubject_; }
+  /// The stream's duration less the ads' time.
+  [[nodiscard]] Tarn_RACSignal<CMTime> durationChanges() const override { return kyrDurationChangesSubject_; }
+  /// Content time, each range from zero. Sent while ads play, too.
+  [[nodiscard]] Tarn_RACSignal<TimeRanges> seekableRangesChanges() const override {
+    return kyrSeekableTimeRangesSubject_;
+  }
+  [[nodiscard]] Tarn_RACSignal<TimeRanges> loadedTimeRangesChanges() const override {
+    return kyrLoadedTimeRangesSubject_;
+  }
+  /// Never sends.
+  [[nodiscard]] Tarn_RACSignal<bool> isExternalPlaybackActive() const override {
+    return kyrIsExternalPlaybackActiveSubject_;
+  }
+  /// Never sends: the cue points are in `video`.
+  [[nodiscard]] Tarn_RACSignal<CuePoints> cuePoints() const override { return kyrCuePointsSubject_; }
+  /// The inner session's events, Play and Pause during an ad as AdResume and AdPause, and those of the ads.
+  /// A break is announced by WillPauseForAd and Pause, and followed by Play.
+  [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override { return kyrLifecycleSubject_; }
+
+  [[nodiscard]] TarnSessionSeeking* seeking() override { return this; }
+  [[nodiscard]] TarnSessionTimeMapping* timeMapping() override { return this; }
+
+  // Ads.
+
+  /// Pause and resume the player inside a break; without effect after a break has ended.
+  void pauseAd() { pauseAdInvocations_(); }
+  void resumeAd() { resumeAdInvocations_(); }
+
+  // Seeking.
+
+  [[nodiscard]] bool canSeek() const override { return canSeek_.get(); }
+  [[nodiscard]] tarn::Observable<bool>& canSeekProperty() { return canSeek_; }
+  /// Refused while `canSeek` is false and for a time that is invalid, negative or not in the stream. A seek
+  /// forward over breaks plays the last of them before the target is reached, and completes only then.
+  void seekToTime(CMTime time, Completion completion) override;
+  /// Absolute times; `from` makes no difference.
+  [[nodiscard]] TarnKyrSeekTolerance seekTolerancesSeekingFromAbsoluteTime(CMTime from, CMTime to) const;
+  [[nodiscard]] CMTime defaultSeekTolerance() const { return defaultSeekTolerance_; }
+  [[nodiscard]] CMTime defaultMinimumSeekToleranceBuffer() const {
+    return defaultMinimumSeekToleranceBuffer_;
+  }
+
+  /// Both are the all-zero, invalid time until the load has completed.
+  [[nodiscard]] CMTime absoluteTimeAtContentTime(CMTime contentTime) const override;
+  [[nodiscard]] CMTime contentTimeAtAbsoluteTime(CMTime absoluteTime) const override;
+
+ private:
+  using TrackerEvent = std::shared_ptr<const TarnLumoProgressTrackerEvent>;
+
+  [[nodiscard]] std::weak_ptr<TarnKyrSession> weakSelf();
+  /// What is left of a call that would have gone to the inner session.
+  void logForwarding(const char* invocation) const;
+
+  // Loading: TarnKyrSession.cpp.
+  void concludeLoad(const TarnLumoTimelineOperation& operation);
+  void followInnerSession();
+  void updateVideo();
+
+  // Signals: TarnKyrSession+Signals.cpp.
+  void subscribeKyrSubjectsToInnerPlaybackSession();
+  void subscribeToProgressTracker();
+  void subscribeToInnerPlaybackSessionDuration();
+  void configurePauseResumeCommand();
+  [[nodiscard]] Tarn_RACSignal<TrackerEvent> trackerEvents();
+  [[nodiscard]] LifecycleEvent translated(const LifecycleEvent& event, const TrackerEvent& adState);
+  [[nodiscard]] LifecycleEvent lifecycleEventForTrackerEvent(const TrackerEvent& event);
+  [[nodiscard]] std::optional<tarn::Dictionary> adProperties(const TarnLumoProgressTrackerEvent& event);
+  [[nodiscard]] std::optional<tarn::Dictionary> adSequenceProperties(
+      const TarnLumoProgressTrackerEvent& event);
+  void leaveAdAtStreamEnd();
+
+  // Seeking: TarnKyrSession+Seeking.cpp.
+  void configureSeekingCommand();
+  void seekBackward(CMTime requested, CMTime absoluteTarget, Completion completion);
+  void seekForward(CMTime absoluteTarget, Completion completion);
+  void playForcedAd(const std::shared_ptr<const TarnLumoAdSequence>& adSequence, CMTime absoluteTarget,
+                    Completion completion);
+  void seekAfterForcedAd(CMTime absoluteTarget, Completion completion);
+  void concludeForcedAd(bool finished, const Completion& completion);
+  void skipAd(const std::shared_ptr<const TarnLumoAd>& ad);
+  void skipToItemEnd(CMTime itemEnd);
+  void concludeSkip();
+  [[nodiscard]] std::function<void(const std::shared_ptr<const TarnLumoAd>&)> skipHandler();
+  [[nodiscard]] CMTime currentTime() const;
+  [[nodiscard]] bool adsDisabled() const;
+  void seekPlayer(CMTime time, TarnKyrSeekTolerance tolerance, std::function<void(bool finished)> completion);
+  void suspendProgress();
+  void resumeProgress();
+
+  const std::shared_ptr<TarnPlaybackSession> inner_;
+  const TarnLumoHTTPHeaders httpHeaders_;
+  const CMTime defaultSeekTolerance_ = CMTimeMakeWithSeconds(2.0, 600);
+  const CMTime defaultMinimumSeekToleranceBuffer_ = CMTimeMakeWithSeconds(3.0, 600);
+  std::weak_ptr<TarnSessionCommonProperties> commonProperties_;
+  std::shared_ptr<const TarnVideo> updatedVideoWithCuePoints_;
+
+  tarn::OperationQueue loadQueue_{"TarnKyrSession.load"};
+  tarn::Observable<TarnKyrSessionLoadState> loadState_{TarnKyrLoadStateInitial};
+  std::optional<tarn::Error> loadError_;
+  std::shared_ptr<const TarnLumoTimeline> timeline_;
+
+  tarn::Observable<bool> canSeek_{true};
+  int seeksUnderWay_ = 0;
+  bool skipping_ = false;
+  Tarn_RACInvocations<> pauseAdInvocations_;
+  Tarn_RACInvocations<> resumeAdInvocations_;
+
+  tarn::Observable<std::shared_ptr<TarnLumoProgressTracker>> tracker_;
+  const std::shared_ptr<TarnLumoAnalyticsDigester> sharedDigester_;
+  std::unique_ptr<TarnLumoAnalyticsSession> analyticsSession_;
+
+  Tarn_RACSubject<CuePoints> kyrCuePointsSubject_;
+  Tarn_RACSubject<CMTime> kyrDurationChangesSubject_;
+  Tarn_RACSubject<bool> kyrIsExternalPlaybackActiveSubject_;
+  Tarn_RACSubject<LifecycleEvent> kyrLifecycleSubject_;
+  Tarn_RACSubject<CMTime> kyrProgressSubject_;
+  Tarn_RACSubject<TimeRanges> kyrSeekableTimeRangesSubject_;
+  Tarn_RACSubject<TimeRanges> kyrLoadedTimeRangesSubject_;
+  /// Sends once and completes when the inner session terminates.
+  const Tarn_RACSignal<Tarn_RACUnit> terminationSignal_;
+
+  Tarn_RACDeallocDisposable subscriptions_;
+};
