@@ -24,7 +24,9 @@ TarnPlaybackSession::LifecycleEvent errorEvent(const std::optional<tarn::Error>&
   error.code = kTarnKyrErrorCodeTimelineLoadError;
   if (loadError) error = tarn::withUnderlying(std::move(error), *loadError);
   tarn::Dictionary properties;
-  properties.set(kTarnKyrLifecycleEventPropertiesKeyError, std::move(error));
+  properties.set(kTarnKyrLifecycleEventPropertiesKeyError, error);
+  // For controls that know the toolkit only.
+  properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyError, std::move(error));
   return std::make_shared<const TarnPlaybackSessionLifecycleEvent>(kTarnKyrLifecycleErrorEvent,
                                                                    std::move(properties));
 }
