@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr std::string_view kResponse = "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n";
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
 
 int checked(int result) {
@@ -28,7 +27,8 @@ int checked(int result) {
 
 class KeepAliveResponder::Loop {
  public:
-  Loop() {
+  explicit Loop(const std::string& body)
+      : response_("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -98,10 +98,11 @@ class KeepAliveResponder::Loop {
       matched = c == kHeadEnd[matched] ? matched + 1 : (c == kHeadEnd[0] ? 1 : 0);
       if (matched < kHeadEnd.size()) continue;
       matched = 0;
-      (void)send(socket, kResponse.data(), kResponse.size(), MSG_NOSIGNAL);
+      (void)send(socket, response_.data(), response_.size(), MSG_NOSIGNAL);
     }
   }
 
+  const std::string response_;
   const int epoll_ = checked(epoll_create1(EPOLL_CLOEXEC));
   const int end_ = checked(eventfd(0, EFD_CLOEXEC));
   const int listening_ = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -110,7 +111,7 @@ class KeepAliveResponder::Loop {
   std::thread thread_;
 };
 
-KeepAliveResponder::KeepAliveResponder() : loop_(std::make_unique<Loop>()) {}
+KeepAliveResponder::KeepAliveResponder(const std::string& body) : loop_(std::make_unique<Loop>(body)) {}
 
 KeepAliveResponder::~KeepAliveResponder() = default;
 

@@ -3,11 +3,11 @@
 #include <memory>
 #include <string>
 
-/// A server on 127.0.0.1 that costs as little as one can: one thread, and for each request 200 without a body
-/// on a connection that stays. What is measured against it is the client.
+/// A server on 127.0.0.1 that costs as little as one can: one thread, and for each request 200 with the same
+/// body on a connection that stays. What is measured against it is the client.
 class KeepAliveResponder {
  public:
-  KeepAliveResponder();
+  explicit KeepAliveResponder(const std::string& body = "");
   KeepAliveResponder(const KeepAliveResponder&) = delete;
   KeepAliveResponder& operator=(const KeepAliveResponder&) = delete;
   ~KeepAliveResponder();

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "AllocationCounter.h"
+#include "CountingDigester.h"
 #include "Lumo/TarnLumoAnalyticsSession.h"
 #include "StreamOfBreaks.h"
 
@@ -12,14 +13,6 @@ namespace {
 using namespace kyr_benchmarks;
 
 constexpr std::int64_t kBreaks = 1'000;
-
-/// Counts beacons and sends none.
-class CountingDigester final : public TarnLumoAnalyticsDigester {
- public:
-  CountingDigester() : TarnLumoAnalyticsDigester(nullptr) {}
-  void digestEvent(const std::optional<tarn::URL>&) override { ++beacons; }
-  std::int64_t beacons = 0;
-};
 
 constexpr std::int64_t kStep = kTimescale / 4;  // players report four times a second
 
