@@ -45,15 +45,6 @@ CMTime totalAdTime(const TarnLumoTimeline& timeline) {
   return total;
 }
 
-/// A time at which none of the timeline's ads plays any more.
-CMTime behindAllAds(const TarnLumoTimeline& timeline) {
-  CMTime latest = timeline.payloadLength();
-  for (const auto& adSequence : timeline.adSequences()) {
-    if (CMTimeCompare(adSequence->endTime(), latest) > 0) latest = adSequence->endTime();
-  }
-  return latest;
-}
-
 }  // namespace
 
 Tarn_RACSignal<TarnKyrSession::TrackerEvent> TarnKyrSession::trackerEvents() {
@@ -64,10 +55,6 @@ Tarn_RACSignal<TarnKyrSession::TrackerEvent> TarnKyrSession::trackerEvents() {
 void TarnKyrSession::subscribeKyrSubjectsToInnerPlaybackSession() {
   if (!inner_) return;
   const auto innerLifecycle = inner_->lifecycle();
-  subscriptions_.add(innerLifecycle.subscribeNext([this](const LifecycleEvent& event) {
-    if (is(event, kTarnPlaybackSessionLifecycleEventEnd)) leaveAdAtStreamEnd();
-  }));
-
   const auto noAd = std::make_shared<const TarnLumoProgressTrackerEvent>(
       TarnLumoProgressTrackerEventTypeExitAd, std::nullopt);
   const auto adState = trackerEvents().filter(isAdState).startWith(noAd);
@@ -142,14 +129,6 @@ std::optional<tarn::Dictionary> TarnKyrSession::adSequenceProperties(
   tarn::Dictionary properties;
   properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyAdSequence, adSequence);
   return properties;
-}
-
-/// An encoder's stream may be a few frames shorter than its document says. An ad that such a stream ends in
-/// has been played: it is left here, before the application is told of the end.
-void TarnKyrSession::leaveAdAtStreamEnd() {
-  const auto tracker = tracker_.get();
-  if (tracker && timeline_->pathAtTime(tracker->absoluteTime()).ad())
-    tracker->setAbsoluteTime(behindAllAds(*timeline_));
 }
 
 void TarnKyrSession::subscribeToInnerPlaybackSessionDuration() {

@@ -28,6 +28,15 @@ TarnCuePointCollection::CuePoints adSlots(const TarnLumoTimeline& timeline) {
   return slots;
 }
 
+/// A time at which none of the timeline's ads plays any more.
+CMTime behindAllAds(const TarnLumoTimeline& timeline) {
+  CMTime latest = timeline.payloadLength();
+  for (const auto& adSequence : timeline.adSequences()) {
+    if (CMTimeCompare(adSequence->endTime(), latest) > 0) latest = adSequence->endTime();
+  }
+  return latest;
+}
+
 }  // namespace
 
 TarnKyrSession::TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybackSession,
@@ -91,14 +100,30 @@ void TarnKyrSession::concludeLoad(const TarnLumoTimelineOperation& operation) {
 
 void TarnKyrSession::followInnerSession() {
   const auto tracker = tracker_.get();
-  subscriptions_.add(
-      tarn::bindSignal(inner_->progress(), [tracker](CMTime time) { tracker->setAbsoluteTime(time); }));
+  subscriptions_.add(tarn::bindSignal(inner_->progress(), [this](CMTime time) { followPlayhead(time); }));
   subscriptions_.add(tarn::bindSignal(inner_->seekableRangesChanges(), [tracker](const TimeRanges& ranges) {
     tracker->setAbsoluteSeekableTimeRanges(ranges);
   }));
   subscriptions_.add(tarn::bindSignal(inner_->loadedTimeRangesChanges(), [tracker](const TimeRanges& ranges) {
     tracker->setAbsoluteLoadedTimeRanges(ranges);
   }));
+}
+
+/// An encoder's stream may be a few frames shorter than its document says, so that its end lies in the last
+/// ad. Nothing plays there any more: the ad is left if it was playing, and not entered if it was not.
+void TarnKyrSession::followPlayhead(CMTime time) {
+  const auto tracker = tracker_.get();
+  if (!isItemEnd(time) || !timeline_->pathAtTime(time).ad()) return tracker->setAbsoluteTime(time);
+  const CMTime end = behindAllAds(*timeline_);
+  if (timeline_->pathAtTime(tracker->absoluteTime()).ad()) tracker->setAbsoluteTime(time);
+  tracker->setAbsoluteTime(end);
+}
+
+bool TarnKyrSession::isItemEnd(CMTime time) const {
+  const auto current = player();
+  if (!current) return false;
+  const auto& duration = current->currentItemDuration().get();
+  return duration && CMTIME_IS_NUMERIC(*duration) && CMTimeCompare(time, *duration) == 0;
 }
 
 void TarnKyrSession::updateVideo() {

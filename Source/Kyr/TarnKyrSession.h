@@ -142,6 +142,8 @@ class TarnKyrSession final : public TarnPlaybackSession,
   // Loading: TarnKyrSession.cpp.
   void concludeLoad(const TarnLumoTimelineOperation& operation);
   void followInnerSession();
+  void followPlayhead(CMTime time);
+  [[nodiscard]] bool isItemEnd(CMTime time) const;
   void updateVideo();
 
   // Signals: TarnKyrSession+Signals.cpp.
@@ -155,7 +157,6 @@ class TarnKyrSession final : public TarnPlaybackSession,
   [[nodiscard]] std::optional<tarn::Dictionary> adProperties(const TarnLumoProgressTrackerEvent& event);
   [[nodiscard]] std::optional<tarn::Dictionary> adSequenceProperties(
       const TarnLumoProgressTrackerEvent& event);
-  void leaveAdAtStreamEnd();
 
   // Seeking: TarnKyrSession+Seeking.cpp.
   void configureSeekingCommand();
