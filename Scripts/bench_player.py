@@ -1,0 +1,71 @@
+"""Plays the demo stream twice at once, through `kyr play` and through a bare playbin3, and compares their processor time.
+
+Side by side, so that whatever else the machine does meets both alike.
+"""
+
+import os
+import re
+import statistics
+import subprocess
+import sys
+import time
+
+ROUNDS = 4
+SETTLED, LAST = 5, 65  # seconds after the start between which processor time is counted
+TICKS = os.sysconf("SC_CLK_TCK")
+
+
+def processor_seconds(process):
+    fields = open(f"/proc/{process.pid}/stat").read().rsplit(")", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) / TICKS
+
+
+def start_service(kyr):
+    service = subprocess.Popen([kyr, "serve", "--port", "0"], stdout=subprocess.PIPE, text=True)
+    for line in service.stdout:
+        found = re.search(r"http://127\.0\.0\.1:\d+/vmap/demo\.xml", line)
+        if found:
+            return service, found.group(0)
+    sys.exit("The demo service did not start.")
+
+
+def stream_of(kyr, url):
+    found = re.search(r'"url": ?"([^"]+)"', subprocess.run([kyr, "inspect", url, "--json"], check=True, capture_output=True,
+                                                           text=True).stdout)
+    return found.group(1)
+
+
+def play_both(kyr, url, stream):
+    sink = "fakesink sync=true"
+    commands = {"kyr": [kyr, "play", url, "--headless", "--json"],
+                "bare": ["gst-launch-1.0", "-q", "playbin3", f"uri={stream}", f"video-sink={sink}", f"audio-sink={sink}"]}
+    players = {name: subprocess.Popen(command, stdout=subprocess.DEVNULL) for name, command in commands.items()}
+    try:
+        time.sleep(SETTLED)
+        before = {name: processor_seconds(player) for name, player in players.items()}
+        time.sleep(LAST - SETTLED)
+        return {name: processor_seconds(player) - before[name] for name, player in players.items()}
+    finally:
+        for player in players.values():
+            player.kill()
+            player.wait()
+
+
+def main():
+    kyr = sys.argv[1]
+    service, url = start_service(kyr)
+    try:
+        stream = stream_of(kyr, url)
+        ratios = []
+        for _ in range(ROUNDS):
+            used = play_both(kyr, url, stream)
+            ratios.append(used["kyr"] / used["bare"])
+            print(f"  {LAST - SETTLED} s of playing: {used['kyr']:.2f} s of processor time, bare {used['bare']:.2f} s: "
+                  f"{ratios[-1]:.3f} ×")
+    finally:
+        service.terminate()
+        service.wait()
+    print(f"| playing, processor time | | {statistics.median(ratios):.2f} × the same pipeline by itself | ≤ 1.03 × |")
+
+
+main()
