@@ -2,6 +2,8 @@
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -34,7 +36,13 @@ int actionFor(std::uint32_t events) {
 
 HTTPLoop::Slot::Slot(HTTPLoop& loop)
     : transfer(loop.configuration_, [&loop, this] { loop.departed(*this); }) {
-  if (transfer.handle() != nullptr) curl_easy_setopt(transfer.handle(), CURLOPT_PRIVATE, this);
+  CURL* handle = transfer.handle();
+  if (handle == nullptr) return;
+  curl_easy_setopt(handle, CURLOPT_PRIVATE, this);
+  curl_easy_setopt(handle, CURLOPT_OPENSOCKETFUNCTION, &HTTPLoop::openSocket);
+  curl_easy_setopt(handle, CURLOPT_OPENSOCKETDATA, &loop);
+  curl_easy_setopt(handle, CURLOPT_CLOSESOCKETFUNCTION, &HTTPLoop::closeSocket);
+  curl_easy_setopt(handle, CURLOPT_CLOSESOCKETDATA, &loop);
 }
 
 HTTPLoop::HTTPLoop(const HTTPConfiguration& configuration) : configuration_(configuration) {}
@@ -49,6 +57,7 @@ Result<std::shared_ptr<HTTPLoop>> HTTPLoop::make(const HTTPConfiguration& config
 std::optional<Error> HTTPLoop::setUp() {
   epoll_ = FileDescriptor(epoll_create1(EPOLL_CLOEXEC));
   if (!epoll_) return setupError("epoll_create1", errno);
+  watches_.emplace(epoll_.get());
   wakeUp_ = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   if (!wakeUp_) return setupError("eventfd", errno);
   epoll_event event{};
@@ -267,6 +276,7 @@ void HTTPLoop::waitForEvents() {
       (void)eventfd_read(wakeUp_.get(), &value);
       continue;
     }
+    if (!watches_->isWanted(event.data.fd)) continue;
     int running = 0;
     curl_multi_socket_action(multi_.get(), event.data.fd, actionFor(event.events), &running);
   }
@@ -293,19 +303,29 @@ int HTTPLoop::onTimer(CURLM*, long timeout, void* self) {
   return 0;
 }
 
-int HTTPLoop::onSocket(CURL*, curl_socket_t socket, int what, void* self, void* watched) {
-  auto& loop = *static_cast<HTTPLoop*>(self);
-  if (what == CURL_POLL_REMOVE) {
-    epoll_ctl(loop.epoll_.get(), EPOLL_CTL_DEL, socket, nullptr);
-    return 0;
+int HTTPLoop::onSocket(CURL*, curl_socket_t socket, int what, void* self, void*) {
+  SocketWatches& watches = *static_cast<HTTPLoop*>(self)->watches_;
+  std::uint32_t events = 0;
+  if ((what & CURL_POLL_IN) != 0) events |= EPOLLIN;
+  if ((what & CURL_POLL_OUT) != 0) events |= EPOLLOUT;
+  if (what == CURL_POLL_REMOVE || events == 0) {
+    watches.drop(socket);
+  } else {
+    watches.want(socket, events);
   }
-  epoll_event event{};
-  if ((what & CURL_POLL_IN) != 0) event.events |= EPOLLIN;
-  if ((what & CURL_POLL_OUT) != 0) event.events |= EPOLLOUT;
-  event.data.fd = socket;
-  epoll_ctl(loop.epoll_.get(), watched != nullptr ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, socket, &event);
-  curl_multi_assign(loop.multi_.get(), socket, &loop);  // any pointer: the socket is watched from now on
   return 0;
+}
+
+curl_socket_t HTTPLoop::openSocket(void* self, curlsocktype, curl_sockaddr* address) {
+  const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+  if (opened < 0) return CURL_SOCKET_BAD;
+  static_cast<HTTPLoop*>(self)->watches_->opened(opened);
+  return opened;
+}
+
+int HTTPLoop::closeSocket(void* self, curl_socket_t socket) {
+  static_cast<HTTPLoop*>(self)->watches_->closing(socket);
+  return close(socket);
 }
 
 }  // namespace tarn

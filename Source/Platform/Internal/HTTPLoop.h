@@ -15,6 +15,7 @@
 #include "Platform/Internal/CurlHandles.h"
 #include "Platform/Internal/FileDescriptor.h"
 #include "Platform/Internal/HTTPTransfer.h"
+#include "Platform/Internal/SocketWatches.h"
 
 namespace tarn {
 
@@ -95,7 +96,9 @@ class HTTPLoop {
   void runTimers();
   [[nodiscard]] int millisecondsToTimer() const;
   void wake();
-  static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* watched);
+  static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void*);
+  static curl_socket_t openSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
+  static int closeSocket(void* self, curl_socket_t socket);
   static int onTimer(CURLM* multi, long timeout, void* self);
 
   const HTTPConfiguration configuration_;
@@ -111,6 +114,7 @@ class HTTPLoop {
 
   FileDescriptor epoll_;
   FileDescriptor wakeUp_;
+  std::optional<SocketWatches> watches_;  // outlives the connections, which close with `multi_`
   CurlMulti multi_;
   std::optional<std::chrono::steady_clock::time_point> timer_;
   std::unordered_map<std::string, Lane> lanes_;
