@@ -142,16 +142,18 @@ std::function<void(const std::shared_ptr<const TarnLumoAd>&)> TarnKyrSession::sk
   };
 }
 
-/// A press that comes when the ad is over, or while an earlier one's seek is under way, skips nothing.
+/// A press that comes when the ad or the session is over, or while an earlier one's seek is under way, skips
+/// nothing.
 void TarnKyrSession::skipAd(const std::shared_ptr<const TarnLumoAd>& ad) {
+  const auto current = player();
+  if (!current) return;
   const auto adAnalytics = analyticsSession_->adAnalaytics();
   if (!adAnalytics || !adAnalytics->ad()->isEqualToAd(*ad)) return;
   if (std::exchange(skipping_, true)) return;
   adAnalytics->trackAdSkip();
   avPlayerPause();
   const CMTime target = tarn::timeBySeekOffset(ad->endTime());
-  const auto current = player();
-  const CMTime itemEnd = current ? current->currentItemDuration().get().value_or(CMTime{}) : CMTime{};
+  const CMTime itemEnd = current->currentItemDuration().get().value_or(CMTime{});
   suspendProgress();
   if (CMTimeCompare(target, itemEnd) >= 0) return skipToItemEnd(itemEnd);
   seekPlayer(target, kExactly, [weak = weakSelf()](bool) {
