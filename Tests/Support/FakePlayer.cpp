@@ -43,10 +43,11 @@ void FakePlayer::seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranc
                                 CMTimeGetSeconds(toleranceAfter)));
   if (seek_) refuse(std::exchange(seek_, std::nullopt)->completion);
   const bool hasItem = state_.get() != TarnPlayerState::empty && state_.get() != TarnPlayerState::failed;
-  if (!hasItem || !(CMTIME_IS_NUMERIC(time) || CMTIME_IS_POSITIVE_INFINITY(time))) {
+  if (!seekable_ || !hasItem || !(CMTIME_IS_NUMERIC(time) || CMTIME_IS_POSITIVE_INFINITY(time))) {
     return refuse(std::move(completion));
   }
   seek_ = Seek{time, toleranceBefore, toleranceAfter, std::move(completion)};
+  ++seeks_;
   landLater();
 }
 
@@ -58,8 +59,8 @@ void FakePlayer::refuse(SeekCompletion completion) const {
 }
 
 void FakePlayer::landLater() {
-  MainQueue::shared().async([this, alive = std::weak_ptr<char>(alive_)] {
-    if (!alive.expired() && state_.get() != TarnPlayerState::loading) land();
+  MainQueue::shared().async([this, alive = std::weak_ptr<char>(alive_), number = seeks_] {
+    if (!alive.expired() && number == seeks_ && state_.get() != TarnPlayerState::loading) land();
   });
 }
 

@@ -44,6 +44,8 @@ class FakePlayer final : public TarnPlayer {
   /// Lets time pass. While the player plays, the playhead is reported every `tick` seconds, and the end when
   /// it is reached.
   void advance(double seconds, double tick = 0.25);
+  /// From now on seeks come back unfinished, and the playhead stays where it is.
+  void breakSeeking() { seekable_ = false; }
   void starve(bool starved) { (void)announce(buffering_, starved); }
   void setLoadedTo(double seconds);
   void fail(Error error);
@@ -67,6 +69,8 @@ class FakePlayer final : public TarnPlayer {
   std::shared_ptr<std::vector<std::string>> calls_ = std::make_shared<std::vector<std::string>>();
   CMTime position_ = kCMTimeZero;
   std::optional<Seek> seek_;
+  int seeks_ = 0;  // so far
+  bool seekable_ = true;
   std::shared_ptr<char> alive_ = std::make_shared<char>();
   Token layerObservation_;
 };

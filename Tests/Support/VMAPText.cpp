@@ -2,11 +2,54 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 
 namespace tarn::test {
+namespace {
+
+std::string clockText(double seconds) {
+  const int whole = static_cast<int>(seconds);
+  return fmt::format("{:02}:{:02}:{:06.3f}", whole / 3600, whole / 60 % 60, seconds - whole / 60 * 60);
+}
+
+std::string trackingEvent(char ad, std::string_view name, std::string_view attributes = {}) {
+  return fmt::format("<Tracking event='{1}' {2}>http://t.example/{0}-{1}</Tracking>", ad, name, attributes);
+}
+
+std::string trackingEvents(char ad, double duration) {
+  std::string events;
+  for (const auto* name : {"creativeView", "complete", "skip"}) events += trackingEvent(ad, name);
+  double offset = 0;
+  for (const auto* name : {"start", "firstQuartile", "midpoint", "thirdQuartile"}) {
+    events += trackingEvent(ad, name, fmt::format("offset='{}'", offset));
+    offset += duration / 4;
+  }
+  return "<TrackingEvents>" + events + "</TrackingEvents>";
+}
+
+std::string drawnAd(char letter, double duration, const VMAPDrawing& options) {
+  const auto content = trackingEvents(letter, duration) + options.linearContent;
+  return fmt::format(
+      "<Ad id='{0}'><InLine><AdTitle>Ad {0}</AdTitle><Impression>http://t.example/{0}-impression</Impression>"
+      "<Creatives>{1}</Creatives>{2}</InLine></Ad>",
+      letter, linear(clockText(duration), content, options.linearAttributes), options.inLineContent);
+}
+
+std::string drawnExtensions(double payloadLength, double contentLength, const VMAPDrawing& options) {
+  std::string impressions;
+  for (const double time : options.contentImpressions) {
+    impressions += fmt::format("<mh:Impression url='http://t.example/impression-{0}' time='{0}'/>", time);
+  }
+  return fmt::format(
+      "<mh:Marlith contenturi='{}' payloadlength='{}' contentlength='{}'/>"
+      "<mh:contentImpressions>{}</mh:contentImpressions>",
+      options.streamURL, payloadLength, options.contentLength.value_or(contentLength), impressions);
+}
+
+}  // namespace
 
 std::string vmap(std::string_view definitions, std::string_view extensions, std::string_view breaks) {
   return fmt::format("<vmap:VMAP {}>\n<vmap:Extensions>{}</vmap:Extensions>\n{}\n</vmap:VMAP>", definitions,
@@ -38,6 +81,24 @@ std::string linear(std::string_view duration, std::string_view content, std::str
 
 std::string simpleBreak(std::string_view timeOffset, std::string_view duration, std::string_view id) {
   return adBreak(timeOffset, ad(id, linear(duration)));
+}
+
+std::string drawVMAP(std::string_view drawing, const VMAPDrawing& options) {
+  const double cell = options.secondsPerCell;
+  double content = 0;
+  std::string breaks;
+  for (std::size_t at = 0, length = 0; at < drawing.size(); at += length) {
+    length = std::min(drawing.find_first_not_of(drawing[at], at), drawing.size()) - at;
+    const double duration = static_cast<double>(length) * cell;
+    if (drawing[at] == '.') {
+      content += duration;
+    } else {
+      const bool isPostRoll = content > 0 && drawing.find('.', at) == std::string_view::npos;
+      breaks += adBreak(isPostRoll ? "end" : clockText(content), drawnAd(drawing[at], duration, options));
+    }
+  }
+  return vmap("xmlns:vmap='http://www.iab.net/videosuite/vmap' xmlns:mh='urn:mh'",
+              drawnExtensions(static_cast<double>(drawing.size()) * cell, content, options), breaks);
 }
 
 std::string sample(std::string_view name) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarn::test {
 
@@ -26,6 +28,24 @@ namespace tarn::test {
 /// An AdBreak with one ad of that duration.
 [[nodiscard]] std::string simpleBreak(std::string_view timeOffset, std::string_view duration,
                                       std::string_view id = "a");
+
+struct VMAPDrawing {
+  double secondsPerCell = 5;
+  std::string linearAttributes = {};  ///< Of each ad, for example "skipoffset='00:00:02'".
+  std::string linearContent = {};     ///< In each ad, for example VideoClicks.
+  std::string inLineContent = {};     ///< In each ad, for example Extensions.
+  /// Content times in seconds; the beacon of 2.5 is "http://t.example/impression-2.5".
+  std::vector<double> contentImpressions = {};
+  std::optional<double> contentLength = std::nullopt;  ///< To state another one than is drawn.
+  std::string streamURL = "http://stream.example/m.m3u8";
+};
+
+/// The document of a stream that is drawn as text, one character a cell of time: '.' is content, a run of one
+/// letter is an ad with that id. Ads behind all content are a post-roll.
+///
+/// Each ad has the beacons "http://t.example/a-impression", "a-creativeView", "a-start", "a-firstQuartile",
+/// "a-midpoint", "a-thirdQuartile", "a-complete" and "a-skip".
+[[nodiscard]] std::string drawVMAP(std::string_view drawing, const VMAPDrawing& options = {});
 
 /// The text of a file in the sample folder.
 [[nodiscard]] std::string sample(std::string_view name);

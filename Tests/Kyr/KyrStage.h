@@ -1,0 +1,105 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Kyr/TarnKyrSession.h"
+#include "Kyr/TarnKyrSessionProvider.h"
+#include "Platform/Log.h"
+#include "Support/FakePlayer.h"
+#include "Support/LoopbackServer.h"
+#include "Support/SessionRecorder.h"
+#include "Support/TimelineBuilder.h"
+#include "Support/VMAPText.h"
+
+namespace tarn::test {
+
+using Lines = std::vector<std::string>;
+
+/// A time of so many seconds and ticks of 1/600 s.
+[[nodiscard]] CMTime at(double seconds, int ticks = 0);
+
+/// Runs the main queue until nothing waits on it.
+void drainAll();
+/// Runs it until `done`; false when that takes for ever.
+[[nodiscard]] bool await(const std::function<bool()>& done);
+
+/// Where a document can be fetched from now on.
+[[nodiscard]] URL serve(std::string document);
+/// How often that document was fetched.
+[[nodiscard]] std::size_t fetchesOf(const URL& url);
+
+/// A video whose one source is an ad-insertion source with that document.
+[[nodiscard]] std::shared_ptr<const TarnVideo> ssaiVideo(const URL& document,
+                                                         TarnCuePointCollection::CuePoints cuePoints = {});
+
+/// The log lines written during its life, of any thread.
+class LogLines {
+ public:
+  [[nodiscard]] Lines take();
+
+ private:
+  std::mutex mutex_;
+  Lines lines_;
+  Token sink_ = installLogSink([this](std::string_view line) {
+    const std::lock_guard lock(mutex_);
+    lines_.emplace_back(line);
+  });
+};
+
+/// A session of the plug-in's provider over a player in virtual time, playing a drawn stream (see
+/// `drawVMAP`). The stage is the session's only owner.
+class KyrStage {
+ public:
+  /// Returns when the session plays and all that it says at first has been said. The stream is longer than
+  /// its document says, or shorter, by `difference` seconds.
+  explicit KyrStage(std::string_view drawing, const VMAPDrawing& options = {}, double difference = 0);
+  ~KyrStage();
+
+  [[nodiscard]] FakePlayer& player() const { return *player_.lock(); }
+  /// The player moves on; then what waits on the main queue, such as the landing of seeks.
+  void play(double seconds);
+  /// Plays until the player has come to an end, through all seeks.
+  void playOut();
+  /// Puts the playhead somewhere, and forgets.
+  void jump(CMTime absoluteTime);
+  /// Asks the session for a seek, whose answer will be a line of `calls`.
+  void seek(CMTime contentTime);
+  /// Presses the skip button of the ad that was entered last.
+  void pressSkip() const;
+  /// Does once what `action` says when a lifecycle event of that type comes, "AdEnter" for example.
+  void when(const std::string& type, std::function<void()> action);
+
+  // What came since the last call, or since `forget`.
+
+  /// What the player was asked for (see `FakePlayer::calls`), and among it "canSeek" and "cannotSeek" as it
+  /// changes, and "finished" and "unfinished" as seeks are answered.
+  [[nodiscard]] Lines calls() const { return std::exchange(*calls_, {}); }
+  /// Everything the session sends.
+  [[nodiscard]] Lines lines() { return recorder_->take(); }
+  /// The lifecycle alone, without AdProgress.
+  [[nodiscard]] Lines events();
+  [[nodiscard]] Lines beacons() const { return digester_->take(); }
+  void forget();
+
+  [[nodiscard]] TarnPlaybackSession::LifecycleEvent lastEvent(std::string_view type) const;
+  [[nodiscard]] std::shared_ptr<const TarnAd> lastAd() const;
+  [[nodiscard]] bool isSuspended() const { return session->tracker()->shouldSuspendProgress(); }
+  [[nodiscard]] std::weak_ptr<void> digester() const { return digester_; }
+
+  std::shared_ptr<TarnSessionCommonProperties> common = std::make_shared<TarnSessionCommonProperties>();
+  std::shared_ptr<TarnKyrSession> session;
+
+ private:
+  std::shared_ptr<RecordingDigester> digester_ = std::make_shared<RecordingDigester>();
+  std::weak_ptr<FakePlayer> player_;
+  std::shared_ptr<Lines> calls_;
+  std::unique_ptr<SessionRecorder> recorder_;
+  Token canSeekObservation_;
+};
+
+}  // namespace tarn::test

@@ -1,0 +1,126 @@
+#include "Kyr/TarnKyrComponent.h"
+
+#include <gmock/gmock.h>
+
+#include "Host/TarnBasicPlaybackSession.h"
+#include "Host/TarnNotificationCenter.h"
+#include "KyrStage.h"
+#include "Support/TimePrinter.h"
+
+namespace {
+
+using namespace tarn::test;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class Consumer final : public TarnSessionConsumer {
+ public:
+  void didAdvanceToPlaybackSession(const std::shared_ptr<TarnPlaybackSession>& session) override {
+    current = session;
+  }
+  std::shared_ptr<TarnPlaybackSession> current;
+};
+
+class TarnKyrComponentTest : public ::testing::Test {
+ protected:
+  ~TarnKyrComponentTest() override { drainAll(); }
+
+  std::shared_ptr<TarnPlayerSDKManager> manager = std::make_shared<TarnPlayerSDKManager>([this] {
+    auto made = std::make_shared<FakePlayer>();
+    player = made;
+    return made;
+  });
+  std::weak_ptr<FakePlayer> player;
+};
+
+TEST_F(TarnKyrComponentTest, IsRegisteredTwiceForEachControllerAndSpeaksOnce) {
+  Lines versions;
+  const auto token = TarnNotificationCenter::defaultCenter().addObserverForName(
+      kTarnNotificationAnalyticsPostFeatureAnalytics, [&](const TarnNotification& notification) {
+        EXPECT_EQ(notification.sender, nullptr);
+        EXPECT_EQ(notification.info->size(), 1U);
+        versions.push_back(*notification.info->get<std::string>("kyr"));
+      });
+  const auto controller = createKyrPlaybackController(manager);
+  EXPECT_EQ(manager->components().size(), 2U);
+  EXPECT_NE(manager->components()[0], manager->components()[1]);
+  for (const auto& component : manager->components())
+    EXPECT_EQ(component->componentClass(), typeid(TarnKyrComponent));
+  EXPECT_THAT(versions, ElementsAre("6.3.12"));
+  const auto strategy = std::make_shared<TarnViewStrategy>();
+  EXPECT_EQ(createKyrPlaybackControllerWithViewStrategy(manager, strategy)->viewStrategy(), strategy);
+  EXPECT_EQ(manager->components().size(), 4U);
+}
+
+TEST_F(TarnKyrComponentTest, WrapsTheGivenProviderOrOneOverTheManagersPlayers) {
+  const auto upstream = std::make_shared<TarnBasicSessionProvider>();
+  const auto provider = std::dynamic_pointer_cast<TarnKyrSessionProvider>(
+      createKyrSessionProviderWithUpstreamSessionProvider(manager, upstream));
+  ASSERT_NE(provider, nullptr);
+  EXPECT_EQ(provider->upstreamSessionProvider(), upstream);
+  EXPECT_EQ(manager->components().size(), 1U);
+}
+
+TEST_F(TarnKyrComponentTest, MakesControllersThatPlayOneVideoAfterTheOther) {
+  const auto controller = createKyrPlaybackController(manager);
+  const auto consumer = std::make_shared<Consumer>();
+  controller->addSessionConsumer(consumer);
+  controller->addVideo(ssaiVideo(serve(drawVMAP("a.."))));
+  controller->addVideo(std::make_shared<const TarnVideo>(TarnMutableVideo{}));  // cannot be loaded
+  controller->addVideo(ssaiVideo(serve(drawVMAP("..b"))));
+  controller->begin();
+  for (int video = 0; video < 2; ++video) {
+    ASSERT_TRUE(
+        await([&] { return std::dynamic_pointer_cast<TarnKyrSession>(consumer->current) != nullptr; }));
+    consumer->current.reset();
+    const auto session = controller->currentSession();
+    SessionRecorder recorder(*session);
+    player.lock()->becomeReady(15);
+    player.lock()->advance(20);
+    EXPECT_NE(recorder.lastEvent(kTarnPlaybackSessionLifecycleEventAdExit), nullptr);
+    EXPECT_NE(recorder.lastEvent(kTarnPlaybackSessionLifecycleEventEnd), nullptr);
+  }
+}
+
+TEST(TheExtension, AsksAKyrSession) {
+  KyrStage stage("..aa....");
+  const auto extension = stage.session->providerExtension();
+  EXPECT_TRUE(kyr_canSeek(extension));
+  EXPECT_THAT(kyr_absoluteTimeAtContentTime(extension, at(12)), TimeEq(at(22)));
+  EXPECT_THAT(kyr_contentTimeAtAbsoluteTime(extension, at(22)), TimeEq(at(12)));
+  bool finished = false;
+  kyr_seekToTime(extension, at(5), [&](bool landed) { finished = landed; });
+  drainAll();
+  EXPECT_TRUE(finished);
+  stage.play(8);
+  EXPECT_FALSE(kyr_canSeek(extension));
+}
+
+TEST(TheExtension, AnswersInvalidTimesOfAKyrSessionThatHasNotLoadedOrIsGone) {
+  auto session = std::make_shared<TarnKyrSession>(nullptr, TarnLumoHTTPHeaders{});
+  const auto extension = session->providerExtension();
+  LogLines log;
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_THAT(kyr_absoluteTimeAtContentTime(extension, at(1)), IdenticalTo(CMTime{}));
+    EXPECT_THAT(kyr_contentTimeAtAbsoluteTime(extension, at(1)), IdenticalTo(CMTime{}));
+    EXPECT_THAT(log.take(), IsEmpty());
+    session.reset();
+  }
+  EXPECT_FALSE(kyr_canSeek(extension));
+  kyr_seekToTime(extension, at(1), [](bool) { ADD_FAILURE(); });
+}
+
+TEST(TheExtension, IsModestAboutAnOrdinarySession) {
+  const auto session = std::make_shared<TarnBasicPlaybackSession>(nullptr, nullptr, nullptr);
+  const auto extension = session->providerExtension();
+  LogLines log;
+  EXPECT_FALSE(kyr_canSeek(extension));
+  kyr_seekToTime(extension, at(1), [](bool) { ADD_FAILURE(); });
+  EXPECT_THAT(log.take(), IsEmpty());
+  EXPECT_THAT(kyr_absoluteTimeAtContentTime(extension, at(1)), IdenticalTo(kCMTimeZero));
+  EXPECT_THAT(kyr_contentTimeAtAbsoluteTime(extension, at(1)), IdenticalTo(kCMTimeZero));
+  EXPECT_THAT(log.take(), ElementsAre("absoluteTimeAtContentTime: not available in current session",
+                                      "contentTimeAtAbsoluteTime: not available in current session"));
+}
+
+}  // namespace

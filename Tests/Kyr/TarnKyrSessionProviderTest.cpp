@@ -1,0 +1,133 @@
+#include "Kyr/TarnKyrSessionProvider.h"
+
+#include <gmock/gmock.h>
+
+#include "Host/TarnBasicSessionProvider.h"
+#include "Host/TarnErrorSession.h"
+#include "KyrStage.h"
+#include "Platform/Device.h"
+#include "Platform/ProgrammingError.h"
+
+namespace {
+
+using namespace tarn::test;
+using ::testing::ElementsAre;
+using ::testing::Pair;
+
+class TarnKyrSessionProviderTest : public ::testing::Test {
+ protected:
+  TarnKyrSessionProviderTest() {
+    provider->setSessionCommonProperties(common);
+    subscription = provider->playbackSessionsForVideos(videos).subscribeNext(
+        [this](const auto& session) { sessions.push_back(session); });
+    server.answer("/vmap", {.body = drawVMAP("a..")});
+  }
+  ~TarnKyrSessionProviderTest() override { drainAll(); }
+
+  void awaitSessions(std::size_t count) {
+    ASSERT_TRUE(await([&] { return sessions.size() >= count; }));
+  }
+  /// The error of the session that comes for the video, which has to be an error session.
+  [[nodiscard]] tarn::Error errorFor(const std::shared_ptr<const TarnVideo>& video) {
+    sessions.clear();
+    videos.sendNext(video);
+    awaitSessions(1);
+    const auto session = std::dynamic_pointer_cast<TarnErrorSession>(sessions.at(0));
+    EXPECT_NE(session, nullptr);
+    if (!session) return {};
+    EXPECT_TRUE(session->errorEvent()->is(kTarnKyrLifecycleErrorEvent));
+    return *session->errorEvent()->properties()->get<tarn::Error>(kTarnKyrLifecycleEventPropertiesKeyError);
+  }
+
+  LoopbackServer server;
+  std::shared_ptr<TarnSessionCommonProperties> common = std::make_shared<TarnSessionCommonProperties>();
+  std::shared_ptr<TarnBasicSessionProvider> upstream =
+      std::make_shared<TarnBasicSessionProvider>([] { return std::make_shared<FakePlayer>(); });
+  std::unique_ptr<TarnKyrSessionProvider> provider =
+      std::make_unique<TarnKyrSessionProvider>(nullptr, upstream);
+  Tarn_RACSubject<std::shared_ptr<const TarnVideo>> videos;
+  std::vector<std::shared_ptr<TarnPlaybackSession>> sessions;
+  Tarn_RACDisposable subscription;
+};
+
+TEST_F(TarnKyrSessionProviderTest, HasDefaultsForWhatItIsNotGiven) {
+  const TarnKyrSessionProvider alone(nullptr, nullptr);
+  const auto basic = std::dynamic_pointer_cast<TarnBasicSessionProvider>(alone.upstreamSessionProvider());
+  ASSERT_NE(basic, nullptr);
+  EXPECT_FALSE(basic->shouldLoadVideo());
+  EXPECT_TRUE(alone.shouldLoadVideo());
+  const auto agent = "ios-lumo-ux/6.3.12 (" + tarn::deviceModel() + "; " + tarn::systemVersion() + "; " +
+                     tarn::localeIdentifier() + ")";
+  EXPECT_THAT(alone.options()->httpHeaders, ElementsAre(Pair("User-Agent", agent)));
+  LogLines log;
+  EXPECT_THROW(TarnKyrSessionProvider(), tarn::ProgrammingError);
+  EXPECT_THAT(log.take(), ElementsAre("Do not call -[TarnKyrSessionProvider init] directly, instead use "
+                                      "-[TarnPlayerSDKManager createKyrSessionProviderWithOptions:]"));
+}
+
+TEST_F(TarnKyrSessionProviderTest, HandsSessionsOnLoadedAndNotBegun) {
+  const auto options = std::make_shared<TarnKyrSessionProviderOptions>();
+  options->httpHeaders = {{"User-Agent", "set-top/1"}, {"X-Device", "living room"}};
+  provider->setOptions(options);
+  videos.sendNext(ssaiVideo(server.url("/vmap")));
+  awaitSessions(1);
+  const auto session = std::dynamic_pointer_cast<TarnKyrSession>(sessions.at(0));
+  ASSERT_NE(session, nullptr);
+  EXPECT_EQ(session->loadState().get(), TarnKyrLoadStateComplete);
+  EXPECT_EQ(session->sessionCommonProperties(), common);
+  EXPECT_EQ(session->innerPlaybackSession()->sessionCommonProperties(), common);
+  EXPECT_THAT(*static_cast<const FakePlayer&>(*session->player()).calls(),
+              ElementsAre("load http://stream.example/m.m3u8"));  // by the session, not from upstream
+  EXPECT_THAT(server.requests().at(0).values("user-agent"), ElementsAre("set-top/1"));
+  EXPECT_THAT(server.requests().at(0).values("x-device"), ElementsAre("living room"));
+}
+
+TEST_F(TarnKyrSessionProviderTest, DoesNotLetASlowDocumentHoldUpTheNextAndFinishesAfterItWasLetGo) {
+  server.hold("/vmap");
+  const auto fast = serve(drawVMAP("b.."));
+  videos.sendNext(ssaiVideo(server.url("/vmap")));
+  videos.sendNext(ssaiVideo(fast));
+  provider.reset();
+  awaitSessions(1);
+  server.release();
+  awaitSessions(2);
+  EXPECT_EQ(sessions.at(0)->source()->url(), fast);
+  EXPECT_EQ(sessions.at(1)->source()->url(), server.url("/vmap"));
+}
+
+TEST_F(TarnKyrSessionProviderTest, KeepsASessionThatNobodyWantsAnyMoreToItself) {
+  server.hold("/vmap");
+  videos.sendNext(ssaiVideo(server.url("/vmap")));
+  ASSERT_TRUE(server.waitForRequests(1));
+  subscription.dispose();
+  server.release();
+  drainAll();
+  EXPECT_TRUE(sessions.empty());
+}
+
+TEST_F(TarnKyrSessionProviderTest, YieldsAnErrorSessionWithTheCauseForADocumentThatCannotBeLoaded) {
+  const auto nobody = std::make_unique<LoopbackServer>()->url("/vmap");
+  const auto empty = serve("");
+  const auto unreadable = serve(vmap(simpleBreak("soon", "00:00:10")));
+  for (const auto& [document, cause] :
+       {std::pair(nobody, 4010), std::pair(empty, 4011), std::pair(unreadable, 4011)}) {
+    const auto error = errorFor(ssaiVideo(document));
+    EXPECT_EQ(error.domain, kTarnKyrErrorDomain);
+    EXPECT_EQ(error.code, 509);
+    ASSERT_NE(error.underlying, nullptr);
+    EXPECT_EQ(error.underlying->domain, "TarnLumoErrorDomain");
+    EXPECT_EQ(error.underlying->code, cause);
+  }
+}
+
+TEST_F(TarnKyrSessionProviderTest, YieldsAnErrorSessionWithoutACauseWhereThereIsNoDocumentToLoad) {
+  tarn::Error expected;
+  expected.domain = kTarnKyrErrorDomain;
+  expected.code = 509;
+  EXPECT_EQ(errorFor(std::make_shared<const TarnVideo>(TarnMutableVideo{})), expected);
+  SessionRecorder recorder(*sessions.at(0));
+  sessions.at(0)->begin();
+  EXPECT_THAT(recorder.take(), ElementsAre("Begin", "kTarnKyrLifecycleErrorEvent", "Terminate"));
+}
+
+}  // namespace

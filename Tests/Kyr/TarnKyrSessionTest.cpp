@@ -1,0 +1,152 @@
+#include "Kyr/TarnKyrSession.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "Host/TarnBasicPlaybackSession.h"
+#include "KyrStage.h"
+#include "Support/TimePrinter.h"
+
+namespace {
+
+using namespace tarn::test;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+/// A session around one that has not begun, over a document that is served.
+class TarnKyrSessionTest : public ::testing::Test {
+ protected:
+  TarnKyrSessionTest() { server.answer("/vmap", {.body = drawVMAP("a..b..c")}); }
+  ~TarnKyrSessionTest() override { drainAll(); }
+
+  void load(TarnKyrSessionLoadState outcome = TarnKyrLoadStateComplete) {
+    session->load();
+    EXPECT_TRUE(await([&] { return session->loadState().get() == outcome; }));
+  }
+
+  LoopbackServer server;
+  std::shared_ptr<const TarnCuePoint> chapter = std::make_shared<const TarnCuePoint>("chapter", at(2));
+  std::shared_ptr<FakePlayer> player = std::make_shared<FakePlayer>();
+  std::shared_ptr<Lines> calls = player->calls();
+  std::shared_ptr<TarnBasicPlaybackSession> inner = std::make_shared<TarnBasicPlaybackSession>(
+      ssaiVideo(server.url("/vmap"), {chapter}),
+      std::make_shared<const TarnSource>(server.url("/vmap"), kTarnSourceDeliveryHLS), player);
+  std::shared_ptr<TarnKyrSession> session = std::make_shared<TarnKyrSession>(inner, TarnLumoHTTPHeaders{});
+};
+
+TEST_F(TarnKyrSessionTest, PutsItsAdSlotsAheadOfTheVideosOwnCuePoints) {
+  EXPECT_EQ(session->video(), nullptr);
+  load();
+  ASSERT_NE(session->video(), nullptr);
+  std::vector<std::pair<std::string, double>> found;
+  for (const auto& point : session->video()->cuePoints()->array())
+    found.emplace_back(point->type(), CMTimeGetSeconds(point->position()));
+  EXPECT_THAT(found, ElementsAre(Pair(kTarnCuePointTypeAdSlot, 0), Pair(kTarnCuePointTypeAdSlot, 10),
+                                 Pair(kTarnCuePointTypeAdSlot, INFINITY), Pair("chapter", 2)));
+  EXPECT_EQ(session->video()->identifier(), inner->video()->identifier());
+  EXPECT_THAT(inner->video()->cuePoints()->array(), ElementsAre(chapter));
+}
+
+TEST_F(TarnKyrSessionTest, LoadsOnceAndHasEverythingInPlaceWhenItSaysSo) {
+  std::vector<TarnKyrSessionLoadState> states;
+  const auto token = session->loadState().observe([&](TarnKyrSessionLoadState state) {
+    states.push_back(state);
+    if (state != TarnKyrLoadStateComplete) return;
+    EXPECT_NE(session->tracker(), nullptr);
+    EXPECT_NE(session->analyticsSession(), nullptr);
+    EXPECT_NE(session->video(), nullptr);
+    EXPECT_THAT(*calls, ElementsAre("load http://stream.example/m.m3u8"));
+  });
+  session->load();
+  load();
+  load();
+  drainAll();
+  EXPECT_THAT(states, ElementsAre(TarnKyrLoadStateLoading, TarnKyrLoadStateComplete));
+  EXPECT_THAT(server.targets(), ElementsAre("/vmap"));
+
+  SessionRecorder recorder(*session);
+  session->begin();
+  player->becomeReady(35);
+  EXPECT_THAT(recorder.take(), ElementsAre("Begin", "duration 20", "seekable 0+20", "Ready"));
+}
+
+TEST_F(TarnKyrSessionTest, StopsAtTheErrorOfADocumentThatCannotBeRead) {
+  server.answer("/vmap", {.body = ""});
+  load(TarnKyrLoadStateError);
+  ASSERT_TRUE(session->loadError());
+  EXPECT_EQ(session->loadError()->code, 4011);
+  EXPECT_EQ(session->tracker(), nullptr);
+  EXPECT_EQ(session->video(), nullptr);
+  EXPECT_THAT(*calls, IsEmpty());
+}
+
+TEST_F(TarnKyrSessionTest, TouchesNothingWhenItWasLetGoOrTerminatedWhileLoading) {
+  server.hold("/vmap");
+  const auto other = std::make_shared<TarnKyrSession>(inner, TarnLumoHTTPHeaders{});
+  other->load();
+  session->load();
+  ASSERT_TRUE(server.waitForRequests(2));
+  const std::weak_ptr<TarnKyrSession> weak = session;
+  session.reset();
+  EXPECT_TRUE(weak.expired());
+  SessionRecorder recorder(*other);
+  other->begin();
+  other->terminate();
+  EXPECT_THAT(recorder.take(), ElementsAre("Begin", "Terminate"));
+  server.release();
+  EXPECT_TRUE(await([&] { return other->loadState().get() == TarnKyrLoadStateComplete; }));
+  EXPECT_THAT(*calls, ElementsAre("pause"));
+}
+
+TEST_F(TarnKyrSessionTest, TranslatesTimesOnceItHasLoaded) {
+  EXPECT_THAT(session->absoluteTimeAtContentTime(at(1)), IdenticalTo(CMTime{}));
+  EXPECT_THAT(session->contentTimeAtAbsoluteTime(at(1)), IdenticalTo(CMTime{}));
+  load();
+  EXPECT_THAT(session->absoluteTimeAtContentTime(at(10)), TimeEq(at(20)));
+  EXPECT_THAT(session->contentTimeAtAbsoluteTime(at(17)), TimeEq(at(10)));
+  player->becomeReady(35);
+  session->resumeVideoAtTime(at(12), true);  // whatever the ad policy says
+  drainAll();
+  EXPECT_THAT(*calls, ElementsAre("load http://stream.example/m.m3u8", "seek 22 -0 +0", "play"));
+}
+
+TEST_F(TarnKyrSessionTest, SaysSoWhenThereIsNoInnerSession) {
+  session = std::make_shared<TarnKyrSession>(nullptr, TarnLumoHTTPHeaders{});
+  LogLines log;
+  session->begin();
+  session->terminate();
+  EXPECT_THAT(log.take(),
+              ElementsAre("`-[TarnKyrSession begin]` called with nil inner playback session; ignoring.",
+                          "`-[TarnKyrSession terminate]` called with nil inner playback session; ignoring."));
+  session->avPlayerPlay();
+  session->loadVideoURL(server.url("/"));
+  session->resumeVideoAtTime(at(1), true);
+  const auto message = ::testing::StartsWith(
+      "TarnKyrSession: Cannot `-forwardInvocation:` to nonexistent inner playback session. (Invocation: ");
+  EXPECT_THAT(log.take(), ElementsAre(message, message, message));
+  EXPECT_EQ(session->player(), nullptr);
+  load(TarnKyrLoadStateError);
+  EXPECT_EQ(session->loadError(), std::nullopt);
+}
+
+TEST(ManySessions, LeaveNothingBehind) {
+  std::vector<std::weak_ptr<void>> made;
+  for (int i = 0; i < 200; ++i) {
+    KyrStage stage("ab..cc..d");
+    for (const std::weak_ptr<void>& part :
+         {std::weak_ptr<void>(stage.session), std::weak_ptr<void>(stage.session->innerPlaybackSession()),
+          std::weak_ptr<void>(stage.session->tracker()), std::weak_ptr<void>(stage.session->player()),
+          stage.digester()})
+      made.push_back(part);
+    stage.play(12);
+    if (i % 2 == 0) stage.pressSkip();
+    stage.seek(at(i % 20));
+    if (i % 3 == 0) stage.playOut();
+    if (i % 5 == 0) stage.session->terminate();
+  }
+  EXPECT_TRUE(std::all_of(made.begin(), made.end(), [](const auto& weak) { return weak.expired(); }));
+}
+
+}  // namespace
