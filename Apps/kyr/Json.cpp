@@ -98,8 +98,12 @@ std::string compactText(const Json& value) {
   return out;
 }
 
-void writeRecord(const Json& record) {
+void printRecord(const Json& record) {
   print(compactText(record) + "\n");
+}
+
+void writeRecord(const Json& record) {
+  printRecord(record);
   std::fflush(stdout);
 }
 

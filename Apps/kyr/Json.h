@@ -26,6 +26,8 @@ using Json = nlohmann::ordered_json;
 /// (30, not 30.0); bytes in texts that are not UTF-8 become U+FFFD.
 [[nodiscard]] std::string compactText(const Json& value);
 
+/// Writes one line to standard output.
+void printRecord(const Json& record);
 /// Writes one line to standard output and flushes it, so that a reader at the other end of a pipe sees each
 /// record when it happens.
 void writeRecord(const Json& record);

@@ -57,26 +57,6 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-Result<TarnLumoHTTPHeaders> parseHeaders(const std::vector<std::string>& texts) {
-  TarnLumoHTTPHeaders headers;
-  for (const std::string_view text : texts) {
-    const auto colon = text.find(':');
-    const auto name = text.substr(0, colon);
-    const auto value = colon == std::string_view::npos ? std::string_view() : trimmed(text.substr(colon + 1));
-    if (colon == std::string_view::npos || !isToken(name) || !isFieldValue(value)) {
-      return callError(fmt::format("--header '{}': expected 'Name: value'", text));
-    }
-    headers.emplace_back(name, value);
-  }
-  return headers;
-}
-
-Result<URL> remoteURL(const std::string& source) {
-  auto url = URL::fromString(source);
-  if (!url || url->host().empty()) return callError(fmt::format("{}: not a URL", source));
-  return *std::move(url);
-}
-
 Error unreadable(const std::string& path, int code) {
   return callError(fmt::format("{}: {}", path, std::strerror(code)));
 }
@@ -175,22 +155,41 @@ Result<std::string> fetchBytes(const URL& url, TarnLumoHTTPHeaders headers) {
 
 }  // namespace
 
+Result<TarnLumoHTTPHeaders> requestHeaders(const SourceOptions& options) {
+  TarnLumoHTTPHeaders headers;
+  for (const std::string_view text : options.headers) {
+    const auto colon = text.find(':');
+    const auto name = text.substr(0, colon);
+    const auto value = colon == std::string_view::npos ? std::string_view() : trimmed(text.substr(colon + 1));
+    if (colon == std::string_view::npos || !isToken(name) || !isFieldValue(value)) {
+      return callError(fmt::format("--header '{}': expected 'Name: value'", text));
+    }
+    headers.emplace_back(name, value);
+  }
+  return headers;
+}
+
+Result<std::optional<URL>> remoteURL(const SourceOptions& options) {
+  if (!isRemote(options.source)) return std::optional<URL>();
+  auto url = URL::fromString(options.source);
+  if (!url || url->host().empty()) return callError(fmt::format("{}: not a URL", options.source));
+  return url;
+}
+
 Result<LoadedTimeline> loadTimeline(const SourceOptions& options) {
-  auto headers = parseHeaders(options.headers);
+  auto headers = requestHeaders(options);
   if (!headers) return headers.error();
-  if (!isRemote(options.source)) return readTimeline(options.source);
-  const auto url = remoteURL(options.source);
+  const auto url = remoteURL(options);
   if (!url) return url.error();
-  return fetchTimeline(*url, *std::move(headers));
+  return *url ? fetchTimeline(**url, *std::move(headers)) : readTimeline(options.source);
 }
 
 Result<std::string> loadBytes(const SourceOptions& options) {
-  auto headers = parseHeaders(options.headers);
+  auto headers = requestHeaders(options);
   if (!headers) return headers.error();
-  if (!isRemote(options.source)) return readFile(options.source);
-  const auto url = remoteURL(options.source);
+  const auto url = remoteURL(options);
   if (!url) return url.error();
-  return fetchBytes(*url, *std::move(headers));
+  return *url ? fetchBytes(**url, *std::move(headers)) : readFile(options.source);
 }
 
 }  // namespace tarn::cli

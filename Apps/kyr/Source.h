@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,12 @@ inline constexpr std::size_t kMaximumDocumentSize = std::size_t{64} << 20U;
 /// Loads the document as a session would, driving the main queue meanwhile. Main thread only. Errors: of the
 /// call's domain when the source or a header is wrong or the file cannot be read; otherwise the document's.
 [[nodiscard]] Result<LoadedTimeline> loadTimeline(const SourceOptions& options);
+
+/// The headers that the options add to a request, in their order. Errors are of the call's domain, also those
+/// of `remoteURL`.
+[[nodiscard]] Result<TarnLumoHTTPHeaders> requestHeaders(const SourceOptions& options);
+/// The source's URL; absent when it is a path.
+[[nodiscard]] Result<std::optional<URL>> remoteURL(const SourceOptions& options);
 
 /// The document's bytes alone; the errors are those of `loadTimeline`.
 [[nodiscard]] Result<std::string> loadBytes(const SourceOptions& options);

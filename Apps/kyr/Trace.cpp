@@ -9,24 +9,11 @@
 #include "Lumo/TarnLumoProgressTracker.h"
 #include "Report.h"
 #include "Script.h"
+#include "ShowingDigester.h"
 #include "TracePrinter.h"
 
 namespace tarn::cli {
 namespace {
-
-/// Hands beacons to the trace in place of a server.
-class PrintingDigester final : public TarnLumoAnalyticsDigester {
- public:
-  explicit PrintingDigester(std::function<void(const URL&)> print)
-      : TarnLumoAnalyticsDigester(nullptr), print_(std::move(print)) {}
-
-  void digestEvent(const std::optional<URL>& url) override {
-    if (url) print_(*url);
-  }
-
- private:
-  std::function<void(const URL&)> print_;
-};
 
 class Trace {
  public:
@@ -42,7 +29,7 @@ class Trace {
             [this](const auto& ranges) { printer_.ranges(line_, "loaded", ranges); })};
     analytics_ = TarnLumoAnalyticsSession::initWithProgessTracker(
         tracker_,
-        std::make_shared<PrintingDigester>([this](const URL& url) { printer_.beacon(line_, url); }));
+        makeShowingDigester(Beacons::shown, [this](const URL& url) { printer_.beacon(line_, url); }));
   }
 
   /// Answers what was expected instead when the line is no command.

@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
@@ -7,8 +9,11 @@
 #include "Inspect.h"
 #include "Lumo/TarnLumoCommon.h"
 #include "Report.h"
+#include "Script.h"
 #include "Select.h"
+#include "Simulate.h"
 #include "Trace.h"
+#include "ViewingScript.h"
 #ifdef KYR_WITH_PLAYER
 #include "Play.h"
 #include "Serve.h"
@@ -27,6 +32,10 @@ void addSource(CLI::App& command, SourceOptions& options) {
       ->type_name("'Name: value'")
       ->allow_extra_args(false);
 }
+
+// Seconds.
+constexpr double kShortestTick = 0.001;
+constexpr double kLongest = 1e9;
 
 /// A command that was chosen sets `run`.
 using Run = std::function<int()>;
@@ -56,6 +65,35 @@ void addTrace(CLI::App& app, TraceOptions& options, Run& run) {
       "  path T                     ask what plays at an absolute time\n\n" +
       std::string(kFooter));
   command->callback([&options, &run] { run = [&options] { return runTrace(options); }; });
+}
+
+/// Lets only a plain number of seconds pass: no "nan", no "inf".
+void checkSeconds(CLI::Option* option, double least) {
+  option->type_name("S")->check([least](const std::string& text) {
+    const auto number = numberFromWord(text);
+    if (number && *number >= least && *number <= kLongest) return std::string();
+    return fmt::format("'{}': expected a number of seconds from {} to {}", text, least, kLongest);
+  });
+}
+
+void addSimulate(CLI::App& app, SimulateOptions& options, Run& run) {
+  auto* command = app.add_subcommand(
+      "simulate", "Run a session over a simulated player in virtual time; beacons are printed, not sent");
+  addSource(*command, options.source);
+  command->add_option("--script", options.script, "What the viewer does; standard input without it")
+      ->type_name("FILE");
+  command->add_flag("--json", options.json, "Print one JSON object a line");
+  checkSeconds(command->add_option("--tick", options.tick, "Between two reports of the playhead")
+                   ->capture_default_str(),
+               kShortestTick);
+  checkSeconds(command->add_option("--seek-latency", options.seekLatency, "How long the player takes to seek")
+                   ->capture_default_str(),
+               0);
+  checkSeconds(command->add_option("--item-duration", options.itemDuration,
+                                   "How long the stream lasts; what the document says without it"),
+               0);
+  command->footer(std::string(kViewingScriptHelp) + "\n\n" + kFooter);
+  command->callback([&options, &run] { run = [&options] { return runSimulate(options); }; });
 }
 
 void addSelect(CLI::App& app, SelectOptions& options, Run& run) {
@@ -114,9 +152,11 @@ int run(int argc, char** argv) {
   InspectOptions inspect;
   TraceOptions trace;
   SelectOptions select;
+  SimulateOptions simulate;
   Run chosen;
   addInspect(app, inspect, chosen);
   addTrace(app, trace, chosen);
+  addSimulate(app, simulate, chosen);
   addSelect(app, select, chosen);
 #ifdef KYR_WITH_PLAYER
   PlayOptions play;

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "Host/TarnPlaybackController.h"
+#include "Kyr/TarnKyrSession.h"
+#include "SessionView.h"
+#include "ShowingDigester.h"
+#include "WatchedPlayer.h"
+
+namespace tarn::cli {
+
+struct ViewingOptions {
+  URL document;
+  TarnLumoHTTPHeaders headers;  ///< Besides the session's own; one of the same name takes its place.
+  Beacons beacons = Beacons::shown;
+  bool autoPlay = false;
+};
+
+/// One document's stream as an application shows it: the chain from the manager over provider, controller and
+/// session down to a player, what the viewer does, and a view that is told of all that happens. Main thread.
+class Viewing {
+ public:
+  /// Makes the session's player, which tells the watcher what it is told.
+  using MakePlayer = std::function<std::shared_ptr<TarnPlayer>(PlayerWatcher watcher)>;
+
+  /// `view` outlives the viewing.
+  Viewing(const ViewingOptions& options, MakePlayer makePlayer, SessionView& view);
+  Viewing(const Viewing&) = delete;
+  Viewing& operator=(const Viewing&) = delete;
+  /// Ends without telling the view.
+  ~Viewing();
+
+  /// Waits, driving the main queue, until the session has begun or `isOver` answers true. Answers whether
+  /// there is a session; without one `error` tells why, unless it was over.
+  bool begin(const std::function<bool()>& isOver = [] { return false; });
+
+  /// Null before it has begun, and when the document could not be loaded.
+  [[nodiscard]] const std::shared_ptr<TarnKyrSession>& session() const { return session_; }
+  /// Why the document could not be loaded or the stream not be played.
+  [[nodiscard]] const std::optional<Error>& error() const { return error_; }
+
+  // What the viewer does. To be called when there is a session.
+
+  void play() { session_->avPlayerPlay(); }
+  void pause() { session_->avPlayerPause(); }
+  void seek(CMTime contentTime);
+  /// Skips the ad that plays, whether or not its document lets it be skipped.
+  void skip();
+  void pauseAd() { session_->pauseAd(); }
+  void resumeAd() { session_->resumeAd(); }
+  void setAdsDisabled(bool disabled) { controller_->sessionCommonProperties()->adsDisabled.set(disabled); }
+  void resumeAt(CMTime contentTime, bool autoPlay) { session_->resumeVideoAtTime(contentTime, autoPlay); }
+  void terminate() { session_->terminate(); }
+
+ private:
+  class Consumer;
+
+  void meet(const std::shared_ptr<TarnPlaybackSession>& session);
+  void follow(const TarnPlaybackSession& session);
+  void followCanSeek();
+  void notice(const TarnPlaybackSession::LifecycleEvent& event);
+
+  const URL document_;
+  /// Gone when the viewing is: what then still happens is nobody's business.
+  std::shared_ptr<SessionView> view_;
+  std::shared_ptr<Consumer> consumer_;
+  std::shared_ptr<TarnPlaybackController> controller_;
+  bool begun_ = false;
+  std::shared_ptr<TarnKyrSession> session_;
+  std::optional<Error> error_;
+  std::shared_ptr<const TarnAd> ad_;  // that plays
+  Token canSeekObservation_;
+  Tarn_RACDeallocDisposable subscriptions_;
+};
+
+}  // namespace tarn::cli
