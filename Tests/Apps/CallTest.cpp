@@ -59,13 +59,24 @@ INSTANTIATE_TEST_SUITE_P(
         WrongCall{"headerWithLineBreak", {"inspect", kDocument, "--header", "A: b\r\nC: d"}, "'Name: value'"},
         WrongCall{"pictureNowhere", {"inspect", kDocument, "--svg", "/no/such/x.svg"}, "/no/such/x.svg"},
         WrongCall{"inputNowhere", {"trace", kDocument, "--input", "/no/such/log"}, "/no/such/log"},
+        WrongCall{"scriptNowhere", {"simulate", kDocument, "--script", "/no/such/script"}, "/no/such/script"},
+        WrongCall{
+            "simulateNoFile", {"simulate", "/no/such/file"}, "/no/such/file: No such file or directory"},
+        WrongCall{"tickOfNothing", {"simulate", kDocument, "--tick", "0"}, "--tick: '0'"},
+        WrongCall{"tickOfNoNumber", {"simulate", kDocument, "--tick", "nan"}, "--tick: 'nan'"},
+        WrongCall{"negativeLatency", {"simulate", kDocument, "--seek-latency", "-1"}, "--seek-latency: '-1'"},
+        WrongCall{"endlessItem", {"simulate", kDocument, "--item-duration", "inf"}, "--item-duration: 'inf'"},
         WrongCall{"noExpression", {"select", kDocument}, "xpath"},
         WrongCall{"twoExpressions", {"select", kDocument, "--xpath", "/", "--css", "a"}, "xpath"}),
     [](const auto& test) { return test.param.name; });
 
 TEST(CallTest, HelpAndVersionGoToStandardOutput) {
-  for (const auto& arguments : std::vector<std::vector<std::string>>{
-           {"--help"}, {"inspect", "--help"}, {"trace", "--help"}, {"select", "--help"}, {"--version"}}) {
+  for (const auto& arguments : std::vector<std::vector<std::string>>{{"--help"},
+                                                                     {"inspect", "--help"},
+                                                                     {"trace", "--help"},
+                                                                     {"simulate", "--help"},
+                                                                     {"select", "--help"},
+                                                                     {"--version"}}) {
     const auto outcome = runKyr(arguments);
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(outcome.out, ::testing::Not(IsEmpty()));

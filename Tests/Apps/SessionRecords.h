@@ -1,0 +1,22 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace tarn::test {
+
+/// The records that a command printed, one a line.
+[[nodiscard]] std::vector<nlohmann::json> parseRecords(const std::string& text);
+
+/// A session's record in a word or two: "play", "seek(45.2 -0 +2)", "AdEnter(a)", "AdSequenceEnter(1)",
+/// "content(5)", "canSeek=no", "sought(50 yes)", "a/impression", "duration(60)", "seekable[[0,60]]".
+[[nodiscard]] std::string shortRecord(const nlohmann::json& record);
+
+/// Whether it is one of those that come many times a second or only at the beginning.
+[[nodiscard]] bool isRoutine(const nlohmann::json& record);
+
+/// What is not routine, a line for each time: "5: canSeek=no pause Pause".
+[[nodiscard]] std::vector<std::string> storyOf(const std::vector<nlohmann::json>& records);
+
+}  // namespace tarn::test

@@ -1,0 +1,294 @@
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "KyrProcess.h"
+#include "SessionRecords.h"
+#include "Support/LoopbackServer.h"
+
+namespace tarn::test {
+namespace {
+
+using nlohmann::json;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+std::string tracking(std::string_view ad, std::string_view event) {
+  return fmt::format(R"(<Tracking event="{0}"{2}>http://b.example/{1}/{0}</Tracking>)", event, ad,
+                     event == "start" ? " offset=\"0\"" : "");
+}
+
+/// A break with one ad of 15 s.
+std::string breakWith(std::string_view ad, std::string_view offset) {
+  return fmt::format(
+      R"(<vmap:AdBreak timeOffset="{}"><vmap:AdSource><vmap:VASTAdData><VAST><Ad id="{}"><InLine>)"
+      "<Impression>http://b.example/{}/impression</Impression><Creatives><Creative>"
+      R"(<Linear skipoffset="00:00:05"><Duration>00:00:15</Duration><TrackingEvents>{}{}{}{}</TrackingEvents>)"
+      "</Linear></Creative></Creatives></InLine></Ad></VAST></vmap:VASTAdData></vmap:AdSource></"
+      "vmap:AdBreak>",
+      offset, ad, ad, tracking(ad, "creativeView"), tracking(ad, "start"), tracking(ad, "complete"),
+      tracking(ad, "skip"));
+}
+
+std::string document(std::string_view breaks, int payload, int content = 60) {
+  return fmt::format(
+      R"(<vmap:VMAP xmlns:vmap="http://www.iab.net/vmap-1.0" xmlns:mh="urn:mh"><vmap:Extensions>)"
+      R"(<mh:Marlith contenturi="https://stream.example/m.m3u8" payloadlength="{}" contentlength="{}"/>)"
+      "</vmap:Extensions>{}</vmap:VMAP>",
+      payload, content, breaks);
+}
+
+// 0    10   25        45   60            90        0            60     75
+// |    | a  |         | b  |             |         |            | post |
+// 0    10   10        30   30            60        0            60     60
+const std::string kTwoBreaks = document(breakWith("a", "00:00:10") + breakWith("b", "00:00:30"), 90);
+const std::string kPostRoll = document(breakWith("post", "end"), 75);
+
+struct Row {
+  const char* name;
+  const std::string& document;
+  const char* script;
+  /// What happens after the script's first play: see `storyOf`.
+  std::vector<std::string> story;
+  std::vector<std::string> options = {};
+};
+
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.name;
+}
+
+Outcome simulate(const std::string& vmap, const std::string& script, std::vector<std::string> options = {}) {
+  const ScratchFolder folder;
+  options.insert(options.begin(), {"simulate", folder.write("document.vmap", vmap), "--json"});
+  return runKyr(options, script);
+}
+
+class SimulateRowTest : public ::testing::TestWithParam<Row> {};
+
+TEST_P(SimulateRowTest, ViewersSeeThisAndSendTheseBeacons) {
+  const auto outcome =
+      simulate(GetParam().document, std::string("play\n") + GetParam().script, GetParam().options);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, IsEmpty());
+  auto story = storyOf(parseRecords(outcome.out));
+  ASSERT_THAT(story, ::testing::Not(IsEmpty()));
+  EXPECT_EQ(story.front(), "0: load complete Begin Ready play Play");
+  story.erase(story.begin());
+  EXPECT_THAT(story, ElementsAreArray(GetParam().story));
+}
+
+const char* const kEnterA =
+    "10: WillPauseForAd Pause AdSequenceEnter(0) canSeek=no a/impression AdEnter(a) "
+    "a/creativeView";
+const char* const kEnterPost =
+    "60: WillPauseForAd Pause AdSequenceEnter(0) canSeek=no post/impression "
+    "AdEnter(post) post/creativeView";
+
+INSTANTIATE_TEST_SUITE_P(
+    Seeks, SimulateRowTest,
+    ::testing::Values(
+        Row{"OverTwoBreaksPlaysTheSecond",
+            kTwoBreaks,
+            "run 5\nseek 50\nrun 20",
+            {"5: canSeek=no pause Pause seek(45.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(1) "
+             "b/impression AdEnter(b) b/creativeView b/start",
+             "20: b/complete AdExit(b) AdSequenceExit(1) Play canSeek=yes pause Pause seek(80 -2 +2) play "
+             "Play "
+             "sought(50 yes)"}},
+        Row{"BetweenBreaksIsPlain",
+            kTwoBreaks,
+            "run 27\nseek 20",
+            {kEnterA, "10.25: a/start", "25: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes",
+             "27: canSeek=no canSeek=yes seek(35 -2 +2) sought(20 yes)"}},
+        Row{"ShortlyBeforeABreakNeverLandsInIt",
+            kTwoBreaks,
+            "run 27\nseek 29",
+            {kEnterA, "10.25: a/start", "25: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes",
+             "27: canSeek=no canSeek=yes seek(44 -2 +0) sought(29 yes)"}},
+        Row{"PastTheEndPlaysThePostRoll",
+            kPostRoll,
+            "run 3\nseek 70\nrun 30",
+            {"3: canSeek=no pause Pause seek(60.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(0) "
+             "post/impression AdEnter(post) post/creativeView post/start",
+             "17.8: post/complete AdExit(post) AdSequenceExit(0) Play canSeek=yes pause Pause play Play "
+             "sought(70 yes) End"}},
+        Row{"BackToTheStartIsExact",
+            kTwoBreaks,
+            "run 5\nseek 0",
+            {"5: canSeek=no canSeek=yes seek(0.2 -0 +0) sought(0 yes)"}},
+        Row{"DuringAnAdIsRefused",
+            kTwoBreaks,
+            "run 12\nseek 30",
+            {kEnterA, "10.25: a/start", "12: sought(30 no)"}},
+        Row{"WithAdsDisabledIsPlainAndExact",
+            kTwoBreaks,
+            "run 5\nadsDisabled yes\nseek 50",
+            {"5: canSeek=no canSeek=yes seek(80 -0 +0) sought(50 yes)"}},
+        Row{"OfNoTimeOrBeforeTheStartIsRefused",
+            kTwoBreaks,
+            "run 5\nseek invalid\nseek -1",
+            {"5: sought(invalid no) sought(-1 no)"}},
+        Row{"InQuickSuccessionSupersedeEachOther",
+            kTwoBreaks,
+            "run 2\nseek 8\nrun 0.5\nseek 5\nrun 2",
+            {"2: canSeek=no canSeek=yes seek(8 -2 +0)",
+             "2.5: canSeek=no canSeek=yes seek(5 -2 +2) sought(8 no)", "3.5: sought(5 yes)"},
+            {"--seek-latency", "1"}},
+        Row{"UnderWayAtTheEndOfTheScriptStop",
+            kTwoBreaks,
+            "run 2\nseek 8\nrun 0.5",
+            {"2: canSeek=no canSeek=yes seek(8 -2 +0)"},
+            {"--seek-latency", "1"}},
+        Row{"EndedByTerminationInAForcedAdNeverAnswer",
+            kTwoBreaks,
+            "run 5\nseek 50\nrun 1\nterminate\nskip\nrun 60",
+            {"5: canSeek=no pause Pause seek(45.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(1) "
+             "b/impression AdEnter(b) b/creativeView b/start",
+             "6: pause Terminate"}}),
+    [](const auto& test) { return test.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
+    Ads, SimulateRowTest,
+    ::testing::Values(
+        Row{"ASkippedAdIsLeftBehind",
+            kTwoBreaks,
+            "run 12\nskip\nskip\nrun 1",
+            {kEnterA, "10.25: a/start",
+             "12: a/skip pause AdPause(a) seek(25.2 -0 +0) play AdResume(a) a/complete AdExit(a) "
+             "AdSequenceExit(0) Play canSeek=yes"}},
+        Row{"ASkippedAdAtTheEndEndsTheStream",
+            kPostRoll,
+            "run 63\nskip\nrun 1\nskip\nseek 10\nrun 1\nplay",
+            {kEnterPost, "60.25: post/start",
+             "63: post/skip pause AdPause(post) hideLayer seek(0 -0 +0) seek(75 -0 +0) play AdResume(post) "
+             "showLayer post/complete AdExit(post) AdSequenceExit(0) Play canSeek=yes End",
+             "64: canSeek=no canSeek=yes seek(10.2 -2 +2) sought(10 yes)", "65: play Play"}},
+        Row{"AdCommandsWorkInsideABreakOnly",
+            kTwoBreaks,
+            "run 12\npauseAd\nrun 5\nresumeAd\nrun 14\npauseAd\nresumeAd\nrun 1",
+            {kEnterA, "10.25: a/start", "12: pause AdPause(a)", "17: play AdResume(a)",
+             "30: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes"}},
+        Row{"ResumingAtATimeKnowsNoRules",
+            kTwoBreaks,
+            "run 1\npause\nresumeAt 31 no\nrun 1\nresumeAt 29.5 yes\nrun 1",
+            {"1: pause Pause seek(61 -0 +0)", "2: seek(44.5 -0 +0) play Play",
+             "2.5: WillPauseForAd Pause AdSequenceEnter(1) canSeek=no b/impression AdEnter(b) b/creativeView",
+             "2.75: b/start"}},
+        Row{"AShorterStreamEndsInItsAd",
+            kTwoBreaks,
+            "run 60",
+            {kEnterA, "10.25: a/start", "20: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes End"},
+            {"--item-duration", "20"}}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(SimulateTest, RecordsAreTheDocumentedOnes) {
+  const auto outcome =
+      simulate(document(breakWith("a", "00:00:01"), 20, 5), "seek 0.5\nplay\nrun 1\nseek invalid", {"--tick", "0.75"});
+  EXPECT_EQ(outcome.out, golden("short.simulate.jsonl"));
+  const ScratchFolder folder;
+  const auto path = folder.write("d.vmap", document(breakWith("a", "00:00:01"), 20, 5));
+  const auto script = folder.write("script", "play\nrun 30\nseek 1\n");
+  EXPECT_EQ(runKyr({"simulate", path, "--script", script}).out, golden("short.simulate.txt"));
+}
+
+TEST(SimulateTest, ThePlayheadIsReportedInTicksFromWhereItBeganToMoveAndAtTheEnd) {
+  const auto records = parseRecords(
+      simulate(document("", 5, 5), "run 1\nplay\nrun 1\npause\nrun 1\nplay\nrun 0.6\nseek 3.5\nrun 9",
+               {"--tick", "0.4"})
+          .out);
+  std::vector<std::string> reports;
+  for (const auto& record : records) {
+    if (record["kind"] == "progress") reports.push_back(record["at"].dump() + " " + record["content"].dump());
+  }
+  EXPECT_THAT(reports, ElementsAre("1.4 0.4", "1.8 0.8", "3.4 1.4", "3.6 3.5", "4 3.9", "4.4 4.3",
+                                   "4.8 4.7", "5.1 5"));
+}
+
+TEST(SimulateTest, AnHourWithTwelveBreaksIsOverAtOnceAndTheSameEachTime) {
+  std::string breaks;
+  for (int i = 0; i < 12; ++i)
+    breaks += breakWith(fmt::format("ad-{}", i), fmt::format("00:{:02}:00", i * 5));
+  const auto hour = document(breaks, 3780, 3600);
+  const auto first = simulate(hour, "play\nrun 4000");
+  EXPECT_EQ(first.out, simulate(hour, "play\nrun 4000").out);
+  const auto records = parseRecords(first.out);
+  const auto isBeacon = [](const json& record) { return record["kind"] == "beacon"; };
+  EXPECT_EQ(std::count_if(records.begin(), records.end(), isBeacon), 12 * 4);
+  EXPECT_EQ(shortRecord(records.back()), "End");
+  EXPECT_EQ(records.back()["at"], 3780);
+  EXPECT_GT(records.size(), 3780U * 4);
+}
+
+TEST(SimulateTest, DocumentsThatDoNotLoadAreToldAsTheSessionTellsThem) {
+  const auto outcome = simulate(vmap(adBreak("10%", linear("00:00:30"))), "play\nrun 5");
+  EXPECT_EQ(outcome.status, 1);
+  auto records = parseRecords(outcome.out);
+  ASSERT_THAT(records, ::testing::Not(IsEmpty()));
+  const json error = records.back()["error"];
+  EXPECT_EQ(error["domain"], "kTarnKyrErrorDomain");
+  EXPECT_EQ(error["code"], 509);
+  EXPECT_EQ(error["underlying"]["code"], 4011);
+  EXPECT_THAT(outcome.err, HasSubstr("AdBreak timeOffset `10%` could not be parsed."));
+  records.pop_back();
+  EXPECT_EQ(records.front()["cuePoints"], json::array());
+  EXPECT_THAT(storyOf(records), ElementsAre("0: error Begin kTarnKyrLifecycleErrorEvent pause Terminate"));
+}
+
+TEST(SimulateTest, ADocumentWithoutAStreamIsSimulatedAllTheSame) {
+  const auto outcome = simulate(vmap(adBreak("start", linear("00:00:30"))), "play\nrun 700");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, HasSubstr("names no stream"));
+  const auto story = storyOf(parseRecords(outcome.out));
+  EXPECT_THAT(story.front(), "0: complete Begin Ready play Play");
+  EXPECT_THAT(story.back(), "660: End");
+}
+
+TEST(SimulateTest, TheRequestCarriesTheLibrarysNameUnlessItIsReplaced) {
+  LoopbackServer server;
+  server.answer("/vmap", {.body = kTwoBreaks, .headers = {}});
+  const auto url = server.url("/vmap").absoluteString();
+  EXPECT_EQ(runKyr({"simulate", url, "--header", "X-One: 1"}).status, 0);
+  EXPECT_EQ(runKyr({"simulate", url, "--header", "user-agent: me"}).status, 0);
+  const auto requests = server.requests();
+  ASSERT_THAT(requests, SizeIs(2));
+  EXPECT_THAT(requests[0].values("user-agent"), ElementsAre(::testing::StartsWith("ios-lumo-ux/")));
+  EXPECT_THAT(requests[0].values("x-one"), ElementsAre("1"));
+  EXPECT_THAT(requests[1].values("user-agent"), ElementsAre("me"));
+}
+
+TEST(SimulateTest, WrongScriptsAreRefusedBeforeAnythingRuns) {
+  struct Wrong {
+    const char* line;
+    const char* complaint;
+  };
+  const ScratchFolder folder;
+  const auto path = folder.write("document.vmap", kTwoBreaks);
+  for (const auto& row :
+       {Wrong{"run", "expected 'run S'"}, Wrong{"run -1", "expected 'run S'"},
+        Wrong{"run 1e10", "expected 'run S'"}, Wrong{"run inf", "expected 'run S'"},
+        Wrong{"run 1 2", "expected 'run S'"}, Wrong{"play now", "expected 'play' alone"},
+        Wrong{"seek", "expected 'seek C'"}, Wrong{"seek +infinity", "expected 'seek C'"},
+        Wrong{"skip 1", "expected 'skip' alone"}, Wrong{"adsDisabled maybe", "expected 'adsDisabled yes'"},
+        Wrong{"resumeAt 5", "expected 'resumeAt C yes'"},
+        Wrong{"resumeAt now yes", "expected 'resumeAt C yes'"},
+        Wrong{"terminate it", "expected 'terminate' alone"},
+        Wrong{"Play", "unknown command 'Play'; expected run, play"}}) {
+    SCOPED_TRACE(row.line);
+    const auto script = folder.write("script", std::string("# head\nplay\n\n") + row.line + "\nrun 1\n");
+    const auto outcome = runKyr({"simulate", path, "--script", script, "--json"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.out, IsEmpty());
+    EXPECT_THAT(outcome.err, HasSubstr("script:4: " + std::string(row.complaint)));
+  }
+  EXPECT_THAT(runKyr({"simulate", path}, "run 1\nstop").err,
+              HasSubstr("(standard input):2: unknown command"));
+}
+
+}  // namespace
+}  // namespace tarn::test
