@@ -3,6 +3,14 @@
 #include "Text.h"
 
 namespace tarn::cli {
+namespace {
+
+template <class Ad>
+std::string nameOf(const Ad& ad) {
+  return printable(ad.adId().value_or(ad.title().value_or("(no id)")));
+}
+
+}  // namespace
 
 std::string_view eventName(TarnLumoProgressTrackerEventType type) {
   switch (type) {
@@ -43,8 +51,11 @@ Json rangesJson(const TarnLumoProgressTracker::TimeRanges& ranges) {
 }
 
 std::string adName(const std::shared_ptr<const TarnLumoAd>& ad) {
-  if (!ad) return {};
-  return printable(ad->adId().value_or(ad->title().value_or("(no id)")));
+  return ad ? nameOf(*ad) : "";
+}
+
+std::string adName(const TarnAd& ad) {
+  return nameOf(ad);
 }
 
 }  // namespace tarn::cli

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "AdIndex.h"
+#include "Host/TarnAd.h"
 #include "Json.h"
 #include "Lumo/TarnLumoProgressTracker.h"
 
@@ -26,5 +27,6 @@ namespace tarn::cli {
 
 /// What people read of an ad: its id, else its title. Printable; empty for null.
 [[nodiscard]] std::string adName(const std::shared_ptr<const TarnLumoAd>& ad);
+[[nodiscard]] std::string adName(const TarnAd& ad);
 
 }  // namespace tarn::cli

@@ -34,6 +34,7 @@ class JsonSessionView final : public SessionView {
 
   void loaded(const TarnKyrSession* session) override {
     Json cuePoints = Json::array();
+    session_ = session;
     if (session != nullptr) {
       index_.emplace(*session->timeline());
       for (const auto& point : session->video()->cuePoints()->array())
@@ -51,7 +52,8 @@ class JsonSessionView final : public SessionView {
                         {"ad", ad ? cli::json(ad->adId()) : Json(nullptr)},
                         {"adSequence", json(adSequence)},
                         {"adProgress", json(event.adProgress())},
-                        {"break", json(ad ? indexOf(lumoAd(*ad).get()) : adSequence)}});
+                        {"break", json(ad ? indexOf(lumoAd(*ad).get()) : adSequence)},
+                        {"absolute", positionJson()}});
   }
 
   void progress(CMTime time) override { write("progress", {{"content", cli::json(time)}}); }
@@ -85,11 +87,18 @@ class JsonSessionView final : public SessionView {
     printRecord(record);
   }
 
+  /// Of the player in the stream, as last reported.
+  [[nodiscard]] Json positionJson() const {
+    const CMTime time = session_ != nullptr ? session_->tracker()->absoluteTime() : kCMTimeInvalid;
+    return CMTIME_IS_VALID(time) ? cli::json(time) : Json(nullptr);
+  }
+
   template <typename T>
   [[nodiscard]] std::optional<std::size_t> indexOf(const T* adOrSequence) const {
     return index_ ? index_->indexOf(adOrSequence) : std::nullopt;
   }
 
+  const TarnKyrSession* session_ = nullptr;
   std::optional<AdIndex> index_;
 };
 

@@ -17,11 +17,6 @@ std::string_view shortType(std::string_view type) {
   return type;
 }
 
-std::string adText(const TarnAd& ad) {
-  const std::string name = printable(ad.adId().value_or(ad.title().value_or("(no id)")));
-  return fmt::format("{}, {}", name, secondsText(ad.duration()));
-}
-
 class TextSessionView final : public SessionView {
  public:
   TextSessionView(ElapsedTime elapsed, const Terminal& terminal)
@@ -46,7 +41,7 @@ class TextSessionView final : public SessionView {
     const auto adSequence = event.adSequence();
     if (event.is(kTarnPlaybackSessionLifecycleEventAdEnter)) ++ads_;
     if (event.is(kTarnPlaybackSessionLifecycleEventAdSequenceEnter)) ++breaks_;
-    std::string text = ad ? adText(*ad) : "";
+    std::string text = ad ? fmt::format("{}, {}", adName(*ad), secondsText(ad->duration())) : "";
     if (adSequence) text = counted(adSequence->ads().size(), "ad");
     line(shortType(event.eventType()), text, ad || adSequence ? Style::ad : Style::plain);
   }

@@ -17,8 +17,8 @@ namespace tarn::cli {
 /// Seconds since the viewing began.
 using ElapsedTime = std::function<double()>;
 
-/// Shows what happens while a session plays. Told of everything when it happens and in that order. Times are
-/// content time except those of the player's actions.
+/// Shows what happens while a session plays. Told of everything when it happens and in that order, as long as
+/// the session exists. Times are content time except those of the player's actions.
 class SessionView {
  public:
   explicit SessionView(ElapsedTime elapsed) : elapsed_(std::move(elapsed)) {}
@@ -38,6 +38,8 @@ class SessionView {
   /// The answer to a seek of the viewer.
   virtual void seek(CMTime to, bool finished) = 0;
   virtual void beacon(const URL& url) = 0;
+  /// Something else for people to read.
+  virtual void note(std::string_view) {}
   /// Nothing follows.
   virtual void finish() = 0;
 
@@ -52,5 +54,7 @@ class SessionView {
 [[nodiscard]] std::unique_ptr<SessionView> makeJsonSessionView(ElapsedTime elapsed);
 /// A line for each thing that a viewer would notice or an advertiser be told, and a summary.
 [[nodiscard]] std::unique_ptr<SessionView> makeTextSessionView(ElapsedTime elapsed, const Terminal& terminal);
+/// One line that is drawn anew in place.
+[[nodiscard]] std::unique_ptr<SessionView> makeLiveSessionView(ElapsedTime elapsed, const Terminal& terminal);
 
 }  // namespace tarn::cli

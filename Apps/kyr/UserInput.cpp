@@ -7,11 +7,44 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <utility>
 
 #include "Platform/Queue.h"
 
 namespace tarn::cli {
+namespace {
+
+/// Tells the keys from the bytes of a terminal: arrows come as control sequences (ECMA-48 §5.4).
+class KeyDecoder {
+ public:
+  /// The key that the byte completes, if it does.
+  std::optional<char> take(char byte) {
+    switch (std::exchange(state_, State::plain)) {
+      case State::plain:
+        if (byte != kEscape) return byte;
+        state_ = State::escape;
+        return std::nullopt;
+      case State::escape:
+        if (byte != '[' && byte != 'O') return byte;
+        state_ = State::sequence;
+        return std::nullopt;
+      case State::sequence:
+        if (byte >= ' ' && byte <= '?') state_ = State::sequence;  // a parameter
+        if (byte == 'C') return '>';
+        if (byte == 'D') return '<';
+        return std::nullopt;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  static constexpr char kEscape = '\x1b';
+  enum class State { plain, escape, sequence };
+  State state_ = State::plain;
+};
+
+}  // namespace
 
 /// Single keys instead of lines, for as long as it lives. Ctrl-C still makes a signal.
 class UserInput::RawTerminal {
@@ -52,6 +85,7 @@ void UserInput::run(int keys) {
   std::array<pollfd, 3> inputs{
       {{endEvent_, POLLIN, 0}, {interruption_.descriptor(), POLLIN, 0}, {keys, POLLIN, 0}}};
   auto& [end, interrupted, key] = inputs;
+  KeyDecoder decoder;
   for (;;) {
     if (poll(inputs.data(), inputs.size(), -1) < 0) continue;
     if (end.revents != 0) return;
@@ -61,13 +95,15 @@ void UserInput::run(int keys) {
         if (const auto handlers = weak.lock()) handlers->interrupted();
       });
     }
-    char pressed = 0;
+    char byte = 0;
     if (key.revents == 0) continue;
-    if (read(key.fd, &pressed, 1) != 1) {
+    if (read(key.fd, &byte, 1) != 1) {
       key.fd = -1;  // the terminal is gone
       continue;
     }
-    MainQueue::shared().async([weak, pressed] {
+    const auto pressed = decoder.take(byte);
+    if (!pressed) continue;
+    MainQueue::shared().async([weak, pressed = *pressed] {
       if (const auto handlers = weak.lock()) handlers->key(pressed);
     });
   }

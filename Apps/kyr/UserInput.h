@@ -16,7 +16,7 @@ namespace tarn::cli {
 class UserInput {
  public:
   struct Handlers {
-    std::function<void(char key)> key;
+    std::function<void(char key)> key;  ///< The left and right arrows are '<' and '>'.
     std::function<void()> interrupted;
   };
 

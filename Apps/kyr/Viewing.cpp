@@ -77,11 +77,10 @@ Viewing::Viewing(const ViewingOptions& options, MakePlayer makePlayer, SessionVi
   });
   const auto providerOptions = std::make_shared<TarnKyrSessionProviderOptions>();
   addHeaders(providerOptions->httpHeaders, options.headers);
-  providerOptions->makeAnalyticsDigester = [weakView, beacons = options.beacons] {
-    return makeShowingDigester(beacons, [weakView](const URL& url) {
-      if (const auto told = weakView.lock()) told->beacon(url);
-    });
-  };
+  digester_ = makeShowingDigester(options.beacons, [weakView](const URL& url) {
+    if (const auto told = weakView.lock()) told->beacon(url);
+  });
+  providerOptions->makeAnalyticsDigester = [digester = digester_] { return digester; };
   const auto provider = std::make_shared<TarnKyrSessionProvider>(
       providerOptions, std::make_shared<TarnBasicSessionProvider>(manager->playerFactory()));
   controller_ = manager->createPlaybackControllerWithSessionProvider(provider);
@@ -115,7 +114,10 @@ void Viewing::meet(const std::shared_ptr<TarnPlaybackSession>& session) {
 void Viewing::follow(const TarnPlaybackSession& session) {
   SessionView& view = *view_;
   subscriptions_.add(session.lifecycle().subscribeNext([this](const auto& event) { notice(event); }));
-  subscriptions_.add(session.progress().subscribeNext([&view](CMTime time) { view.progress(time); }));
+  subscriptions_.add(session.progress().subscribeNext([this, &view](CMTime time) {
+    position_ = time;
+    view.progress(time);
+  }));
   subscriptions_.add(
       session.durationChanges().subscribeNext([&view](CMTime duration) { view.duration(duration); }));
   subscriptions_.add(session.seekableRangesChanges().subscribeNext(
@@ -138,15 +140,42 @@ void Viewing::notice(const TarnPlaybackSession::LifecycleEvent& event) {
       event->is(kTarnPlaybackSessionLifecycleEventTerminate)) {
     ad_.reset();
   }
+  if (event->is(kTarnPlaybackSessionLifecycleEventReady)) ready_ = true;
+  if (event->is(kTarnPlaybackSessionLifecycleEventPlay)) ended_ = false;
+  if (event->is(kTarnPlaybackSessionLifecycleEventEnd)) ended_ = true;
   if (auto error = errorOf(*event)) error_ = std::move(error);
   view_->lifecycle(*event);
 }
 
+void Viewing::togglePlaying() {
+  const auto player = session_->player();
+  if (!player) return;
+  player->playing().get() ? pause() : play();
+}
+
 void Viewing::seek(CMTime contentTime) {
-  session_->seekToTime(contentTime,
-                       [weakView = std::weak_ptr<SessionView>(view_), contentTime](bool finished) {
-                         if (const auto view = weakView.lock()) view->seek(contentTime, finished);
-                       });
+  sought_ = contentTime;
+  session_->seekToTime(contentTime, [this, weakView = std::weak_ptr<SessionView>(view_), contentTime,
+                                     number = ++seeks_](bool finished) {
+    const auto view = weakView.lock();
+    if (!view) return;
+    if (number == seeks_) sought_.reset();
+    view->seek(contentTime, finished);
+  });
+}
+
+void Viewing::seekBy(CMTime distance) {
+  const CMTime target = CMTimeAdd(sought_.value_or(position_), distance);
+  seek(CMTimeCompare(target, kCMTimeZero) < 0 ? kCMTimeZero : target);
+}
+
+void Viewing::learnMore() {
+  if (!ad_) return;
+  const auto* urls =
+      ad_->privateProperties().get<std::vector<std::string>>(kTarnAdPrivatePropertyKeyClickthroughURLs);
+  if (urls == nullptr || urls->empty()) return;
+  view_->note(urls->front());
+  if (const auto& analytics = session_->analyticsSession()->adAnalaytics()) analytics->trackVideoClick();
 }
 
 void Viewing::skip() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -42,14 +43,25 @@ class Viewing {
   [[nodiscard]] const std::shared_ptr<TarnKyrSession>& session() const { return session_; }
   /// Why the document could not be loaded or the stream not be played.
   [[nodiscard]] const std::optional<Error>& error() const { return error_; }
+  /// Whether the stream can be played, and whether its end has been reached.
+  [[nodiscard]] bool isReady() const { return ready_; }
+  [[nodiscard]] bool hasEnded() const { return ended_; }
+
+  /// Waits until the beacons under way are through, at most `limit`. Only for beacons that are sent.
+  bool flush(std::chrono::milliseconds limit) { return digester_->flush(limit); }
 
   // What the viewer does. To be called when there is a session.
 
   void play() { session_->avPlayerPlay(); }
   void pause() { session_->avPlayerPause(); }
+  void togglePlaying();
   void seek(CMTime contentTime);
+  /// From where the viewer is, or from where an earlier seek still leads.
+  void seekBy(CMTime distance);
   /// Skips the ad that plays, whether or not its document lets it be skipped.
   void skip();
+  /// Follows the link of the ad that plays: tells its advertiser and shows where it leads.
+  void learnMore();
   void pauseAd() { session_->pauseAd(); }
   void resumeAd() { session_->resumeAd(); }
   void setAdsDisabled(bool disabled) { controller_->sessionCommonProperties()->adsDisabled.set(disabled); }
@@ -67,12 +79,18 @@ class Viewing {
   const URL document_;
   /// Gone when the viewing is: what then still happens is nobody's business.
   std::shared_ptr<SessionView> view_;
+  std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
   std::shared_ptr<Consumer> consumer_;
   std::shared_ptr<TarnPlaybackController> controller_;
   bool begun_ = false;
+  bool ready_ = false;
+  bool ended_ = false;
   std::shared_ptr<TarnKyrSession> session_;
   std::optional<Error> error_;
   std::shared_ptr<const TarnAd> ad_;  // that plays
+  CMTime position_ = kCMTimeZero;     // content time
+  std::optional<CMTime> sought_;      // where the newest seek leads, while it is under way
+  int seeks_ = 0;
   Token canSeekObservation_;
   Tarn_RACDeallocDisposable subscriptions_;
 };

@@ -121,10 +121,10 @@ void addPlay(CLI::App& app, PlayOptions& options, Run& run) {
       ->type_name("S")
       ->check(CLI::NonNegativeNumber);
   command->footer(
-      "The script, one command a line; blank lines and lines that begin with # are passed over:\n"
-      "  run S          lets S seconds pass\n"
-      "  play | pause   the viewer's play and pause\n"
-      "On a terminal: space pauses and plays, q quits.");
+      std::string(kViewingScriptHelp) +
+      "\n\nOn a terminal: space pauses and plays, the left and right arrows seek 10 s, s skips the ad, "
+      "l learns more of it, q quits.\n\n" +
+      kFooter);
   command->callback([&options, &run] { run = [&options] { return runPlay(options); }; });
 }
 

@@ -32,7 +32,7 @@ struct GStreamerPlayerOptions {
 ///
 /// Times have timescale 90000, positions rounded to the nearest tick. Waiting for data is no failure until a
 /// limit of the options has passed.
-class GStreamerPlayer final : public TarnPlayer {
+class GStreamerPlayer : public TarnPlayer {
  public:
   explicit GStreamerPlayer(GStreamerPlayerOptions options = {});
   ~GStreamerPlayer() override;

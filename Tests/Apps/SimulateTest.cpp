@@ -188,8 +188,8 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& test) { return test.param.name; });
 
 TEST(SimulateTest, RecordsAreTheDocumentedOnes) {
-  const auto outcome =
-      simulate(document(breakWith("a", "00:00:01"), 20, 5), "seek 0.5\nplay\nrun 1\nseek invalid", {"--tick", "0.75"});
+  const auto outcome = simulate(document(breakWith("a", "00:00:01"), 20, 5),
+                                "seek 0.5\nplay\nrun 1\nseek invalid", {"--tick", "0.75"});
   EXPECT_EQ(outcome.out, golden("short.simulate.jsonl"));
   const ScratchFolder folder;
   const auto path = folder.write("d.vmap", document(breakWith("a", "00:00:01"), 20, 5));
@@ -206,8 +206,8 @@ TEST(SimulateTest, ThePlayheadIsReportedInTicksFromWhereItBeganToMoveAndAtTheEnd
   for (const auto& record : records) {
     if (record["kind"] == "progress") reports.push_back(record["at"].dump() + " " + record["content"].dump());
   }
-  EXPECT_THAT(reports, ElementsAre("1.4 0.4", "1.8 0.8", "3.4 1.4", "3.6 3.5", "4 3.9", "4.4 4.3",
-                                   "4.8 4.7", "5.1 5"));
+  EXPECT_THAT(reports, ElementsAre("1.4 0.4", "1.8 0.8", "3.4 1.4", "3.6 3.5", "4 3.9", "4.4 4.3", "4.8 4.7",
+                                   "5.1 5"));
 }
 
 TEST(SimulateTest, AnHourWithTwelveBreaksIsOverAtOnceAndTheSameEachTime) {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "EventText.h"
-#include "PlayView.h"
+#include "SessionView.h"
 #include "Text.h"
 
 namespace tarn::cli {
@@ -24,37 +24,34 @@ std::string shortClock(CMTime time) {
   return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
 }
 
-class LivePlayView final : public PlayView {
+class LiveSessionView final : public SessionView {
  public:
-  LivePlayView(ElapsedTime elapsed, const Terminal& terminal)
-      : PlayView(std::move(elapsed)), terminal_(terminal) {
-    print("space pauses and plays, q quits\n\x1b[?25l");  // no cursor
+  LiveSessionView(ElapsedTime elapsed, const Terminal& terminal)
+      : SessionView(std::move(elapsed)), terminal_(terminal) {
+    print("space pauses and plays, arrows seek, s skips the ad, l learns more of it, q quits\n\x1b[?25l");
   }
-  ~LivePlayView() override { print("\n\x1b[?25h"); }
+  ~LiveSessionView() override { print("\n\x1b[?25h"); }  // the cursor is hidden meanwhile
 
-  void loaded(const std::shared_ptr<const TarnLumoTimeline>& timeline) override {
-    timeline_ = timeline;
-    if (timeline) duration_ = timeline->contentLength();
+  void loaded(const TarnKyrSession* session) override {
+    if (session == nullptr) return;
+    timeline_ = session->timeline();
+    duration_ = timeline_->contentLength();
     draw();
   }
-  void action(std::string_view, const std::optional<URL>&) override {}
 
-  void event(const TarnLumoProgressTrackerEvent& event, CMTime) override {
-    switch (event.type()) {
-      case TarnLumoProgressTrackerEventTypeEnterAdSequence:
-      case TarnLumoProgressTrackerEventTypeExitAdSequence:
-        break;
-      case TarnLumoProgressTrackerEventTypeExitAd:
-        ad_.reset();
-        break;
-      case TarnLumoProgressTrackerEventTypeEnterAd:
-      case TarnLumoProgressTrackerEventTypeAdProgress:
-        ad_ = event.ad();
-        adProgress_ = event.adProgress().value_or(kCMTimeZero);
-        break;
+  void lifecycle(const TarnPlaybackSessionLifecycleEvent& event) override {
+    noticePlaying(event);
+    if (event.is(kTarnPlaybackSessionLifecycleEventAdEnter) ||
+        event.is(kTarnPlaybackSessionLifecycleEventAdProgress)) {
+      ad_ = event.ad();
+      adProgress_ = event.adProgress().value_or(kCMTimeZero);
     }
+    if (event.is(kTarnPlaybackSessionLifecycleEventAdExit)) ad_.reset();
+    if (event.is(kTarnPlaybackSessionLifecycleEventBufferingEnter)) waits_ = true;
+    if (event.is(kTarnPlaybackSessionLifecycleEventBufferingExit)) waits_ = false;
     draw();
   }
+
   void progress(CMTime time) override {
     time_ = time;
     draw();
@@ -63,22 +60,37 @@ class LivePlayView final : public PlayView {
     duration_ = duration;
     draw();
   }
-  void ranges(std::string_view, const TarnLumoProgressTracker::TimeRanges&) override {}
   void beacon(const URL&) override {
     ++beacons_;
     draw();
   }
-  void buffering(bool waits) override {
-    waits_ = waits;
+  void note(std::string_view text) override {
+    print("\r\x1b[K" + printable(text) + "\n");
     draw();
   }
-  void playing(bool plays) override {
-    plays_ = plays;
-    draw();
-  }
-  void ended() override { draw(); }
+
+  void ranges(std::string_view, const TarnPlaybackSession::TimeRanges&) override {}
+  void canSeek(bool) override {}
+  void player(const PlayerAction&) override {}
+  void seek(CMTime, bool) override {}
+  void finish() override {}
 
  private:
+  /// The Pause that announces a break, and the Play that follows it, are about the content.
+  void noticePlaying(const TarnPlaybackSessionLifecycleEvent& event) {
+    const bool announcesBreak =
+        std::exchange(breakComes_, event.is(kTarnPlaybackSessionLifecycleEventWillPauseForAd));
+    if (event.is(kTarnPlaybackSessionLifecycleEventPlay) ||
+        event.is(kTarnPlaybackSessionLifecycleEventAdResume)) {
+      plays_ = true;
+    }
+    if ((event.is(kTarnPlaybackSessionLifecycleEventPause) && !announcesBreak) ||
+        event.is(kTarnPlaybackSessionLifecycleEventAdPause) ||
+        event.is(kTarnPlaybackSessionLifecycleEventEnd)) {
+      plays_ = false;
+    }
+  }
+
   void draw() const {
     const std::size_t width = terminal_.width - 1;  // a full line would wrap
     const std::string clocks = clipped(
@@ -94,8 +106,8 @@ class LivePlayView final : public PlayView {
   [[nodiscard]] std::string statusText() const {
     const std::string sent = counted(beacons_, "beacon");
     if (!ad_) return fmt::format("{}, {}", waits_ ? "waiting" : "content", sent);
-    return fmt::format("ad {} {} / {}, {}", adName(ad_), shortClock(adProgress_), shortClock(ad_->duration()),
-                       sent);
+    return fmt::format("ad {} {} / {}, {}", adName(*ad_), shortClock(adProgress_),
+                       shortClock(ad_->duration()), sent);
   }
 
   [[nodiscard]] std::string barText(std::size_t width) const {
@@ -124,19 +136,20 @@ class LivePlayView final : public PlayView {
 
   const Terminal terminal_;
   std::shared_ptr<const TarnLumoTimeline> timeline_;
-  std::shared_ptr<const TarnLumoAd> ad_;
+  std::shared_ptr<const TarnAd> ad_;
   CMTime adProgress_;
   CMTime time_ = kCMTimeZero;
   CMTime duration_ = kCMTimeIndefinite;
   std::size_t beacons_ = 0;
   bool plays_ = false;
   bool waits_ = false;
+  bool breakComes_ = false;
 };
 
 }  // namespace
 
-std::unique_ptr<PlayView> makeLivePlayView(ElapsedTime elapsed, const Terminal& terminal) {
-  return std::make_unique<LivePlayView>(std::move(elapsed), terminal);
+std::unique_ptr<SessionView> makeLiveSessionView(ElapsedTime elapsed, const Terminal& terminal) {
+  return std::make_unique<LiveSessionView>(std::move(elapsed), terminal);
 }
 
 }  // namespace tarn::cli

@@ -1,0 +1,82 @@
+#include "Terminal.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+namespace tarn::test {
+namespace {
+
+constexpr int kPatience = 30'000;  // milliseconds
+
+[[noreturn]] void becomeKyr(const std::vector<std::string>& arguments) {
+  ::setenv("TERM", "xterm", 1);
+  ::setenv("NO_COLOR", "1", 1);
+  std::string program = KYR_BINARY;
+  std::vector<char*> pointers{program.data()};
+  for (const auto& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
+  pointers.push_back(nullptr);
+  ::execv(program.c_str(), pointers.data());
+  ::_exit(127);
+}
+
+}  // namespace
+
+Terminal::Terminal(const std::vector<std::string>& arguments) {
+  winsize size{};
+  size.ws_row = 24;
+  size.ws_col = 160;
+  process_ = ::forkpty(&terminal_, nullptr, nullptr, &size);
+  if (process_ == 0) becomeKyr(arguments);
+}
+
+Terminal::~Terminal() {
+  if (process_ > 0) {
+    ::kill(process_, SIGKILL);
+    ::waitpid(process_, nullptr, 0);
+  }
+  ::close(terminal_);
+}
+
+void Terminal::type(std::string_view keys) const {
+  ASSERT_EQ(::write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+}
+
+bool Terminal::read() {
+  pollfd readable{terminal_, POLLIN, 0};
+  if (::poll(&readable, 1, kPatience) <= 0) return false;
+  std::array<char, 4096> bytes{};
+  const auto count = ::read(terminal_, bytes.data(), bytes.size());  // fails when the program has ended
+  if (count > 0) unread_.append(bytes.data(), static_cast<std::size_t>(count));
+  return count > 0;
+}
+
+void Terminal::waitFor(std::string_view text) {
+  for (;;) {
+    const auto found = unread_.find(text);
+    if (found != std::string::npos) {
+      unread_.erase(0, found + text.size());
+      return;
+    }
+    if (!read()) {
+      FAIL() << "never came: " << text << "\nafter: " << unread_;
+    }
+  }
+}
+
+int Terminal::end() {
+  while (read()) {
+  }
+  int status = 0;
+  ::waitpid(std::exchange(process_, -1), &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace tarn::test
