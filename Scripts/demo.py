@@ -12,6 +12,7 @@ import time
 import urllib.request
 
 TIME_LIMIT = 115  # seconds for playing; the stream itself lasts a good minute
+LIFECYCLE = "kTarnPlaybackSessionLifecycleEvent"  # begins the types of the session's events
 
 
 def fail(message):
@@ -46,8 +47,8 @@ def play(kyr, url, beacon_names):
         at = record.get("at", 0)
         if record["kind"] == "beacon":
             print(f"  {at:7.2f} s  beacon   {beacon_names(record['url'])}")
-        elif record["kind"] == "event" and record["type"] != "AdProgress":
-            print(f"  {at:7.2f} s  {record['type']}{' ' + record['ad'] if record.get('ad') else ''}")
+        elif record["kind"] == "lifecycle" and record["type"] != LIFECYCLE + "AdProgress":
+            print(f"  {at:7.2f} s  {record['type'].removeprefix(LIFECYCLE)}{' ' + record['ad'] if record['ad'] else ''}")
         elif record["kind"] == "progress" and at - last_shown >= 5:
             last_shown = at
             print(f"  {at:7.2f} s  content time {record['content']:.2f} s")
@@ -118,8 +119,8 @@ def summarise(timeline, status, records, received):
                    and isinstance(record["content"], (int, float)) and record["content"] <= timeline["contentLength"]),
                   default=0)
     boundaries = [time for sequence in timeline["adSequences"] for time in (sequence["beginTime"], sequence["endTime"])]
-    passed = [record["absolute"] for record in records if record["kind"] == "event"
-              and record["type"] in ("EnterAdSequence", "ExitAdSequence")]
+    passed = [record["absolute"] for record in records if record["kind"] == "lifecycle"
+              and record["type"] in (LIFECYCLE + "AdSequenceEnter", LIFECYCLE + "AdSequenceExit")]
     lateness = [there - due for due, there in zip(boundaries, passed)]
     durations = [record["content"] for record in records if record["kind"] == "duration"]
     ads = sum(sequence["duration"] for sequence in timeline["adSequences"])

@@ -31,7 +31,7 @@ class DocumentServer::Listener {
     server_.new_task_queue = [] { return new httplib::ThreadPool(1); };
     server_.set_keep_alive_max_count(1);  // an idle connection would hold up the end
     server_.Get("/document", [this](const httplib::Request&, httplib::Response& response) {
-      response.set_content(bytes_, "application/xml");
+      response.set_content(bytes_, "application/octet-stream");  // XML would be compressed, at length
     });
   }
   Listener(const Listener&) = delete;
