@@ -15,33 +15,33 @@ std::string clockText(double seconds) {
   return fmt::format("{:02}:{:02}:{:06.3f}", whole / 3600, whole / 60 % 60, seconds - whole / 60 * 60);
 }
 
-std::string trackingEvent(char ad, std::string_view name, std::string_view attributes = {}) {
-  return fmt::format("<Tracking event='{1}' {2}>http://t.example/{0}-{1}</Tracking>", ad, name, attributes);
-}
-
-std::string trackingEvents(char ad, double duration) {
+std::string trackingEvents(const std::string& beacons, double duration) {
+  const auto event = [&](std::string_view name, const std::string& attributes = {}) {
+    return fmt::format("<Tracking event='{0}' {1}>{2}{0}</Tracking>", name, attributes, beacons);
+  };
   std::string events;
-  for (const auto* name : {"creativeView", "complete", "skip"}) events += trackingEvent(ad, name);
+  for (const auto* name : {"creativeView", "complete", "skip"}) events += event(name);
   double offset = 0;
   for (const auto* name : {"start", "firstQuartile", "midpoint", "thirdQuartile"}) {
-    events += trackingEvent(ad, name, fmt::format("offset='{}'", offset));
+    events += event(name, fmt::format("offset='{}'", offset));
     offset += duration / 4;
   }
   return "<TrackingEvents>" + events + "</TrackingEvents>";
 }
 
 std::string drawnAd(char letter, double duration, const VMAPDrawing& options) {
-  const auto content = trackingEvents(letter, duration) + options.linearContent;
+  const auto beacons = fmt::format("{}{}-", options.beacons, letter);
+  const auto content = trackingEvents(beacons, duration) + options.linearContent;
   return fmt::format(
-      "<Ad id='{0}'><InLine><AdTitle>Ad {0}</AdTitle><Impression>http://t.example/{0}-impression</Impression>"
-      "<Creatives>{1}</Creatives>{2}</InLine></Ad>",
-      letter, linear(clockText(duration), content, options.linearAttributes), options.inLineContent);
+      "<Ad id='{0}'><InLine><AdTitle>Ad {0}</AdTitle><Impression>{1}impression</Impression>"
+      "<Creatives>{2}</Creatives>{3}</InLine></Ad>",
+      letter, beacons, linear(clockText(duration), content, options.linearAttributes), options.inLineContent);
 }
 
 std::string drawnExtensions(double payloadLength, double contentLength, const VMAPDrawing& options) {
   std::string impressions;
   for (const double time : options.contentImpressions) {
-    impressions += fmt::format("<mh:Impression url='http://t.example/impression-{0}' time='{0}'/>", time);
+    impressions += fmt::format("<mh:Impression url='{0}impression-{1}' time='{1}'/>", options.beacons, time);
   }
   return fmt::format(
       "<mh:Marlith contenturi='{}' payloadlength='{}' contentlength='{}'/>"

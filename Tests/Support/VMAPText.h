@@ -34,17 +34,18 @@ struct VMAPDrawing {
   std::string linearAttributes = {};  ///< Of each ad, for example "skipoffset='00:00:02'".
   std::string linearContent = {};     ///< In each ad, for example VideoClicks.
   std::string inLineContent = {};     ///< In each ad, for example Extensions.
-  /// Content times in seconds; the beacon of 2.5 is "http://t.example/impression-2.5".
+  /// Content times in seconds; the beacon of 2.5 is "impression-2.5".
   std::vector<double> contentImpressions = {};
   std::optional<double> contentLength = std::nullopt;  ///< To state another one than is drawn.
   std::string streamURL = "http://stream.example/m.m3u8";
+  std::string beacons = "http://t.example/";  ///< What the URL of each beacon begins with.
 };
 
 /// The document of a stream that is drawn as text, one character a cell of time: '.' is content, a run of one
 /// letter is an ad with that id. Ads behind all content are a post-roll.
 ///
-/// Each ad has the beacons "http://t.example/a-impression", "a-creativeView", "a-start", "a-firstQuartile",
-/// "a-midpoint", "a-thirdQuartile", "a-complete" and "a-skip".
+/// The beacons of each ad are "a-impression", "a-creativeView", "a-start", "a-firstQuartile", "a-midpoint",
+/// "a-thirdQuartile", "a-complete" and "a-skip".
 [[nodiscard]] std::string drawVMAP(std::string_view drawing, const VMAPDrawing& options = {});
 
 /// The text of a file in the sample folder.
