@@ -56,14 +56,11 @@ class Simulation {
     return player;
   }
 
+  /// Also where the document names no stream, which the session's log tells.
   void provideItem() {
-    const auto& timeline = *viewing_.session()->timeline();
-    if (!timeline.lumoURL())
-      printMessage("the document names no stream (contenturi): a real player would have nothing to play");
-    if (const auto player = player_.lock()) {
-      player->becomeReady(options_.itemDuration ? virtualTime(*options_.itemDuration)
-                                                : timeline.payloadLength());
-    }
+    const CMTime duration = options_.itemDuration ? virtualTime(*options_.itemDuration)
+                                                  : viewing_.session()->timeline()->payloadLength();
+    if (const auto player = player_.lock()) player->becomeReady(duration);
     clock_.advance(kCMTimeZero);
   }
 

@@ -117,9 +117,7 @@ void addPlay(CLI::App& app, PlayOptions& options, Run& run) {
   command->add_option("--script", options.script, "What the viewer does; without it the stream plays at once")
       ->type_name("FILE");
   command->add_flag("--json", options.json, "Print one JSON object a line");
-  command->add_option("--for", options.seconds, "End after so many seconds of playing")
-      ->type_name("S")
-      ->check(CLI::NonNegativeNumber);
+  checkSeconds(command->add_option("--for", options.seconds, "End after so many seconds of playing"), 0);
   command->footer(
       std::string(kViewingScriptHelp) +
       "\n\nOn a terminal: space pauses and plays, the left and right arrows seek 10 s, s skips the ad, "

@@ -210,6 +210,15 @@ TEST(SimulateTest, ThePlayheadIsReportedInTicksFromWhereItBeganToMoveAndAtTheEnd
                                    "5.1 5"));
 }
 
+TEST(SimulateTest, AStreamOfUnknownLengthPlaysOn) {
+  const auto records = parseRecords(simulate(document("", -1), "play\nrun 100").out);
+  EXPECT_THAT(storyOf(records), ElementsAre("0: load complete Begin Ready play Play"));
+  EXPECT_EQ(shortRecord(records.back()), "progress(100)");
+  const auto isBounded = [](const json& record) { return isRoutine(record) && record["kind"] != "progress"; };
+  EXPECT_EQ(std::count_if(records.begin(), records.end(), isBounded), 0)
+      << "its duration and ranges are unknown";
+}
+
 TEST(SimulateTest, AnHourWithTwelveBreaksIsOverAtOnceAndTheSameEachTime) {
   std::string breaks;
   for (int i = 0; i < 12; ++i)
