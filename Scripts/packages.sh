@@ -40,3 +40,11 @@ build_preset() {
   rm -f "build-$preset.log"
   cmake --build --preset "$preset" ${1:+--target "$@"}
 }
+
+# build_demo: the optimised command line, without tests, in build/demo.
+build_demo() {
+  echo "==> Building"
+  mkdir -p build
+  cmake -S . -B build/demo -G Ninja -DCMAKE_BUILD_TYPE=Release -DKYR_TESTS=OFF >build/demo.log 2>&1 || { cat build/demo.log; return 1; }
+  cmake --build build/demo
+}
