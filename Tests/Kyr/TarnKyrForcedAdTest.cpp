@@ -8,6 +8,7 @@ using namespace tarn::test;
 using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
 
@@ -88,11 +89,24 @@ TEST_F(AForcedAd, IsAwaitedAlsoWhenTheSeekToItFailed) {
   stage.seek(at(50));
   drainAll();
   EXPECT_THAT(stage.calls(), ElementsAre("cannotSeek", "pause", "seek 45.2 -0 +0", "play"));
-  stage.play(42);  // the player stayed where it was, and comes to that break by itself
+  stage.forget();
+  stage.play(3);  // the player stayed where it was, in content
+  EXPECT_THAT(stage.lines(), IsEmpty());
+  stage.play(39);  // and comes to that break by itself
   EXPECT_THAT(stage.calls(), ElementsAre("canSeek", "cannotSeek"));
   stage.play(20);
   EXPECT_THAT(stage.calls(), ElementsAre("canSeek", "pause", "seek 80 -2 +2", "play", "unfinished"));
   EXPECT_FALSE(stage.isSuspended());
+}
+
+TEST_F(AForcedAd, IsPlayedAgainWhenItWasTheLastBreakThatWasLeft) {
+  for (int time = 0; time < 2; ++time) {
+    forceSecondBreak();
+    stage.play(20);
+    EXPECT_THAT(stage.calls(), ElementsAre("canSeek", "pause", "seek 80 -2 +2", "play", "finished"));
+    stage.seek(at(5));
+    drainAll();
+  }
 }
 
 TEST_F(AForcedAd, IsNotAnsweredWhenTheSessionTerminatesOnTheWay) {
