@@ -10,7 +10,7 @@ import subprocess
 import sys
 import time
 
-ROUNDS = 4
+ROUNDS = 3
 SETTLED, LAST = 5, 65  # seconds after the start between which processor time is counted
 TICKS = os.sysconf("SC_CLK_TCK")
 

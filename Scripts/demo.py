@@ -17,7 +17,6 @@ import demo_story
 
 SCRIPT = pathlib.Path(__file__).parent.parent / "Samples" / "demo.script"
 TIME_LIMIT = "115"  # seconds
-PLAYER_TICK = "0.1"  # how often the real player reports: seconds
 
 
 def fail(message):
@@ -72,8 +71,7 @@ def run(kyr, url):
     print(f"==> Played in {time.monotonic() - started:.1f} s")
     if status != 0:
         return False  # the player has told why
-    simulated = [json.loads(line) for line in output_of(kyr, "simulate", url, "--json", "--script", str(SCRIPT), "--tick",
-                                                        PLAYER_TICK).splitlines()]
+    simulated = [json.loads(line) for line in output_of(kyr, "simulate", url, "--json", "--script", str(SCRIPT)).splitlines()]
 
     checks = demo_story.checks(timeline, records, simulated, received_by(url.split("/vmap/")[0]))
     print("\n  Summary")

@@ -62,9 +62,10 @@ class TarnPlayer {
   /// ends, the end being the item's duration exactly.
   ///
   /// Returns at once; `completion` (which may be empty) is called exactly once, on a later turn of the main
-  /// queue: at once unfinished when the time is neither numeric nor positive infinity or there is no item. A
-  /// seek before the item is ready waits for it. Completion comes before the report of the new position, so
-  /// that a listener that suspended itself for the jump is told of where it led.
+  /// queue: at once unfinished when the time is neither numeric nor positive infinity or there is no item,
+  /// and unfinished, before the newer seek's, when a newer one overtakes it. A seek before the item is ready
+  /// waits for it. Completion comes before the report of the new position, so that a listener that suspended
+  /// itself for the jump is told of where it led.
   virtual void seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranceAfter,
                           SeekCompletion completion) = 0;
 

@@ -18,7 +18,7 @@ class TarnSessionSeeking {
   [[nodiscard]] virtual bool canSeek() const = 0;
 
   /// `time` is content time. `completion` may be empty; it is called at once with false when the seek is
-  /// refused, and never when the session terminates on the way.
+  /// refused or there is no player, and left out when the session terminates while a forced ad plays.
   virtual void seekToTime(CMTime time, Completion completion) = 0;
 
  protected:

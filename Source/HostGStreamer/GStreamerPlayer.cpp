@@ -17,6 +17,8 @@ const CMTime kEndSlack = CMTimeMake(2, 1);
 /// An accurate seek shows the picture that covers the target; within this the playhead is the target itself.
 const CMTime kPicture = CMTimeMake(1, 10);
 
+constexpr std::chrono::seconds kRangesInterval{1};
+
 CMTime earlierOf(CMTime a, CMTime b) {
   return CMTimeCompare(a, b) <= 0 ? a : b;
 }
@@ -360,6 +362,7 @@ void GStreamerPlayer::land() {
   position_ = landing;
   atEnd_ = seek.toEnd;
   lastAdvance_ = Clock::now();
+  nextRanges_ = lastAdvance_;  // a jump loads elsewhere
   const Turn turn(*this);
   if (state_.get() == TarnPlayerState::ended) state_.set(TarnPlayerState::ready);
   if (turn.isOver()) return;
@@ -381,7 +384,7 @@ void GStreamerPlayer::tick() {
   if (state_.get() != TarnPlayerState::ready || activeSeek_) return;
   if (atEnd_) return reachEnd();
   const Turn turn(*this);
-  updateRanges();
+  if (Clock::now() >= nextRanges_) updateRanges();
   if (turn.isOver()) return;
   const CMTime now = currentTime();
   const bool moved = CMTimeCompare(now, position_) > 0;
@@ -404,6 +407,7 @@ void GStreamerPlayer::updateDuration() {
 
 void GStreamerPlayer::updateRanges() {
   const Turn turn(*this);
+  nextRanges_ = Clock::now() + kRangesInterval;
   if (auto ranges = pipeline_->seekableRanges(); !areSame(ranges, seekableTimeRanges_.get())) {
     seekableTimeRanges_.set(std::move(ranges));
     if (turn.isOver()) return;

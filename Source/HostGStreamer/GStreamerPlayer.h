@@ -20,7 +20,7 @@ struct GStreamerPlayerOptions {
   std::string videoSink = "fakesink";
   std::string audioSink = "fakesink";
   /// Between two reports of the playhead.
-  std::chrono::milliseconds reportInterval{100};
+  std::chrono::milliseconds reportInterval{250};
   /// How long an item may take until it is ready.
   std::chrono::milliseconds loadLimit{20'000};
   /// How long the playhead may stand still while it should move, and how long a seek may take.
@@ -93,6 +93,7 @@ class GStreamerPlayer : public TarnPlayer {
   CMTime position_ = kCMTimeZero;    // as last reported or landed on
   bool hasReported_ = false;         // of this item
   bool atEnd_ = false;               // the playhead stands on the duration
+  Clock::time_point nextRanges_;     // when to look at the ranges again, which costs as much as all the rest
   Clock::time_point lastAdvance_;    // of the playhead, or the begin of what is being waited for
   std::optional<Seek> waitingSeek_;  // not yet given to the pipeline
   std::optional<Seek> activeSeek_;

@@ -21,7 +21,6 @@ void Ticker::deliver(const std::weak_ptr<State>& weak) {
   {
     const std::lock_guard lock(state->mutex);
     state->pending = false;
-    state->changed.notify_all();
     if (!state->running || state->ended) return;
   }
   state->onTick();
@@ -30,10 +29,10 @@ void Ticker::deliver(const std::weak_ptr<State>& weak) {
 void Ticker::run(const std::shared_ptr<State>& state, Queue& queue, std::chrono::milliseconds interval) {
   std::unique_lock lock(state->mutex);
   while (!state->ended) {
-    state->changed.wait(lock, [&] { return state->ended || (state->running && !state->pending); });
+    state->changed.wait(lock, [&] { return state->ended || state->running; });
     if (state->ended) return;
-    state->pending = true;
-    queue.async([weak = std::weak_ptr<State>(state)] { deliver(weak); });
+    if (!std::exchange(state->pending, true))
+      queue.async([weak = std::weak_ptr<State>(state)] { deliver(weak); });
     state->changed.wait_for(lock, interval, [&] { return state->ended; });
   }
 }

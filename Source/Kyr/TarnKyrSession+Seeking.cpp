@@ -150,7 +150,9 @@ void TarnKyrSession::skipAd(const std::shared_ptr<const TarnLumoAd>& ad) {
   const auto adAnalytics = analyticsSession_->adAnalaytics();
   if (!adAnalytics || !adAnalytics->ad()->isEqualToAd(*ad)) return;
   if (std::exchange(skipping_, true)) return;
-  adAnalytics->trackAdSkip();
+  // Told once a play, even if the first press's seek failed and the ad goes on.
+  if (skipTold_.lock() != adAnalytics) adAnalytics->trackAdSkip();
+  skipTold_ = adAnalytics;
   avPlayerPause();
   const CMTime target = tarn::timeBySeekOffset(ad->endTime());
   const CMTime itemEnd = current->currentItemDuration().get().value_or(CMTime{});

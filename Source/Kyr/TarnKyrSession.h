@@ -191,6 +191,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
   tarn::Observable<bool> canSeek_{true};
   int seeksUnderWay_ = 0;
   bool skipping_ = false;
+  std::weak_ptr<TarnLumoAdAnalyticsSession> skipTold_;
   Tarn_RACInvocations<> pauseAdInvocations_;
   Tarn_RACInvocations<> resumeAdInvocations_;
 

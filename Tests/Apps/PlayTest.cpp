@@ -120,7 +120,7 @@ TEST_F(PlayTest, ShowsWhatTheSimulationForetold) {
   const auto script =
       scratch.write("script", "play\nrun 2\nseek 24\nrun 3\nskip\nrun 1\nseek 5\nrun 1\nterminate\n");
   const auto played = runKyr({"play", url, "--headless", "--json", "--script", script});
-  const auto simulated = runKyr({"simulate", url, "--json", "--script", script, "--tick", "0.1"});
+  const auto simulated = runKyr({"simulate", url, "--json", "--script", script});
   EXPECT_EQ(played.status, 0) << played.err;
   EXPECT_EQ(simulated.status, 0) << simulated.err;
   const auto real = eventsOf(parseRecords(played.out));
