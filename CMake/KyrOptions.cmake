@@ -1,6 +1,8 @@
 # Build switches and the flags that every target of this project is compiled with.
 option(KYR_APPS "Build the kyr command line" ON)
 option(KYR_GSTREAMER "Build the GStreamer player" ON)
+find_package(Qt6 6.4 QUIET COMPONENTS Quick)
+option(KYR_OVERLAY "Build the ad overlay (Qt 6 Quick); on where Qt is installed" ${Qt6Quick_FOUND})
 option(KYR_TESTS "Build the tests and the examples" ON)
 option(KYR_BENCHMARKS "Build the benchmarks" OFF)
 option(KYR_FUZZ "Build the libFuzzer targets (Clang only)" OFF)

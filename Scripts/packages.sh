@@ -8,6 +8,9 @@ KYR_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config ccache ca-certificates gett
 # To play and to make the demo stream.
 KYR_PLAYER_PACKAGES=(gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
   gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x fonts-dejavu-core)
+# The ad overlay; without them everything else is built.
+KYR_OVERLAY_PACKAGES=(qt6-base-dev qt6-declarative-dev libgl-dev qml6-module-qtqml qml6-module-qtqml-workerscript
+  qml6-module-qtquick)
 KYR_TEST_PACKAGES=(libgtest-dev libgmock-dev libboost-dev libssl-dev zlib1g-dev)
 KYR_DEMO_PACKAGES=(python3)
 KYR_BENCHMARK_PACKAGES=(libbenchmark-dev python3)
