@@ -60,7 +60,7 @@ Item {
             id: learnMore
 
             anchors { right: parent.right; rightMargin: look.gap; verticalCenter: parent.verticalCenter }
-            width: learnMoreText.implicitWidth
+            width: Math.ceil(learnMoreText.implicitWidth)
             height: parent.height
             Accessible.role: Accessible.Button
             Accessible.name: look.spoken(title)
@@ -92,7 +92,7 @@ Item {
             bottom: parent.bottom
             bottomMargin: look.buttonWidthHeight + look.gap
         }
-        width: skipText.implicitWidth + 2 * look.gap
+        width: Math.ceil(skipText.implicitWidth) + 2 * look.gap
         Accessible.role: Accessible.Button
         Accessible.name: look.spoken(title)
         Accessible.focusable: visible && enabled

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <QSignalSpy>
 #include <QTest>
 
 #include "OverlayFixture.h"
@@ -27,8 +28,7 @@ class DisplayContainer : public OverlayWindowTest {
 
 TEST_F(DisplayContainer, ShowsTheViewDuringBreaksAndAddsItOnce) {
   const auto session = advance();
-  int additions = 0;
-  QObject::connect(&view(), &QQuickItem::parentChanged, &window, [&] { ++additions; });
+  const QSignalSpy additions(&view(), &QQuickItem::parentChanged);
   EXPECT_EQ(view().parentItem(), nullptr);
   for (int i = 0; i < 2; ++i) {
     session->enterBreak({ad});
@@ -42,7 +42,7 @@ TEST_F(DisplayContainer, ShowsTheViewDuringBreaksAndAddsItOnce) {
     EXPECT_FALSE(view().isVisible());
     EXPECT_EQ(view().parentItem(), stage);
   }
-  EXPECT_EQ(additions, 1);
+  EXPECT_EQ(additions.count(), 1);
   stage->setSize(QSizeF(800, 600));
   EXPECT_EQ(view().size(), QSizeF(800, 600));
 }
