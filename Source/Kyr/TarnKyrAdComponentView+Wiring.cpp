@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <cmath>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -10,6 +8,7 @@
 #include "Kyr/TarnKyrAdComponentView.h"
 #include "Kyr/TarnKyrConstants.h"
 #include "Kyr/TarnKyrSeekPolicy.h"
+#include "Kyr/WholeSeconds.h"
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
 
 namespace {
@@ -56,10 +55,11 @@ CMTime inAdTime(const LifecycleEvent& adProgress) {
 
 /// Seconds to be waited for until the ad can be skipped. The position counts within its minute.
 std::int64_t skipCountdown(const Ad& ad, const LifecycleEvent& adProgress) {
-  const double offset = std::ceil(CMTimeGetSeconds(tarn::lumoAd(ad)->skipOffset()));
-  const double position = std::fmod(std::trunc(CMTimeGetSeconds(inAdTime(adProgress))), 60);
-  const double countdown = offset > position ? offset - position : 0;
-  return static_cast<std::int64_t>(std::min(countdown, 1e18));
+  const CMTime offset = tarn::lumoAd(ad)->skipOffset();
+  const std::int64_t whole = tarn::wholeSeconds(offset);
+  const std::int64_t raised = CMTimeGetSeconds(offset) > static_cast<double>(whole) ? whole + 1 : whole;
+  const std::int64_t position = tarn::wholeSeconds(inAdTime(adProgress)) % 60;
+  return raised > position ? raised - position : 0;
 }
 
 AnalyticsSession analyticsOf(const Ad& ad) {

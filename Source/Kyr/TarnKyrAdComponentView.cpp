@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "Kyr/WholeSeconds.h"
 #include "Platform/LocalizedString.h"
 
 namespace {
@@ -23,12 +24,6 @@ QString localized(const char* key) {
 
 QString localized(const char* key, std::int64_t number) {
   return localized(key).replace(QStringLiteral("%@"), QString::number(number));
-}
-
-std::int64_t wholeSeconds(CMTime time) {
-  constexpr double kMost = 1e18;
-  const double seconds = CMTimeGetSeconds(time);
-  return std::isnan(seconds) ? 0 : static_cast<std::int64_t>(std::clamp(seconds, -kMost, kMost));
 }
 
 QFont systemFont(double size) {
@@ -93,7 +88,7 @@ void TarnKyrAdComponentView::configureButtons() {
 }
 
 QString TarnKyrAdComponentView::formatAdRemainTime(CMTime time) {
-  const std::int64_t seconds = wholeSeconds(time);
+  const std::int64_t seconds = tarn::wholeSeconds(time);
   if (seconds == 0) return localized("Your video will resume now");
   if (seconds == 1) return localized("Your video will resume in %@ second", seconds);
   return localized("Your video will resume in %@ seconds", seconds);
