@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "Kyr/TarnKyrConstants.h"
+#include "Kyr/TarnKyrHostAds.h"
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
 #include "OverlayFixture.h"
 
@@ -198,6 +199,30 @@ TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
   ASSERT_NE(analytics, nullptr);
   EXPECT_EQ((*analytics)->ad(), b);
   EXPECT_THAT(digester->take(), ElementsAre("click-a", "click-b"));
+}
+
+TEST(ClickThroughSignal, PairsEachTouchThatHasAnAdWithItsOwnButton) {
+  const Tarn_RACSubject<TarnPlaybackSession::LifecycleEvent> adEnters;
+  const Tarn_RACInvocations<QQuickItem*> touches;
+  std::vector<std::string> pairs;
+  QQuickItem first;
+  QQuickItem second;
+  TarnKyrAdComponentView::clickThroughURLSignalWithAdEnterSignal(adEnters, touches.signal())
+      .subscribeNext([&](const auto& pair) {
+        pairs.push_back(*std::get<0>(pair)->adId() + (std::get<1>(pair) == &first ? " first" : " second"));
+      });
+  const auto enter = [&adEnters](const AdPlan& plan) {
+    tarn::Dictionary properties;
+    properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyAd, hostAd(makeAd(plan), nullptr));
+    adEnters.sendNext(std::make_shared<const TarnPlaybackSessionLifecycleEvent>(
+        kTarnPlaybackSessionLifecycleEventAdEnter, std::move(properties)));
+  };
+  touches(&first);
+  enter({.hasPage = true, .id = "a"});
+  touches(&second);
+  enter({.id = "b"});
+  touches(&first);
+  EXPECT_THAT(pairs, ElementsAre("a second", "a first"));
 }
 
 TEST_F(AdComponentWiring, EachPlayOfAnAdHasAnAnalyticsSessionOfItsOwn) {
