@@ -11,6 +11,20 @@ namespace {
 
 using LifecycleEvent = TarnPlaybackSession::LifecycleEvent;
 
+using WeakSession = std::weak_ptr<TarnPlaybackSession>;
+
+/// Each session when it has ended.
+Tarn_RACSignal<WeakSession> terminations(
+    const Tarn_RACSignal<TarnKyrAdComponentDisplayContainer::Session>& sessions) {
+  return sessions.flattenMap([](const TarnKyrAdComponentDisplayContainer::Session& session) {
+    return session->lifecycle()
+        .filter([](const LifecycleEvent& event) {
+          return event && event->is(kTarnPlaybackSessionLifecycleEventTerminate);
+        })
+        .map([weak = WeakSession(session)](const auto&) { return weak; });
+  });
+}
+
 /// Whether QML or C++ code has given the object an operation `presentViewController`.
 bool canPresentViewController(const QObject& object) {
   const auto& type = *object.metaObject();
@@ -107,6 +121,10 @@ void TarnKyrAdComponentDisplayContainer::constructSignals(const Tarn_RACSignal<S
       eventsOfType(kTarnPlaybackSessionLifecycleEventAdSequenceExit).subscribeNext([this](const auto&) {
         adComponentView_->setVisible(false);
       }));
+  subscriptions_.add(terminations(sessions).deliverOnMainThread().subscribeNext([this](const auto& ended) {
+    // Ended inside a break, which therefore has no end: its buttons must not stay over what is played next.
+    if (ended.lock() == currentSession_.lock()) adComponentView_->setVisible(false);
+  }));
 }
 
 void TarnKyrAdComponentDisplayContainer::showView() {

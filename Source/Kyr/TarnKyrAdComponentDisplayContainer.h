@@ -25,12 +25,13 @@ class TarnKyrAdComponentDelegate {
 ///     auto container = std::make_shared<TarnKyrAdComponentDisplayContainer>(videoItem, slots);
 ///     controller->addSessionConsumer(container);
 ///
-/// It puts the overlay over the application's item when a break starts, hides it when the break ends, and
-/// handles the viewer's clicks: the player is paused, the item that can present a page is looked for, and the
-/// presenting operation is called, which is the application's to fill. Playback stays paused until the
-/// application resumes it.
+/// It puts the overlay over the application's item when a break starts, hides it when the break ends, or the
+/// session does, and handles the viewer's clicks: the player is paused, the item that can present a page is
+/// looked for, and the presenting operation is called, which is the application's to fill. Playback stays
+/// paused until the application resumes it.
 ///
-/// Main thread; lives as long as the application holds it, and takes the overlay away when it goes.
+/// Main thread; lives as long as the application holds it, at most as long as the `QGuiApplication`, and
+/// takes the overlay away when it goes.
 class TarnKyrAdComponentDisplayContainer : public TarnSessionConsumer {
  public:
   using Session = std::shared_ptr<TarnPlaybackSession>;

@@ -63,6 +63,19 @@ TEST_F(DisplayContainer, FollowsOneSessionAfterAnother) {
   EXPECT_THAT(second->takeCalls(), ElementsAre("pause", "seek 30.2 -0 +0", "play", "pause"));
 }
 
+TEST_F(DisplayContainer, ASessionThatEndsInsideABreakTakesTheOverlayWithIt) {
+  const auto first = advance();
+  play(*first, ad, 6);
+  first->send(kTarnPlaybackSessionLifecycleEventTerminate);
+  runMainQueue();
+  EXPECT_FALSE(view().isVisible());
+  const auto second = advance();
+  play(*second, ad, 6);
+  first->send(kTarnPlaybackSessionLifecycleEventTerminate);
+  runMainQueue();
+  EXPECT_TRUE(view().isVisible()) << "it is another session's by now";
+}
+
 TEST_F(DisplayContainer, AContainerViewThatHasGoneLeavesTheOverlayUnattached) {
   auto session = advance();
   delete stage;

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <QAccessible>
 #include <QGuiApplication>
 #include <QTest>
 
@@ -107,6 +108,30 @@ TEST_F(AdComponentLayout, LetsPressesBesideTheBarAndTheButtonsThrough) {
   EXPECT_TRUE(pressAt(centreOf(skip()) - QPoint(0, static_cast<int>(skip().height()) + 2)));
   skip().setHidden(true);
   EXPECT_TRUE(pressAt(centreOf(skip()))) << "where a button is hidden";
+}
+
+TEST_F(AdComponentLayout, ScreenReadersFindNamesAndRolesAndCanPress) {
+  QAccessible::setActive(true);
+  const auto spoken = [](QQuickItem& item) { return QAccessible::queryAccessibleInterface(&item); };
+  const auto press = [&spoken](QQuickItem& item) {
+    spoken(item)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    runMainQueue();
+  };
+  const auto name = [&spoken](QQuickItem& item) {
+    return spoken(item)->text(QAccessible::Name).toStdString();
+  };
+  EXPECT_EQ(spoken(*view().durationLabel())->role(), QAccessible::StaticText);
+  EXPECT_EQ(name(*view().durationLabel()), "Your video will resume in 30 seconds");
+  EXPECT_EQ(spoken(learnMore())->role(), QAccessible::Button);
+  EXPECT_EQ(name(learnMore()), "Learn More");
+  EXPECT_EQ(name(skip()), "You can skip this ad in 5 seconds");
+  press(skip());
+  EXPECT_TRUE(session->takeCalls().empty()) << "it only counts";
+  progress(*session, makeAd({.skipOffset = 5, .hasPage = true}), 6);
+  EXPECT_EQ(name(skip()), "Skip Ad");
+  press(skip());
+  EXPECT_FALSE(session->takeCalls().empty());
+  QAccessible::setActive(false);
 }
 
 TEST_F(AdComponentLayout, AButtonIsLitWhileAPressLiesOnIt) {
