@@ -9,7 +9,8 @@ namespace tarn::cli {
 
 struct PlayOptions {
   SourceOptions source;
-  bool headless = false;
+  bool headless = false;  ///< In the terminal instead of in a window.
+  bool fullScreen = false;
   std::optional<std::string> script;
   bool json = false;
   std::optional<double> seconds;  ///< Play no longer than this, counted from when there is something to play.

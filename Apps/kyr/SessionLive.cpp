@@ -1,10 +1,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <utility>
+#include <vector>
 
+#include "ControlsState.h"
 #include "EventText.h"
 #include "SessionView.h"
 #include "Text.h"
@@ -17,13 +18,6 @@ constexpr std::size_t kLargestBar = 60;
 /// Kept for what plays, so that the bar does not change its length with it.
 constexpr std::size_t kStatusColumns = 40;
 
-std::string shortClock(CMTime time) {
-  if (!CMTIME_IS_NUMERIC(time)) return "-:--";
-  const auto seconds = static_cast<std::int64_t>(std::max(CMTimeGetSeconds(time), 0.0));
-  if (seconds < 3600) return fmt::format("{}:{:02}", seconds / 60, seconds % 60);
-  return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
-}
-
 class LiveSessionView final : public SessionView {
  public:
   LiveSessionView(ElapsedTime elapsed, const Terminal& terminal)
@@ -34,30 +28,21 @@ class LiveSessionView final : public SessionView {
 
   void loaded(const TarnKyrSession* session) override {
     if (session == nullptr) return;
-    timeline_ = session->timeline();
-    duration_ = timeline_->contentLength();
+    state_.loaded(*session);
     draw();
   }
 
   void lifecycle(const TarnPlaybackSessionLifecycleEvent& event) override {
-    noticePlaying(event);
-    if (event.is(kTarnPlaybackSessionLifecycleEventAdEnter) ||
-        event.is(kTarnPlaybackSessionLifecycleEventAdProgress)) {
-      ad_ = event.ad();
-      adProgress_ = event.adProgress().value_or(kCMTimeZero);
-    }
-    if (event.is(kTarnPlaybackSessionLifecycleEventAdExit)) ad_.reset();
-    if (event.is(kTarnPlaybackSessionLifecycleEventBufferingEnter)) waits_ = true;
-    if (event.is(kTarnPlaybackSessionLifecycleEventBufferingExit)) waits_ = false;
+    state_.lifecycle(event);
     draw();
   }
 
   void progress(CMTime time) override {
-    time_ = time;
+    state_.progress(time);
     draw();
   }
   void duration(CMTime duration) override {
-    duration_ = duration;
+    state_.duration(duration);
     draw();
   }
   void beacon(const URL&) override {
@@ -76,74 +61,45 @@ class LiveSessionView final : public SessionView {
   void finish() override {}
 
  private:
-  /// The Pause that announces a break, and the Play that follows it, are about the content.
-  void noticePlaying(const TarnPlaybackSessionLifecycleEvent& event) {
-    const bool announcesBreak =
-        std::exchange(breakComes_, event.is(kTarnPlaybackSessionLifecycleEventWillPauseForAd));
-    if (event.is(kTarnPlaybackSessionLifecycleEventPlay) ||
-        event.is(kTarnPlaybackSessionLifecycleEventAdResume)) {
-      plays_ = true;
-    }
-    if ((event.is(kTarnPlaybackSessionLifecycleEventPause) && !announcesBreak) ||
-        event.is(kTarnPlaybackSessionLifecycleEventAdPause) ||
-        event.is(kTarnPlaybackSessionLifecycleEventEnd)) {
-      plays_ = false;
-    }
-  }
-
   void draw() const {
     const std::size_t width = terminal_.width - 1;  // a full line would wrap
-    const std::string clocks = clipped(
-        fmt::format("{} {} / {} ", plays_ ? "▶" : "⏸", shortClock(time_), shortClock(duration_)), width);
+    const std::string clocks = clipped(fmt::format("{} {} / {} ", state_.isPlaying() ? "▶" : "⏸",
+                                                   shortClock(state_.time()), shortClock(state_.duration())),
+                                       width);
     const std::size_t besideBar = columns(clocks) + kStatusColumns;
     const std::size_t bar = width >= besideBar + kSmallestBar ? std::min(width - besideBar, kLargestBar) : 0;
     const std::size_t room = width - columns(clocks) - bar;
     const std::string status = room > 1 ? " " + clipped(statusText(), room - 1) : "";
-    print("\r" + clocks + barText(bar) + terminal_.styled(status, ad_ ? Style::ad : Style::plain) + "\x1b[K");
+    print("\r" + clocks + barText(bar) + terminal_.styled(status, state_.ad() ? Style::ad : Style::plain) +
+          "\x1b[K");
     std::fflush(stdout);
   }
 
   [[nodiscard]] std::string statusText() const {
     const std::string sent = counted(beacons_, "beacon");
-    if (!ad_) return fmt::format("{}, {}", waits_ ? "waiting" : "content", sent);
-    return fmt::format("ad {} {} / {}, {}", adName(*ad_), shortClock(adProgress_),
-                       shortClock(ad_->duration()), sent);
+    const auto& ad = state_.ad();
+    if (!ad) return fmt::format("{}, {}", state_.isWaiting() ? "waiting" : "content", sent);
+    return fmt::format("ad {} {} / {}, {}", adName(*ad), shortClock(state_.adProgress()),
+                       shortClock(ad->duration()), sent);
   }
 
   [[nodiscard]] std::string barText(std::size_t width) const {
     if (width == 0) return {};
-    std::string text;
-    const std::size_t reached = cell(time_, width);
-    for (std::size_t i = 0; i < width; ++i) {
-      text += isBreak(i, width) ? terminal_.styled("◆", Style::ad) : i < reached ? "━" : "─";
-    }
-    return text;
+    const std::size_t reached = cell(state_.share(state_.time()), width);
+    std::vector<std::string> cells(width);
+    for (std::size_t i = 0; i < width; ++i) cells[i] = i < reached ? "━" : "─";
+    for (const double share : state_.breakShares())
+      cells[cell(share, width)] = terminal_.styled("◆", Style::ad);
+    return fmt::format("{}", fmt::join(cells, ""));
   }
 
-  [[nodiscard]] bool isBreak(std::size_t index, std::size_t width) const {
-    if (!timeline_) return false;
-    return std::any_of(timeline_->adSequences().begin(), timeline_->adSequences().end(),
-                       [&](const auto& sequence) { return cell(sequence->logicalOffset(), width) == index; });
-  }
-
-  /// Where a content time stands in a bar; a post-roll at its end.
-  [[nodiscard]] std::size_t cell(CMTime time, std::size_t width) const {
-    const double length = CMTimeGetSeconds(duration_);
-    const double share = CMTimeGetSeconds(time) / length;
-    if (!(length > 0) || !(share > 0)) return 0;
-    return static_cast<std::size_t>(std::min(share, 1.0) * static_cast<double>(width - 1));
+  [[nodiscard]] static std::size_t cell(double share, std::size_t width) {
+    return static_cast<std::size_t>(share * static_cast<double>(width - 1));
   }
 
   const Terminal terminal_;
-  std::shared_ptr<const TarnLumoTimeline> timeline_;
-  std::shared_ptr<const TarnAd> ad_;
-  CMTime adProgress_;
-  CMTime time_ = kCMTimeZero;
-  CMTime duration_ = kCMTimeIndefinite;
+  ControlsState state_;
   std::size_t beacons_ = 0;
-  bool plays_ = false;
-  bool waits_ = false;
-  bool breakComes_ = false;
 };
 
 }  // namespace

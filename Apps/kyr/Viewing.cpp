@@ -8,7 +8,6 @@
 #include "Host/TarnPlayerSDKManager.h"
 #include "Kyr/TarnKyrConstants.h"
 #include "Kyr/TarnKyrSessionProvider.h"
-#include "Platform/Queue.h"
 
 namespace tarn::cli {
 namespace {
@@ -96,9 +95,9 @@ Viewing::~Viewing() {
   controller_->terminate();
 }
 
-bool Viewing::begin(const std::function<bool()>& isOver) {
+bool Viewing::begin(const std::function<bool()>& isOver, const RunUntil& runUntil) {
   controller_->begin();
-  const bool isDone = MainQueue::shared().runUntil([&] { return begun_ || isOver(); }, kLoadLimit);
+  const bool isDone = runUntil([&] { return begun_ || isOver(); }, kLoadLimit);
   if (!isDone) error_ = noAnswer(document_);
   return session_ != nullptr;
 }

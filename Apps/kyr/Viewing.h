@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "EventLoop.h"
 #include "Host/TarnPlaybackController.h"
 #include "Kyr/TarnKyrSession.h"
 #include "SessionView.h"
@@ -35,9 +36,18 @@ class Viewing {
   /// Ends without telling the view.
   ~Viewing();
 
-  /// Waits, driving the main queue, until the session has begun or `isOver` answers true. Answers whether
+  /// Is told of the session before it begins. Kept weakly; to be added before `begin`.
+  void addSessionConsumer(std::weak_ptr<TarnSessionConsumer> consumer) {
+    controller_->addSessionConsumer(std::move(consumer));
+  }
+  /// Shows beacons to the view, and sends them if the viewing does.
+  [[nodiscard]] const std::shared_ptr<TarnLumoAnalyticsDigester>& digester() const { return digester_; }
+
+  /// Waits, running the main queue, until the session has begun or `isOver` answers true. Answers whether
   /// there is a session; without one `error` tells why, unless it was over.
-  bool begin(const std::function<bool()>& isOver = [] { return false; });
+  bool begin(
+      const std::function<bool()>& isOver = [] { return false; },
+      const RunUntil& runUntil = runMainQueueUntil);
 
   /// Null before it has begun, and when the document could not be loaded.
   [[nodiscard]] const std::shared_ptr<TarnKyrSession>& session() const { return session_; }

@@ -113,15 +113,20 @@ void addSelect(CLI::App& app, SelectOptions& options, Run& run) {
 void addPlay(CLI::App& app, PlayOptions& options, Run& run) {
   auto* command = app.add_subcommand("play", "Play the stream on the real player and send its beacons");
   addSource(*command, options.source);
-  command->add_flag("--headless", options.headless, "In the terminal, without picture and sound");
+  auto* headless =
+      command->add_flag("--headless", options.headless, "In the terminal, without picture and sound");
+  command->add_flag("--full-screen", options.fullScreen, "In a window over the whole screen")
+      ->excludes(headless);
   command->add_option("--script", options.script, "What the viewer does; without it the stream plays at once")
       ->type_name("FILE");
   command->add_flag("--json", options.json, "Print one JSON object a line");
   checkSeconds(command->add_option("--for", options.seconds, "End after so many seconds of playing"), 0);
   command->footer(
       std::string(kViewingScriptHelp) +
-      "\n\nOn a terminal: space pauses and plays, the left and right arrows seek 10 s, s skips the ad, "
-      "l learns more of it, q quits.\n\n" +
+      "\n\nOn a terminal and in the window: space pauses and plays, the left and right arrows seek 10 s, s "
+      "skips "
+      "the ad, l learns more of it, q quits. In the window also: f and F11 for the full screen, up and down "
+      "for the ad's buttons, Enter for the button that has the focus.\n\n" +
       kFooter);
   command->callback([&options, &run] { run = [&options] { return runPlay(options); }; });
 }

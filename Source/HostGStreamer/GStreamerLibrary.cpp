@@ -24,7 +24,8 @@ constexpr std::array kPackages{
     Package{"aacparse", "gstreamer1.0-plugins-good"},  Package{"openh264enc", "gstreamer1.0-plugins-bad"},
     Package{"voaacenc", "gstreamer1.0-plugins-bad"},   Package{"x264enc", "gstreamer1.0-plugins-ugly"},
     Package{"avenc_aac", "gstreamer1.0-libav"},        Package{"textoverlay", "gstreamer1.0-x"},
-    Package{"timeoverlay", "gstreamer1.0-x"},
+    Package{"timeoverlay", "gstreamer1.0-x"},          Package{"qml6glsink", "gstreamer1.0-qt6"},
+    Package{"glsinkbin", "gstreamer1.0-gl"},           Package{"autoaudiosink", "gstreamer1.0-plugins-good"},
 };
 
 std::string_view packageOf(std::string_view factory) {

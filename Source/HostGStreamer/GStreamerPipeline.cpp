@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Host/TarnPlayer.h"
+#include "HostGStreamer/GStreamerPlayer.h"
 #include "HostGStreamer/Internal/GStreamerLibrary.h"
 
 namespace tarn {
@@ -192,7 +193,26 @@ void onElementAdded(GstBin* /*pipeline*/, GstBin* /*parent*/, GstElement* elemen
   static_cast<BusListener*>(listener)->hearOfElement(element);
 }
 
+/// Draws into a texture that the item's window shows, uploading what a decoder leaves in memory.
+Result<GstObjectPtr<GstElement>> makeQuickVideoSink(void* item) {
+  auto bin = makeGStreamerElement("glsinkbin");
+  if (!bin) return bin.error();
+  auto sink = makeGStreamerElement("qml6glsink");
+  if (!sink) return sink.error();
+  g_object_set(sink->get(), "widget", item, nullptr);
+  g_object_set(bin->get(), "sink", sink->get(), nullptr);
+  return bin;
+}
+
 }  // namespace
+
+Result<void> prepareQuickVideo() {
+  const auto started = startGStreamer();
+  if (!started) return started.error();
+  // The item is made known to QML when the first of its sinks is made.
+  if (const auto sink = makeGStreamerElement("qml6glsink"); !sink) return sink.error();
+  return requireGStreamerElement("glsinkbin");
+}
 
 struct GStreamerPipeline::Handles {
   Handles(GstObjectPtr<GstElement> element, OnEvent onEvent)
@@ -215,8 +235,7 @@ struct GStreamerPipeline::Handles {
 };
 
 Result<std::unique_ptr<GStreamerPipeline>> GStreamerPipeline::make(const URL& url,
-                                                                   const std::string& videoSink,
-                                                                   const std::string& audioSink,
+                                                                   const GStreamerSinks& sinks,
                                                                    OnEvent onEvent) {
   const auto started = startGStreamer();
   if (!started) return started.error();
@@ -225,9 +244,10 @@ Result<std::unique_ptr<GStreamerPipeline>> GStreamerPipeline::make(const URL& ur
 
   auto playbin = makeGStreamerElement("playbin3");
   if (!playbin) return playbin.error();
-  auto video = makeGStreamerElement(videoSink);
+  auto video =
+      sinks.quickVideoItem ? makeQuickVideoSink(sinks.quickVideoItem) : makeGStreamerElement(sinks.video);
   if (!video) return video.error();
-  auto audio = makeGStreamerElement(audioSink);
+  auto audio = makeGStreamerElement(sinks.audio);
   if (!audio) return audio.error();
   for (const auto& sink : {video->get(), audio->get()}) {
     if (g_object_class_find_property(G_OBJECT_GET_CLASS(sink), "sync")) {

@@ -155,7 +155,8 @@ void GStreamerPlayer::openPipeline() {
       if (!turn.isOver() && pipeline_) handle(event);
     });
   };
-  auto pipeline = GStreamerPipeline::make(*url_, options_.videoSink, options_.audioSink, deliver);
+  const GStreamerSinks sinks{options_.videoSink, options_.audioSink, options_.quickVideoItem};
+  auto pipeline = GStreamerPipeline::make(*url_, sinks, deliver);
   if (!pipeline) return onNextTurn([this, cause = pipeline.error()] { failWithCause(cause); });
   pipeline_ = std::move(*pipeline);
   updateTicker();

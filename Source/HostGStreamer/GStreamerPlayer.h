@@ -8,6 +8,7 @@
 
 #include "Host/TarnPlayer.h"
 #include "HostGStreamer/Ticker.h"
+#include "Platform/Result.h"
 
 namespace tarn {
 
@@ -19,6 +20,9 @@ struct GStreamerPlayerOptions {
   /// Element factories. The default renders nothing, in real time: no display and no sound device needed.
   std::string videoSink = "fakesink";
   std::string audioSink = "fakesink";
+  /// A `GstGLQt6VideoItem` (see `prepareQuickVideo`), which then shows the picture in place of `videoSink`.
+  /// Its window has drawn a first frame, with OpenGL, before anything is loaded. May go before the player.
+  void* quickVideoItem = nullptr;
   /// Between two reports of the playhead.
   std::chrono::milliseconds reportInterval{250};
   /// How long an item may take until it is ready.
@@ -26,6 +30,11 @@ struct GStreamerPlayerOptions {
   /// How long the playhead may stand still while it should move, and how long a seek may take.
   std::chrono::milliseconds stallLimit{15'000};
 };
+
+/// Brings in GStreamer's item for Qt Quick: afterwards QML can import
+/// `org.freedesktop.gstreamer.Qt6GLVideoItem 1.0`. The error names what is not installed. Main thread; Qt is
+/// named by no other part of this layer.
+[[nodiscard]] Result<void> prepareQuickVideo();
 
 /// The player of this system on Linux: GStreamer's playbin3 with the adaptive HLS demuxer, playing against
 /// the system's clock. Needs no event loop but the main queue's.

@@ -40,6 +40,13 @@ enum class GStreamerSeekMode {
   keyUnitNearest,
 };
 
+/// Factories of its sinks, and where the picture goes: to the item of Qt Quick, if there is one.
+struct GStreamerSinks {
+  std::string video;
+  std::string audio;
+  void* quickVideoItem = nullptr;
+};
+
 /// One playbin3 with one URI, the only place that talks to GStreamer's player.
 ///
 /// Belongs to one thread, except that `onEvent` is called on GStreamer's threads, until the pipeline has been
@@ -50,8 +57,7 @@ class GStreamerPipeline {
 
   /// A paused pipeline that begins to load. Errors: an element is missing, or a sink cannot be opened.
   [[nodiscard]] static Result<std::unique_ptr<GStreamerPipeline>> make(const URL& url,
-                                                                       const std::string& videoSink,
-                                                                       const std::string& audioSink,
+                                                                       const GStreamerSinks& sinks,
                                                                        OnEvent onEvent);
   GStreamerPipeline(const GStreamerPipeline&) = delete;
   GStreamerPipeline& operator=(const GStreamerPipeline&) = delete;

@@ -1,0 +1,205 @@
+#include "Window/PlayWindow.h"
+
+#include <libintl.h>
+
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QQmlError>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QTimer>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+#include "Kyr/QtMainQueue.h"
+#include "Kyr/TarnKyrAdComponentDisplayContainer.h"
+#include "Platform/Log.h"
+#include "Report.h"
+#include "Window/WindowControls.h"
+
+namespace tarn::cli {
+namespace {
+
+constexpr QSize kSize(1280, 720);
+/// The driver has been asked; what is slow is a machine that draws in software.
+constexpr std::chrono::seconds kFirstFrameLimit{30};
+
+Error noWindow(const QString& reason) {
+  Error error;
+  error.domain = "kyr.window";
+  error.code = 1;
+  error.description = "No window could be opened; --headless plays in the terminal";
+  if (!reason.isEmpty()) error.failureReason = reason.toStdString();
+  return error;
+}
+
+/// Qt's own words go to the log, except its last ones.
+class QtMessages {
+ public:
+  explicit QtMessages(bool json) {
+    json_ = json;
+    previous_ = qInstallMessageHandler(&QtMessages::handle);
+  }
+  QtMessages(const QtMessages&) = delete;
+  QtMessages& operator=(const QtMessages&) = delete;
+  ~QtMessages() { qInstallMessageHandler(previous_); }
+
+ private:
+  static void handle(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
+    if (type != QtFatalMsg) return MHLog(2, text.toStdString());
+    const int status = reportFailure(noWindow(text.section('\n', 0, 0)), json_);
+    std::fflush(stdout);
+    std::_Exit(status);  // when this returns, Qt aborts
+  }
+
+  inline static bool json_ = false;
+  QtMessageHandler previous_;
+};
+
+/// The application's object, in the numbers of the C locale and the texts of the viewer's.
+class QtApplication {
+ public:
+  QtApplication() : application_(count_, arguments_) {
+    std::setlocale(LC_NUMERIC, "C");
+    bindtextdomain("kyr", KYR_LANGUAGES);
+    bind_textdomain_codeset("kyr", "UTF-8");
+    textdomain("kyr");
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("kyr"));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+  }
+
+ private:
+  char name_[4] = "kyr";
+  char* arguments_[2] = {name_, nullptr};
+  int count_ = 1;
+  QGuiApplication application_;
+};
+
+}  // namespace
+
+/// In the order in which the pieces need one another.
+class PlayWindow::Stage {
+ public:
+  explicit Stage(bool json) : messages_(json) {}
+  Stage(const Stage&) = delete;
+  Stage& operator=(const Stage&) = delete;
+  ~Stage() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+
+  Result<void> open(bool fullScreen);
+  bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
+
+  [[nodiscard]] WindowControls& controls() { return controls_; }
+  [[nodiscard]] QQuickView& view() { return view_; }
+  [[nodiscard]] QQuickItem* part(const char* name) const {
+    return view_.rootObject()->property(name).value<QQuickItem*>();
+  }
+
+ private:
+  void connectControls();
+
+  QtMessages messages_;
+  QtApplication application_;
+  QtMainQueue mainQueue_;
+  WindowControls controls_;
+  QQuickView view_;
+};
+
+Result<void> PlayWindow::Stage::open(bool fullScreen) {
+  view_.setColor(Qt::black);
+  view_.setResizeMode(QQuickView::SizeRootObjectToView);
+  view_.setInitialProperties({{QStringLiteral("player"), QVariant::fromValue<QObject*>(&controls_)}});
+  view_.setSource(QUrl(QStringLiteral("qrc:/kyr/window/PlayWindow.qml")));
+  if (view_.status() != QQuickView::Ready)
+    return noWindow(view_.errors().isEmpty() ? QString() : view_.errors().front().toString());
+  connectControls();
+
+  std::optional<QString> failure;
+  bool drawn = false;
+  QObject::connect(&view_, &QQuickWindow::sceneGraphError, &controls_,
+                   [&failure](auto, const QString& text) { failure = text; });
+  const auto firstFrame =
+      QObject::connect(&view_, &QQuickWindow::frameSwapped, &controls_, [&drawn] { drawn = true; });
+  view_.resize(kSize);
+  fullScreen ? view_.showFullScreen() : view_.show();
+  runUntil([&] { return drawn || failure; }, kFirstFrameLimit);
+  QObject::disconnect(firstFrame);
+  if (failure) return noWindow(*failure);
+  return {};
+}
+
+void PlayWindow::Stage::connectControls() {
+  const auto showNormally = [this] {
+    if (view_.visibility() == QWindow::FullScreen) view_.showNormal();
+  };
+  QObject::connect(&controls_, &WindowControls::fullScreenLeft, &view_, showNormally);
+  QObject::connect(&controls_, &WindowControls::fullScreenToggled, &view_, [this, showNormally] {
+    view_.visibility() == QWindow::FullScreen ? showNormally() : view_.showFullScreen();
+  });
+  QObject::connect(qGuiApp, &QGuiApplication::lastWindowClosed, &controls_,
+                   [this] { controls_.press(Qt::Key_Q, false); });
+}
+
+bool PlayWindow::Stage::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
+  QTimer alarm;
+  bool late = false;
+  QObject::connect(&alarm, &QTimer::timeout, [&late] { late = true; });
+  alarm.setSingleShot(true);
+  alarm.start(limit);
+  QEventLoop loop;
+  while (!done() && !late) {
+    loop.processEvents(QEventLoop::WaitForMoreEvents);
+    QCoreApplication::sendPostedEvents(nullptr,
+                                       QEvent::DeferredDelete);  // no loop of Qt's own ever ends here
+  }
+  return done();
+}
+
+Result<std::unique_ptr<PlayWindow>> PlayWindow::open(bool fullScreen, bool json) {
+  if (const auto prepared = prepareQuickVideo(); !prepared) return prepared.error();
+  QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);  // GStreamer shares its textures
+  auto stage = std::make_unique<Stage>(json);
+  if (const auto opened = stage->open(fullScreen); !opened) return opened.error();
+  return std::unique_ptr<PlayWindow>(new PlayWindow(std::move(stage)));
+}
+
+PlayWindow::PlayWindow(std::unique_ptr<Stage> stage) : stage_(std::move(stage)) {}
+
+PlayWindow::~PlayWindow() = default;
+
+void PlayWindow::setHandlers(Handlers handlers) {
+  stage_->controls().setHandlers(std::move(handlers));
+}
+
+SessionView& PlayWindow::view() {
+  return stage_->controls();
+}
+
+GStreamerPlayerOptions PlayWindow::playerOptions() const {
+  return {.audioSink = "autoaudiosink", .quickVideoItem = stage_->part("video")};
+}
+
+std::shared_ptr<TarnSessionConsumer> PlayWindow::makeOverlay(
+    std::shared_ptr<TarnLumoAnalyticsDigester> digester) {
+  const auto overlay = std::make_shared<TarnKyrAdComponentDisplayContainer>(
+      stage_->part("stage"), TarnKyrAdComponentDisplayContainer::CompanionSlots(), std::move(digester));
+  overlay->setPagePresenter([](QObject* viewController, const auto&, const URL& page, const auto&) {
+    QMetaObject::invokeMethod(viewController, "presentViewController",
+                              Q_ARG(QVariant, QString::fromStdString(page.absoluteString())));
+  });
+  auto* const learnMore = overlay->adComponentView()->learnMoreButton();
+  QObject::connect(&stage_->controls(), &WindowControls::learnMoreAsked, learnMore,
+                   [learnMore] { learnMore->click(); });
+  return overlay;
+}
+
+bool PlayWindow::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
+  return stage_->runUntil(done, limit);
+}
+
+void PlayWindow::hide() {
+  stage_->view().hide();
+}
+
+}  // namespace tarn::cli
