@@ -64,8 +64,8 @@ Result<std::string> describe(const std::vector<TestPicture>& pictures, const Tes
   std::string text = fmt::format(
       "splitmuxsink name=files muxer-factory=mpegtsmux reset-muxer=false send-keyframe-requests=true "
       "max-size-time={} "
-      "concat name=picture ! timeoverlay time-mode=running-time halignment=right valignment=bottom "
-      "font-desc=\"Sans 9\" "
+      "concat name=picture ! timeoverlay time-mode=running-time halignment=center valignment=bottom "
+      "ypad=45 font-desc=\"Sans 9\" "
       "text=\"stream\" shaded-background=true ! videoconvert ! {} ! h264parse config-interval=-1 ! "
       "files.video "
       "concat name=sound ! audioconvert ! {} ! aacparse ! files.audio_0 ",
@@ -79,7 +79,8 @@ Result<std::string> describe(const std::vector<TestPicture>& pictures, const Tes
         "videotestsrc pattern={} foreground-color={} background-color={} num-buffers={} "
         "! video/x-raw,format=I420,width={},height={},framerate={}/1 "
         "! textoverlay name=title{} valignment=center font-desc=\"Sans Bold 24\" "
-        "! timeoverlay time-mode=buffer-time halignment=center valignment=top font-desc=\"Sans 14\" "
+        "! timeoverlay time-mode=buffer-time halignment=center valignment=center deltay=45 font-desc=\"Sans "
+        "14\" "
         "! picture. "
         "audiotestsrc freq={} volume=0.05 samplesperbuffer={} num-buffers={} "
         "! audio/x-raw,rate=48000,channels=2 ! sound. ",

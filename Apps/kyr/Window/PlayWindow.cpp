@@ -35,11 +35,12 @@ Error noWindow(const QString& reason) {
   return error;
 }
 
-/// Qt's own words go to the log, except its last ones.
+/// Qt's own words go to the log, except when they are its last: then the first of them told why.
 class QtMessages {
  public:
   explicit QtMessages(bool json) {
     json_ = json;
+    first_.clear();
     previous_ = qInstallMessageHandler(&QtMessages::handle);
   }
   QtMessages(const QtMessages&) = delete;
@@ -48,13 +49,15 @@ class QtMessages {
 
  private:
   static void handle(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
+    if (first_.isEmpty()) first_ = text.trimmed();
     if (type != QtFatalMsg) return MHLog(2, text.toStdString());
-    const int status = reportFailure(noWindow(text.section('\n', 0, 0)), json_);
+    const int status = reportFailure(noWindow(first_), json_);
     std::fflush(stdout);
     std::_Exit(status);  // when this returns, Qt aborts
   }
 
   inline static bool json_ = false;
+  inline static QString first_;
   QtMessageHandler previous_;
 };
 
@@ -123,6 +126,7 @@ Result<void> PlayWindow::Stage::open(bool fullScreen) {
       QObject::connect(&view_, &QQuickWindow::frameSwapped, &controls_, [&drawn] { drawn = true; });
   view_.resize(kSize);
   fullScreen ? view_.showFullScreen() : view_.show();
+  view_.requestActivate();  // a set-top may have no window manager that would give it the keys
   runUntil([&] { return drawn || failure; }, kFirstFrameLimit);
   QObject::disconnect(firstFrame);
   if (failure) return noWindow(*failure);
@@ -157,6 +161,8 @@ bool PlayWindow::Stage::runUntil(const std::function<bool()>& done, std::chrono:
 }
 
 Result<std::unique_ptr<PlayWindow>> PlayWindow::open(bool fullScreen, bool json) {
+  setenv("GST_PLUGIN_FEATURE_RANK", "openalsink:NONE",
+         0);  // where there is no sound it writes of it at length
   if (const auto prepared = prepareQuickVideo(); !prepared) return prepared.error();
   QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);  // GStreamer shares its textures
   auto stage = std::make_unique<Stage>(json);

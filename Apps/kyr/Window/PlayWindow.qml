@@ -33,7 +33,7 @@ Item {
     MouseArea {
         anchors.fill: parent
         hoverEnabled: true
-        cursorShape: transport.shown ? Qt.ArrowCursor : Qt.BlankCursor
+        cursorShape: transport.isAwake ? Qt.ArrowCursor : Qt.BlankCursor
         onPositionChanged: transport.wake()
         onClicked: root.player.togglePlaying()
         onDoubleClicked: root.player.press(Qt.Key_F, false)
