@@ -33,10 +33,18 @@ Item {
     MouseArea {
         anchors.fill: parent
         hoverEnabled: true
-        cursorShape: transport.isAwake ? Qt.ArrowCursor : Qt.BlankCursor
-        onPositionChanged: transport.wake()
+        cursorShape: pointerMoved.running ? Qt.ArrowCursor : Qt.BlankCursor
+        onPositionChanged: {
+            pointerMoved.restart()
+            transport.wake()
+        }
         onClicked: root.player.togglePlaying()
         onDoubleClicked: root.player.press(Qt.Key_F, false)
+    }
+
+    Timer {
+        id: pointerMoved
+        interval: 4000
     }
 
     TransportBar {

@@ -9,8 +9,7 @@ Item {
     // Whether it goes when nobody has pressed or moved anything for a while.
     required property bool hides
 
-    readonly property alias isAwake: awake.running
-    readonly property bool shown: !hides || !player.playing || isAwake
+    readonly property bool shown: !hides || !player.playing || awake.running
     readonly property color breakColor: "#f5b301"
 
     function wake() {

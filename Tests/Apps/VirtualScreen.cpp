@@ -1,0 +1,148 @@
+#include "VirtualScreen.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <map>
+#include <thread>
+#include <tuple>
+#include <utility>
+
+namespace tarn::test {
+namespace {
+
+constexpr std::chrono::seconds kPatience{15};
+constexpr int kTolerance = 6;  // of a colour that has been through an encoder
+
+bool isInstalled(const char* program) {
+  return std::system((std::string("command -v ") + program + " >/dev/null").c_str()) == 0;
+}
+
+/// A number of an X window dump (X11/XWDFile.h), which begins with a header of numbers.
+std::size_t headerNumber(const std::string& dump, std::size_t index) {
+  std::size_t number = 0;
+  for (std::size_t i = 0; i < 4; ++i)
+    number = number << 8U | static_cast<unsigned char>(dump.at(index * 4 + i));
+  return number;
+}
+
+}  // namespace
+
+Colour Colour::dimmed(double share) const {
+  const auto dim = [share](int value) { return static_cast<int>(value * share + 0.5); };
+  return {dim(red), dim(green), dim(blue)};
+}
+
+bool Colour::isNear(const Colour& other) const {
+  return std::abs(red - other.red) <= kTolerance && std::abs(green - other.green) <= kTolerance &&
+         std::abs(blue - other.blue) <= kTolerance;
+}
+
+Frame::Frame(int width, int height, std::vector<Colour> pixels)
+    : width_(width), height_(height), pixels_(std::move(pixels)) {}
+
+const Colour& Frame::at(int x, int y) const {
+  return pixels_.at(static_cast<std::size_t>(y * width_ + x));
+}
+
+int Frame::count(const Area& area, const Colour& colour) const {
+  int found = 0;
+  for (int y = area.top; y < area.top + area.height; ++y) {
+    for (int x = area.left; x < area.left + area.width; ++x) found += at(x, y).isNear(colour) ? 1 : 0;
+  }
+  return found;
+}
+
+Colour Frame::background(const Area& area) const {
+  std::map<std::tuple<int, int, int>, int> pixels;
+  for (int y = area.top; y < area.top + area.height; ++y) {
+    for (int x = area.left; x < area.left + area.width; ++x) {
+      const auto& colour = at(x, y);
+      ++pixels[{colour.red, colour.green, colour.blue}];
+    }
+  }
+  const auto most = std::max_element(pixels.begin(), pixels.end(),
+                                     [](const auto& a, const auto& b) { return a.second < b.second; });
+  const auto& [red, green, blue] = most->first;
+  return {red, green, blue};
+}
+
+std::string VirtualScreen::whatIsMissing() {
+  for (const char* const program : {"Xvfb", "xdotool"}) {
+    if (!isInstalled(program)) return std::string(program) + " is not installed: no screen to look at";
+  }
+  return {};
+}
+
+VirtualScreen::VirtualScreen() {
+  std::array<int, 2> ends{};
+  if (pipe(ends.data()) != 0) return;
+  server_ = fork();
+  if (server_ == 0) {
+    const std::string readyEnd = std::to_string(ends[1]);
+    close(ends[0]);
+    execlp("Xvfb", "Xvfb", "-displayfd", readyEnd.c_str(), "-screen", "0", "1280x720x24", "-fbdir",
+           memory_.path("").c_str(), "-nocursor", "-nolisten", "tcp", nullptr);
+    _exit(127);
+  }
+  close(ends[1]);
+  std::string number;
+  char byte = 0;
+  while (read(ends[0], &byte, 1) == 1 && byte != '\n') number += byte;
+  close(ends[0]);
+  EXPECT_FALSE(number.empty()) << "Xvfb did not start";
+  setenv("DISPLAY", (":" + number).c_str(), 1);
+}
+
+VirtualScreen::~VirtualScreen() {
+  kill(server_, SIGTERM);
+  waitpid(server_, nullptr, 0);
+  unsetenv("DISPLAY");
+}
+
+/// Xvfb keeps its memory in a file: an X window dump with four bytes a pixel, blue first.
+Frame VirtualScreen::frame() const {
+  const std::string dump = readFile(memory_.path("Xvfb_screen0"));
+  const std::size_t width = headerNumber(dump, 4);
+  const std::size_t height = headerNumber(dump, 5);
+  const std::size_t bytesPerLine = headerNumber(dump, 12);
+  constexpr std::size_t kColourMapEntry = 12;
+  const std::size_t begin = headerNumber(dump, 0) + headerNumber(dump, 19) * kColourMapEntry;
+  std::vector<Colour> pixels;
+  pixels.reserve(width * height);
+  for (std::size_t y = 0; y < height; ++y) {
+    for (std::size_t x = 0; x < width; ++x) {
+      const auto* const pixel =
+          reinterpret_cast<const unsigned char*>(&dump.at(begin + y * bytesPerLine + x * 4));
+      pixels.push_back({pixel[2], pixel[1], pixel[0]});
+    }
+  }
+  return {static_cast<int>(width), static_cast<int>(height), std::move(pixels)};
+}
+
+bool VirtualScreen::comesToShow(const std::function<bool(const Frame&)>& wanted) const {
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  while (std::chrono::steady_clock::now() < end) {
+    if (wanted(frame())) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // a screen does not tell that it has changed
+  }
+  return false;
+}
+
+void VirtualScreen::pressKey(const std::string& key) const {
+  EXPECT_EQ(std::system(("xdotool key " + key).c_str()), 0);
+}
+
+void VirtualScreen::click(int x, int y) const {
+  EXPECT_EQ(
+      std::system(("xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) + " click 1").c_str()),
+      0);
+}
+
+}  // namespace tarn::test

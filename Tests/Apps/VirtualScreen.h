@@ -1,0 +1,70 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "KyrProcess.h"
+
+namespace tarn::test {
+
+struct Colour {
+  int red = 0;
+  int green = 0;
+  int blue = 0;
+
+  [[nodiscard]] Colour dimmed(double share) const;
+  [[nodiscard]] bool isNear(const Colour& other) const;
+};
+
+struct Area {
+  int left = 0;
+  int top = 0;
+  int width = 0;
+  int height = 0;
+};
+
+/// What a screen showed at one moment.
+class Frame {
+ public:
+  Frame(int width, int height, std::vector<Colour> pixels);
+
+  [[nodiscard]] const Colour& at(int x, int y) const;
+  /// How many pixels of the area are of the colour, or near it.
+  [[nodiscard]] int count(const Area& area, const Colour& colour) const;
+  /// The colour of most of the area's pixels.
+  [[nodiscard]] Colour background(const Area& area) const;
+
+ private:
+  int width_;
+  int height_;
+  std::vector<Colour> pixels_;
+};
+
+/// An X server of its own with a screen of 1280×720 that nobody sees (Xvfb), for programs started from here.
+class VirtualScreen {
+ public:
+  /// What is missing for one, as a sentence; empty for nothing.
+  [[nodiscard]] static std::string whatIsMissing();
+
+  VirtualScreen();
+  VirtualScreen(const VirtualScreen&) = delete;
+  VirtualScreen& operator=(const VirtualScreen&) = delete;
+  ~VirtualScreen();
+
+  [[nodiscard]] Frame frame() const;
+  /// Looks until it shows what is asked for. False: it never did.
+  [[nodiscard]] bool comesToShow(const std::function<bool(const Frame&)>& wanted) const;
+  /// As a keyboard does, in X's names.
+  void pressKey(const std::string& key) const;
+  void click(int x, int y) const;
+
+ private:
+  ScratchFolder memory_;
+  pid_t server_ = -1;
+};
+
+}  // namespace tarn::test

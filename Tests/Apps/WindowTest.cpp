@@ -1,0 +1,103 @@
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <string>
+
+#include "KyrProcess.h"
+#include "KyrService.h"
+#include "SessionRecords.h"
+#include "Terminal.h"
+#include "VirtualScreen.h"
+
+namespace tarn::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+// Of a window of 1280×720, two pixels a point. The top bar between its label and its button, the picture
+// beneath it, where the texts stand, the skip button, the transport bar's track.
+constexpr Area kBar{500, 2, 580, 56};
+constexpr Area kPicture{20, 100, 200, 400};
+constexpr Area kLabel{10, 2, 420, 56};
+constexpr Area kLearnMore{1130, 2, 140, 56};
+constexpr Area kSkip{1126, 584, 146, 68};
+constexpr Area kTrack{130, 680, 1060, 20};
+
+constexpr Colour kWhite{255, 255, 255};
+constexpr Colour kBorder{128, 128, 128};
+constexpr Colour kBreak{0xf5, 0xb3, 0x01};
+constexpr double kUnderOverlay = 0.4;
+
+bool hasBar(const Frame& frame) {
+  return frame.background(kBar).isNear(frame.background(kPicture).dimmed(kUnderOverlay)) &&
+         frame.count(kLabel, kWhite) > 100 && frame.count(kLearnMore, kWhite) > 100;
+}
+
+bool hasSkipButton(const Frame& frame) {
+  return frame.background(kSkip).isNear(frame.background(kPicture).dimmed(kUnderOverlay)) &&
+         frame.count(kSkip, kWhite) > 100;
+}
+
+bool hasBorder(const Frame& frame) {
+  return frame.count(kSkip, kBorder) > 200;
+}
+
+bool hasNoOverlay(const Frame& frame) {
+  const Colour picture = frame.background(kPicture);
+  return picture.isNear(frame.background(kBar)) && picture.isNear(frame.background(kSkip)) &&
+         frame.count(kLabel, kWhite) == 0 && frame.count(kLearnMore, kWhite) == 0 &&
+         frame.count(kSkip, kWhite) == 0;
+}
+
+class WindowTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (const auto missing = VirtualScreen::whatIsMissing(); !missing.empty()) GTEST_SKIP() << missing;
+  }
+};
+
+// 0          14         22          34
+// | content  | kyr-travel | content | …
+TEST_F(WindowTest, ShowsTheOverlayWhileAnAdPlaysAndObeysTheKeys) {
+  const VirtualScreen screen;
+  KyrService service;
+  Terminal terminal({"play", service.url("/vmap/skippable.xml")});
+  terminal.waitFor("▶ 0:01 / 0:38");
+  EXPECT_TRUE(screen.comesToShow([](const Frame& frame) { return frame.count(kTrack, kWhite) > 50; }));
+  EXPECT_TRUE(hasNoOverlay(screen.frame()));
+  EXPECT_GT(screen.frame().count(kTrack, kBreak), 50);
+
+  screen.pressKey("Right");  // to a second before the break
+  terminal.waitFor("ad kyr-travel 0:01");
+  EXPECT_TRUE(screen.comesToShow([](const Frame& frame) { return hasBar(frame) && hasSkipButton(frame); }));
+  EXPECT_FALSE(hasBorder(screen.frame())) << "it still counts";
+  screen.pressKey("Return");  // meant for the player
+  terminal.waitFor("⏸");
+  screen.pressKey("space");
+  terminal.waitFor("ad kyr-travel 0:03");
+  EXPECT_TRUE(screen.comesToShow(hasBorder));
+  EXPECT_TRUE(hasBar(screen.frame()));
+
+  screen.pressKey("Down");
+  screen.pressKey("Return");
+  terminal.waitFor("▶ 0:14 / 0:38");
+  EXPECT_TRUE(screen.comesToShow(hasNoOverlay));
+  screen.click(958, 690);  // at 30 s
+  terminal.waitFor("▶ 0:30 / 0:38");
+  EXPECT_TRUE(hasNoOverlay(screen.frame()));
+  screen.pressKey("q");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+TEST(WindowCallTest, TellsOfTheTerminalWhereThereIsNoDisplay) {
+  for (const char* const variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) unsetenv(variable);
+  const auto outcome = runKyr({"play", documentPath("worked.vmap"), "--json"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("--headless"));
+  EXPECT_EQ(parseRecords(outcome.out).back()["error"]["domain"], "kyr.window");
+  EXPECT_EQ(runKyr({"play", documentPath("worked.vmap"), "--headless", "--full-screen"}).status, 2);
+}
+
+}  // namespace
+}  // namespace tarn::test
