@@ -7,32 +7,16 @@ against what `demo_story.py` works out from the document: not by the code that s
 import argparse
 import json
 import pathlib
-import re
 import subprocess
 import sys
 import time
 import urllib.request
 
 import demo_story
+from demo_service import start_service
 
 SCRIPT = pathlib.Path(__file__).parent.parent / "Samples" / "demo.script"
 TIME_LIMIT = "115"  # seconds
-
-
-def fail(message):
-    print(f"\nDEMO FAILED: {message}")
-    sys.exit(1)
-
-
-def start_service(kyr, media):
-    command = [kyr, "serve", "--port", "0"] + (["--media", media] if media else [])
-    service = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
-    for line in service.stdout:
-        print("  " + line.rstrip())
-        found = re.search(r"http://127\.0\.0\.1:\d+/vmap/demo\.xml", line)
-        if found:
-            return service, found.group(0)
-    fail("the demo service did not start")
 
 
 def output_of(*command):
@@ -46,8 +30,8 @@ def show(record, story):
         print(f"  {record['at']:7.2f} s  {seen:44} {happened}".rstrip())
 
 
-def play(kyr, url, story):
-    command = [kyr, "play", url, "--headless", "--json", "--script", str(SCRIPT), "--for", TIME_LIMIT]
+def play(kyr, url, window, story):
+    command = [kyr, "play", url, "--json", "--script", str(SCRIPT), "--for", TIME_LIMIT] + ([] if window else ["--headless"])
     player = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
     print(f"  {'':9}  {'the application':44} the stream")
     records = []
@@ -62,12 +46,12 @@ def received_by(base):
     return [url if url.startswith("http") else base + url for url in urls]
 
 
-def run(kyr, url):
+def run(kyr, url, window):
     timeline = json.loads(output_of(kyr, "inspect", url, "--json"))
     print(f"==> Playing {timeline['payloadLength']:.0f} s: {timeline['contentLength']:.0f} s of content, "
           f"{sum(len(sequence['ads']) for sequence in timeline['adSequences'])} ads")
     started = time.monotonic()
-    status, records = play(kyr, url, demo_story.Story(timeline))
+    status, records = play(kyr, url, window, demo_story.Story(timeline))
     print(f"==> Played in {time.monotonic() - started:.1f} s")
     if status != 0:
         return False  # the player has told why
@@ -84,12 +68,13 @@ def main():
     options = argparse.ArgumentParser(description="Plays the demo stream and checks what the application and the service saw.")
     options.add_argument("--kyr", required=True, help="the kyr program")
     options.add_argument("--media", help="where the demo stream is kept")
+    options.add_argument("--window", action="store_true", help="play in a window, with picture, sound and the ad overlay")
     arguments = options.parse_args()
 
     print("==> Starting the demo ad-insertion service")
     service, url = start_service(arguments.kyr, arguments.media)
     try:
-        good = run(arguments.kyr, url)
+        good = run(arguments.kyr, url, arguments.window)
     finally:
         service.terminate()
         service.wait()

@@ -11,6 +11,10 @@ KYR_PLAYER_PACKAGES=(gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstream
 # The ad overlay; without them everything else is built.
 KYR_OVERLAY_PACKAGES=(qt6-base-dev qt6-declarative-dev libgl-dev qml6-module-qtqml qml6-module-qtqml-workerscript
   qml6-module-qtquick)
+# The window of kyr play: picture, sound, and OpenGL where there is no GPU.
+KYR_WINDOW_PACKAGES=(gstreamer1.0-qt6 gstreamer1.0-gl gstreamer1.0-alsa gstreamer1.0-pulseaudio libgl1-mesa-dri libqt6svg6)
+# To look at the window where nobody sits before it.
+KYR_SCREEN_PACKAGES=(xvfb xdotool)
 KYR_TEST_PACKAGES=(libgtest-dev libgmock-dev libboost-dev libssl-dev zlib1g-dev)
 KYR_DEMO_PACKAGES=(python3)
 KYR_BENCHMARK_PACKAGES=(libbenchmark-dev python3)
@@ -44,10 +48,10 @@ build_preset() {
   cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
-# build_demo: the optimised command line, without tests, in build/demo.
+# build_demo [OPTION…]: the optimised command line, without tests, in build/demo. Options are those of cmake.
 build_demo() {
   echo "==> Building"
   mkdir -p build
-  cmake -S . -B build/demo -G Ninja -DCMAKE_BUILD_TYPE=Release -DKYR_TESTS=OFF >build/demo.log 2>&1 || { cat build/demo.log; return 1; }
+  cmake -S . -B build/demo -G Ninja -DCMAKE_BUILD_TYPE=Release -DKYR_TESTS=OFF "$@" >build/demo.log 2>&1 || { cat build/demo.log; return 1; }
   cmake --build build/demo
 }

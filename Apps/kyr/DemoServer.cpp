@@ -57,6 +57,14 @@ void closeConnections(int port) {
   }
 }
 
+/// 0xRRGGBB, as in the pictures of the ad.
+std::uint32_t brandColour(std::string_view adId) {
+  for (const auto& stretch : demoStretches(demoCuts().front())) {
+    if (stretch.adId == adId) return stretch.picture.colour;
+  }
+  return 0x1b2631;
+}
+
 }  // namespace
 
 /// What the server answers. The handlers run on the server's threads and share only what locks for itself.
@@ -165,12 +173,13 @@ class DemoServer::Routes {
           "text/html; charset=utf-8");
     });
     server_.Get(R"(/banner/([a-z-]+)\.svg)", [](const Request& request, Response& response) {
+      const std::string adId = request.matches[1];
       response.set_content(
           fmt::format(
               "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"300\" height=\"60\">"
-              "<rect width=\"300\" height=\"60\" fill=\"#1b2631\"/><text x=\"150\" y=\"37\" fill=\"#fff\" "
+              "<rect width=\"300\" height=\"60\" fill=\"#{:06x}\"/><text x=\"150\" y=\"37\" fill=\"#fff\" "
               "font-family=\"sans-serif\" font-size=\"20\" text-anchor=\"middle\">{}</text></svg>\n",
-              request.matches[1].str()),
+              brandColour(adId), adId),
           "image/svg+xml");
     });
   }

@@ -16,10 +16,9 @@ namespace {
 
 constexpr int kPatience = 30'000;  // milliseconds
 
-[[noreturn]] void becomeKyr(const std::vector<std::string>& arguments) {
+[[noreturn]] void become(std::string program, const std::vector<std::string>& arguments) {
   ::setenv("TERM", "xterm", 1);
   ::setenv("NO_COLOR", "1", 1);
-  std::string program = KYR_BINARY;
   std::vector<char*> pointers{program.data()};
   for (const auto& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
   pointers.push_back(nullptr);
@@ -29,12 +28,12 @@ constexpr int kPatience = 30'000;  // milliseconds
 
 }  // namespace
 
-Terminal::Terminal(const std::vector<std::string>& arguments) {
+Terminal::Terminal(const std::vector<std::string>& arguments, const std::string& program) {
   winsize size{};
   size.ws_row = 24;
   size.ws_col = 160;
   process_ = ::forkpty(&terminal_, nullptr, nullptr, &size);
-  if (process_ == 0) becomeKyr(arguments);
+  if (process_ == 0) become(program, arguments);
 }
 
 Terminal::~Terminal() {

@@ -8,10 +8,11 @@
 
 namespace tarn::test {
 
-/// A `kyr` program that runs on a terminal of its own, wide enough for all of its lines.
+/// A program that runs on a terminal of its own, wide enough for all of its lines.
 class Terminal {
  public:
-  explicit Terminal(const std::vector<std::string>& arguments);
+  /// `program` is a path; `kyr` without one.
+  explicit Terminal(const std::vector<std::string>& arguments, const std::string& program = KYR_BINARY);
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
   ~Terminal();

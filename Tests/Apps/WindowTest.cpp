@@ -90,6 +90,24 @@ TEST_F(WindowTest, ShowsTheOverlayWhileAnAdPlaysAndObeysTheKeys) {
   EXPECT_EQ(terminal.end(), 0);
 }
 
+TEST_F(WindowTest, LetsAnApplicationShowPagesAndBanners) {
+  const VirtualScreen screen;
+  KyrService service;
+  Terminal application({service.url("/vmap/pre-roll.xml")}, KYR_PAGES_EXAMPLE);
+  application.waitFor("EventAdEnter");
+  constexpr Area kBanner{660, 600, 580, 100};
+  constexpr Colour kCoffee{0xb9, 0x77, 0x0e};
+  EXPECT_TRUE(screen.comesToShow([&](const Frame& frame) { return frame.count(kBanner, kCoffee) > 40'000; }));
+  screen.pressKey("Up");
+  screen.pressKey("Return");
+  for (const char* const event : {"AdPause", "WillOpen", "DidOpen"}) application.waitFor(event);
+  constexpr Area kPage{200, 300, 400, 200};
+  constexpr Colour kPaper{0xfb, 0xfb, 0xf8};
+  EXPECT_TRUE(screen.comesToShow([&](const Frame& frame) { return frame.count(kPage, kPaper) > 70'000; }));
+  screen.pressKey("Escape");
+  for (const char* const event : {"WillClose", "DidClose", "AdResume", "AdExit"}) application.waitFor(event);
+}
+
 TEST(WindowCallTest, TellsOfTheTerminalWhereThereIsNoDisplay) {
   for (const char* const variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) unsetenv(variable);
   const auto outcome = runKyr({"play", documentPath("worked.vmap"), "--json"});
