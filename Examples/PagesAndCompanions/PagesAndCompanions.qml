@@ -32,7 +32,8 @@ Rectangle {
 
     AdPage {
         id: adPage
-        anchors { fill: stage; margins: 16 * root.point }
+        // The overlay's bar, a twelfth of the picture, stays in sight.
+        anchors { fill: stage; margins: 16 * root.point; topMargin: stage.height / 12 + 8 * root.point }
         pages: root.pages
         point: root.point
         focusAfterwards: stage

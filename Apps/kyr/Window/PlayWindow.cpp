@@ -7,6 +7,7 @@
 #include <QQmlError>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QScreen>
 #include <QTimer>
 #include <clocale>
 #include <cstdio>
@@ -101,12 +102,15 @@ class PlayWindow::Stage {
 
  private:
   void connectControls();
+  void fillScreen();
+  void leaveFullScreen();
 
   QtMessages messages_;
   QtApplication application_;
   QtMainQueue mainQueue_;
   WindowControls controls_;
   QQuickView view_;
+  QRect normal_;  // the geometry outside the full screen
 };
 
 Result<void> PlayWindow::Stage::open(bool fullScreen) {
@@ -125,7 +129,7 @@ Result<void> PlayWindow::Stage::open(bool fullScreen) {
   const auto firstFrame =
       QObject::connect(&view_, &QQuickWindow::frameSwapped, &controls_, [&drawn] { drawn = true; });
   view_.resize(kSize);
-  fullScreen ? view_.showFullScreen() : view_.show();
+  fullScreen ? fillScreen() : view_.show();
   view_.requestActivate();  // a set-top may have no window manager that would give it the keys
   runUntil([&] { return drawn || failure; }, kFirstFrameLimit);
   QObject::disconnect(firstFrame);
@@ -133,14 +137,23 @@ Result<void> PlayWindow::Stage::open(bool fullScreen) {
   return {};
 }
 
+/// Without a window manager a window has only the size that it gives itself.
+void PlayWindow::Stage::fillScreen() {
+  normal_ = view_.geometry();
+  view_.setGeometry(view_.screen()->geometry());
+  view_.showFullScreen();
+}
+
+void PlayWindow::Stage::leaveFullScreen() {
+  if (view_.visibility() != QWindow::FullScreen) return;
+  view_.showNormal();
+  view_.setGeometry(normal_);
+}
+
 void PlayWindow::Stage::connectControls() {
-  const auto showNormally = [this] {
-    if (view_.visibility() == QWindow::FullScreen) view_.showNormal();
-  };
-  QObject::connect(&controls_, &WindowControls::fullScreenLeft, &view_, showNormally);
-  QObject::connect(&controls_, &WindowControls::fullScreenToggled, &view_, [this, showNormally] {
-    view_.visibility() == QWindow::FullScreen ? showNormally() : view_.showFullScreen();
-  });
+  QObject::connect(&controls_, &WindowControls::fullScreenLeft, &view_, [this] { leaveFullScreen(); });
+  QObject::connect(&controls_, &WindowControls::fullScreenToggled, &view_,
+                   [this] { view_.visibility() == QWindow::FullScreen ? leaveFullScreen() : fillScreen(); });
   QObject::connect(qGuiApp, &QGuiApplication::lastWindowClosed, &controls_,
                    [this] { controls_.press(Qt::Key_Q, false); });
 }
