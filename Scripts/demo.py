@@ -57,7 +57,7 @@ def run(kyr, url, window):
         return False  # the player has told why
     simulated = [json.loads(line) for line in output_of(kyr, "simulate", url, "--json", "--script", str(SCRIPT)).splitlines()]
 
-    checks = demo_story.checks(timeline, records, simulated, received_by(url.split("/vmap/")[0]))
+    checks = demo_story.checks(timeline, records, simulated, received_by(url.split("/vmap/")[0]), window)
     print("\n  Summary")
     for name, good, text in checks:
         print(f"    {'ok  ' if good else 'FAIL'}  {name:17} {text}")

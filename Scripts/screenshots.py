@@ -14,7 +14,7 @@ ROOT = pathlib.Path(__file__).parent.parent
 SIZES = [(1280, 720), (1920, 1080), (3840, 2160)]
 # Through the pre-roll, some content, then to the break whose ad may be skipped.
 SCRIPT = "play\nrun 15\nseek 12.5\nrun 9\nterminate\n"
-DRAWN = 0.4  # seconds; a picture is on the screen so long after the event at the latest
+DRAWN = 0.8  # seconds; a picture is on the screen so long after the event at the latest
 
 
 def in_ad(name, seconds):
