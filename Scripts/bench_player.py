@@ -3,12 +3,14 @@
 Side by side, so that whatever else the machine does meets both alike.
 """
 
+import json
 import os
-import re
 import statistics
 import subprocess
 import sys
 import time
+
+from demo_service import start_service
 
 ROUNDS = 3
 SETTLED, LAST = 5, 65  # seconds after the start between which processor time is counted
@@ -20,19 +22,8 @@ def processor_seconds(process):
     return (int(fields[11]) + int(fields[12])) / TICKS
 
 
-def start_service(kyr):
-    service = subprocess.Popen([kyr, "serve", "--port", "0"], stdout=subprocess.PIPE, text=True)
-    for line in service.stdout:
-        found = re.search(r"http://127\.0\.0\.1:\d+/vmap/demo\.xml", line)
-        if found:
-            return service, found.group(0)
-    sys.exit("The demo service did not start.")
-
-
 def stream_of(kyr, url):
-    found = re.search(r'"url": ?"([^"]+)"', subprocess.run([kyr, "inspect", url, "--json"], check=True, capture_output=True,
-                                                           text=True).stdout)
-    return found.group(1)
+    return json.loads(subprocess.run([kyr, "inspect", url, "--json"], check=True, capture_output=True, text=True).stdout)["url"]
 
 
 def play_both(kyr, url, stream):
