@@ -71,7 +71,6 @@ class QtApplication {
     bind_textdomain_codeset("kyr", "UTF-8");
     textdomain("kyr");
     QGuiApplication::setApplicationDisplayName(QStringLiteral("kyr"));
-    QGuiApplication::setQuitOnLastWindowClosed(false);
   }
 
  private:
@@ -79,6 +78,20 @@ class QtApplication {
   char* arguments_[2] = {name_, nullptr};
   int count_ = 1;
   QGuiApplication application_;
+};
+
+/// Stays open when it is told to close: the picture's sink needs its graphics as long as there is a player.
+class View final : public QQuickView {
+ public:
+  std::function<void()> onClose;
+
+ protected:
+  bool event(QEvent* event) override {
+    if (event->type() != QEvent::Close) return QQuickView::event(event);
+    event->ignore();
+    onClose();
+    return true;
+  }
 };
 
 }  // namespace
@@ -109,11 +122,12 @@ class PlayWindow::Stage {
   QtApplication application_;
   QtMainQueue mainQueue_;
   WindowControls controls_;
-  QQuickView view_;
+  View view_;
   QRect normal_;  // the geometry outside the full screen
 };
 
 Result<void> PlayWindow::Stage::open(bool fullScreen) {
+  view_.setTitle(QStringLiteral("kyr"));
   view_.setColor(Qt::black);
   view_.setResizeMode(QQuickView::SizeRootObjectToView);
   view_.setInitialProperties({{QStringLiteral("player"), QVariant::fromValue<QObject*>(&controls_)}});
@@ -154,8 +168,7 @@ void PlayWindow::Stage::connectControls() {
   QObject::connect(&controls_, &WindowControls::fullScreenLeft, &view_, [this] { leaveFullScreen(); });
   QObject::connect(&controls_, &WindowControls::fullScreenToggled, &view_,
                    [this] { view_.visibility() == QWindow::FullScreen ? leaveFullScreen() : fillScreen(); });
-  QObject::connect(qGuiApp, &QGuiApplication::lastWindowClosed, &controls_,
-                   [this] { controls_.press(Qt::Key_Q, false); });
+  view_.onClose = [this] { controls_.press(Qt::Key_Q, false); };
 }
 
 bool PlayWindow::Stage::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
