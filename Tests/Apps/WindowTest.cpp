@@ -43,9 +43,10 @@ bool hasBorder(const Frame& frame) {
   return frame.count(kSkip, kBorder) > 200;
 }
 
+/// Whatever else of the content moves there.
 bool hasNoOverlay(const Frame& frame) {
-  const Colour picture = frame.background(kPicture);
-  return picture.isNear(frame.background(kBar)) && picture.isNear(frame.background(kSkip)) &&
+  const Colour underOverlay = frame.background(kPicture).dimmed(kUnderOverlay);
+  return frame.count(kBar, underOverlay) == 0 && frame.count(kSkip, underOverlay) == 0 &&
          frame.count(kLabel, kWhite) == 0 && frame.count(kLearnMore, kWhite) == 0 &&
          frame.count(kSkip, kWhite) == 0;
 }
