@@ -10,11 +10,14 @@ Item {
     required property bool hides
 
     readonly property bool shown: !hides || !player.playing || awake.running
+    readonly property bool waiting: player.waiting
     readonly property color breakColor: "#f5b301"
 
     function wake() {
         awake.restart()
     }
+
+    onWaitingChanged: if (waiting) patience.restart()
 
     height: 30 * point
     opacity: shown ? 1 : 0
@@ -27,6 +30,12 @@ Item {
     Timer {
         id: awake
         interval: 4000
+    }
+
+    // A short wait is not worth a word.
+    Timer {
+        id: patience
+        interval: 1000
     }
 
     Rectangle {
@@ -162,7 +171,7 @@ Item {
             id: message
             anchors { fill: parent; leftMargin: 8 * bar.point; rightMargin: 8 * bar.point }
             verticalAlignment: Text.AlignVCenter
-            text: bar.player.message !== "" ? bar.player.message : bar.player.waiting ? "…" : ""
+            text: bar.player.message !== "" ? bar.player.message : bar.waiting && !patience.running ? "…" : ""
             textFormat: Text.PlainText
             elide: Text.ElideMiddle
             color: "white"
