@@ -12,6 +12,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <utility>
 
 #include "Kyr/QtMainQueue.h"
@@ -36,12 +37,12 @@ Error noWindow(const QString& reason) {
   return error;
 }
 
-/// Qt's own words go to the log, except when they are its last: then the first of them told why.
+/// Qt's own words, of any thread, go to the log, except when they are its last: then those on the display
+/// that came before told why.
 class QtMessages {
  public:
   explicit QtMessages(bool json) {
     json_ = json;
-    first_.clear();
     previous_ = qInstallMessageHandler(&QtMessages::handle);
   }
   QtMessages(const QtMessages&) = delete;
@@ -49,16 +50,19 @@ class QtMessages {
   ~QtMessages() { qInstallMessageHandler(previous_); }
 
  private:
-  static void handle(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
-    if (first_.isEmpty()) first_ = text.trimmed();
+  static void handle(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    const std::lock_guard lock(mutex_);
+    if (ofDisplay_.isEmpty() && QByteArrayView(context.category).startsWith("qt.qpa"))
+      ofDisplay_ = text.trimmed();
     if (type != QtFatalMsg) return MHLog(2, text.toStdString());
-    const int status = reportFailure(noWindow(first_), json_);
+    const int status = reportFailure(noWindow(ofDisplay_.isEmpty() ? text.trimmed() : ofDisplay_), json_);
     std::fflush(stdout);
     std::_Exit(status);  // when this returns, Qt aborts
   }
 
   inline static bool json_ = false;
-  inline static QString first_;
+  inline static std::mutex mutex_;
+  inline static QString ofDisplay_;
   QtMessageHandler previous_;
 };
 
