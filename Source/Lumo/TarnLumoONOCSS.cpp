@@ -18,7 +18,7 @@ struct Expressions {
 };
 
 const Expressions& expressions() {
-  static const Expressions shared;
+  static const Expressions& shared = *new Expressions;  // outlives what still runs when the process ends
   return shared;
 }
 

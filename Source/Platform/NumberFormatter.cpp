@@ -86,10 +86,11 @@ NumberFormatter::NumberFormatter(Style style) {
 
 NumberFormatter::~NumberFormatter() = default;
 
+/// Never destroyed: a document may be read on the thread pool while the process ends.
 const NumberFormatter& NumberFormatter::shared(Style style) {
-  static const NumberFormatter plain(Style::plain);
-  static const NumberFormatter decimal(Style::decimal);
-  static const NumberFormatter percent(Style::percent);
+  static const NumberFormatter& plain = *new NumberFormatter(Style::plain);
+  static const NumberFormatter& decimal = *new NumberFormatter(Style::decimal);
+  static const NumberFormatter& percent = *new NumberFormatter(Style::percent);
   if (style == Style::percent) return percent;
   return style == Style::decimal ? decimal : plain;
 }
