@@ -56,8 +56,8 @@ using TextHandle = std::unique_ptr<xmlChar, FreeText>;
 /// An error for a document refused for its size or shape; libxml2's own limits carry the same code.
 [[nodiscard]] Error limitError(std::string failureReason);
 
-/// Whether libxml2 would read `bytes` as UTF-8.
-[[nodiscard]] bool readsAsUTF8(std::string_view bytes);
+/// Whether the names and texts of a tree are UTF-8 throughout.
+[[nodiscard]] bool holdsProperText(const xmlDoc* document);
 
 /// Refuses bytes that libxml2 would take time out of proportion to parse.
 [[nodiscard]] Result<void> checkMarkup(std::string_view bytes);

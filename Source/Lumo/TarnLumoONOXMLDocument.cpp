@@ -84,8 +84,9 @@ struct Parse {
   if (data.empty()) return emptyDocumentError();
   if (auto harmless = checkMarkup(data); !harmless) return harmless.error();
   Parse parse = parseBytes(data);
-  // libxml2 reports bytes that are no UTF-8, then copies them into the tree as they are.
-  if (parse.document && tarn::xml::readsAsUTF8(data) && !tarn::isUTF8(data))
+  // libxml2 reports bytes that are no UTF-8, then copies them into the tree as they are; also when an
+  // encoding is declared that it does not know or cannot read.
+  if (parse.document && !tarn::isUTF8(data) && !tarn::xml::holdsProperText(parse.document.get()))
     parse.document = parseBytes(tarn::repairedUTF8(data)).document;
   if (!parse.document || xmlDocGetRootElement(parse.document.get()) == nullptr)
     return parse.error ? *std::move(parse.error) : emptyDocumentError();

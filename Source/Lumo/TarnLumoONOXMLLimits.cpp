@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Lumo/TarnLumoONOXML+Private.h"
+#include "Lumo/TarnLumoText.h"
 
 // libxml2 compares every attribute of a tag with every other, and looks every prefixed name up in the list of
 // all namespaces in scope, so a tag of 100,000 attributes takes minutes. It offers no hook before that
@@ -194,6 +195,37 @@ class ExpansionCheck {
   return size;
 }
 
+/// The text that a node holds by itself, not in nodes beneath.
+[[nodiscard]] std::string_view ownText(const xmlNode& node) {
+  switch (node.type) {
+    case XML_TEXT_NODE:
+    case XML_CDATA_SECTION_NODE:
+    case XML_COMMENT_NODE:
+    case XML_PI_NODE:
+      return view(node.content);
+    case XML_ENTITY_DECL:
+      return view(reinterpret_cast<const xmlEntity&>(node).content);
+    default:
+      return {};
+  }
+}
+
+[[nodiscard]] const xmlNs* namespacesOf(const xmlNode& node) {
+  return node.type == XML_ELEMENT_NODE ? node.nsDef : nullptr;
+}
+
+[[nodiscard]] bool haveProperText(const xmlNs* first) {
+  for (const xmlNs* space = first; space != nullptr; space = space->next) {
+    if (!isUTF8(view(space->prefix)) || !isUTF8(view(space->href))) return false;
+  }
+  return true;
+}
+
+/// What an entity reference stands for is met where the entity is declared.
+[[nodiscard]] bool holdsNodes(const xmlNode& node) {
+  return node.type == XML_ELEMENT_NODE || node.type == XML_ATTRIBUTE_NODE || node.type == XML_DTD_NODE;
+}
+
 }  // namespace
 
 Error limitError(std::string failureReason) {
@@ -204,12 +236,20 @@ Error limitError(std::string failureReason) {
   return error;
 }
 
-bool readsAsUTF8(std::string_view bytes) {
-  if (bytes.starts_with("\xef\xbb\xbf")) return true;
-  const xmlCharEncoding detected = detectedEncoding(bytes);
-  const std::string encoding = declaredEncoding(bytes);
-  return (detected == XML_CHAR_ENCODING_NONE || detected == XML_CHAR_ENCODING_UTF8) &&
-         (encoding.empty() || encoding == "UTF-8" || encoding == "UTF8");
+bool holdsProperText(const xmlDoc* document) {
+  std::vector<const xmlNode*> pending{document->children};
+  while (!pending.empty()) {
+    const xmlNode* node = pending.back();
+    pending.pop_back();
+    for (; node != nullptr; node = node->next) {
+      if (!isUTF8(view(node->name)) || !isUTF8(ownText(*node)) || !haveProperText(namespacesOf(*node)))
+        return false;
+      if (node->type == XML_ELEMENT_NODE)
+        pending.push_back(reinterpret_cast<const xmlNode*>(node->properties));
+      if (holdsNodes(*node)) pending.push_back(node->children);
+    }
+  }
+  return true;
 }
 
 Result<void> checkMarkup(std::string_view bytes) {
