@@ -102,6 +102,6 @@ TarnSourceSelectionPolicy TarnKyrSessionProvider::sourceSelectionPolicy() const 
 }
 
 TarnSessionProvider::Sessions TarnKyrSessionProvider::playbackSessionsForVideos(Videos videos) {
-  return state_->upstream->playbackSessionsForVideos(std::move(videos))
-      .flattenMap([state = state_](const Session& session) { return state->loadedSession(session); });
+  return state_->upstream->playbackSessionsForVideos(videos).flattenMap(
+      [state = state_](const Session& session) { return state->loadedSession(session); });
 }
