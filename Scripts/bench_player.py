@@ -1,4 +1,4 @@
-"""Plays the demo stream twice at once, through `kyr play` and through a bare playbin3, and compares their processor time.
+"""Plays the demo stream twice at once, through `kyr play` and through a bare playbin, and compares their processor time.
 
 Side by side, so that whatever else the machine does meets both alike.
 """
@@ -29,7 +29,7 @@ def stream_of(kyr, url):
 def play_both(kyr, url, stream):
     sink = "fakesink sync=true"
     commands = {"kyr": [kyr, "play", url, "--headless", "--json"],
-                "bare": ["gst-launch-1.0", "-q", "playbin3", f"uri={stream}", f"video-sink={sink}", f"audio-sink={sink}"]}
+                "bare": ["gst-launch-1.0", "-q", "playbin", f"uri={stream}", f"video-sink={sink}", f"audio-sink={sink}"]}
     players = {name: subprocess.Popen(command, stdout=subprocess.DEVNULL) for name, command in commands.items()}
     try:
         time.sleep(SETTLED)

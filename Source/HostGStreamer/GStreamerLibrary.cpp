@@ -18,14 +18,24 @@ struct Package {
 
 /// Where Debian keeps the elements that this system asks for by name.
 constexpr std::array kPackages{
-    Package{"fakesink", "libgstreamer1.0-0"},          Package{"concat", "libgstreamer1.0-0"},
-    Package{"hlsdemux2", "gstreamer1.0-plugins-good"}, Package{"splitmuxsink", "gstreamer1.0-plugins-good"},
-    Package{"mpegtsmux", "gstreamer1.0-plugins-bad"},  Package{"h264parse", "gstreamer1.0-plugins-bad"},
-    Package{"aacparse", "gstreamer1.0-plugins-good"},  Package{"openh264enc", "gstreamer1.0-plugins-bad"},
-    Package{"voaacenc", "gstreamer1.0-plugins-bad"},   Package{"x264enc", "gstreamer1.0-plugins-ugly"},
-    Package{"avenc_aac", "gstreamer1.0-libav"},        Package{"textoverlay", "gstreamer1.0-x"},
-    Package{"timeoverlay", "gstreamer1.0-x"},          Package{"qml6glsink", "gstreamer1.0-qt6"},
-    Package{"glsinkbin", "gstreamer1.0-gl"},           Package{"autoaudiosink", "gstreamer1.0-plugins-good"},
+    Package{"fakesink", "libgstreamer1.0-0"},
+    Package{"concat", "libgstreamer1.0-0"},
+    Package{"hlsdemux", "gstreamer1.0-plugins-bad"},
+    Package{"tsdemux", "gstreamer1.0-plugins-bad"},
+    Package{"souphttpsrc", "gstreamer1.0-plugins-good"},
+    Package{"splitmuxsink", "gstreamer1.0-plugins-good"},
+    Package{"mpegtsmux", "gstreamer1.0-plugins-bad"},
+    Package{"h264parse", "gstreamer1.0-plugins-bad"},
+    Package{"aacparse", "gstreamer1.0-plugins-good"},
+    Package{"openh264enc", "gstreamer1.0-plugins-bad"},
+    Package{"voaacenc", "gstreamer1.0-plugins-bad"},
+    Package{"x264enc", "gstreamer1.0-plugins-ugly"},
+    Package{"avenc_aac", "gstreamer1.0-libav"},
+    Package{"textoverlay", "gstreamer1.0-x"},
+    Package{"timeoverlay", "gstreamer1.0-x"},
+    Package{"qml6glsink", "gstreamer1.0-qt6"},
+    Package{"glsinkbin", "gstreamer1.0-gl"},
+    Package{"autoaudiosink", "gstreamer1.0-plugins-good"},
 };
 
 std::string_view packageOf(std::string_view factory) {
@@ -51,6 +61,11 @@ Result<void> initialize() {
 Result<void> startGStreamer() {
   static const Result<void> started = initialize();
   return started;
+}
+
+std::string_view factoryName(GstElement* element) {
+  const GstElementFactory* factory = gst_element_get_factory(element);
+  return factory ? GST_OBJECT_NAME(factory) : "";
 }
 
 Result<void> requireGStreamerElement(const std::string& factory) {

@@ -3,6 +3,8 @@
 #include <gst/gst.h>
 
 #include <algorithm>
+#include <array>
+#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <string_view>
@@ -10,12 +12,17 @@
 
 #include "Host/TarnPlayer.h"
 #include "HostGStreamer/GStreamerPlayer.h"
+#include "HostGStreamer/Internal/GStreamerBuffer.h"
 #include "HostGStreamer/Internal/GStreamerLibrary.h"
+#include "HostGStreamer/Internal/GStreamerRequests.h"
 
 namespace tarn {
 namespace {
 
-constexpr const char* kDemuxer = "hlsdemux2";
+/// Not named by the pipeline, but without them no HLS stream plays.
+constexpr std::array kHiddenElements{"hlsdemux", "souphttpsrc", "tsdemux"};
+/// Longer than a near server takes to answer, too short to be felt.
+constexpr std::chrono::milliseconds kAnswerLimit{100};
 
 CMTime fromNanoseconds(gint64 nanoseconds) {
   const auto ticks = gst_util_uint64_scale_round(static_cast<guint64>(nanoseconds),
@@ -56,9 +63,6 @@ class BusListener {
   ~BusListener() { const std::lock_guard lock(mutex_); }
 
   void hear(GstMessage* message);
-  void hearOfElement(GstElement* element);
-  /// The demuxer of an HLS stream, once there is one.
-  [[nodiscard]] GstObjectPtr<GstElement> demuxer();
   void countJump();
   [[nodiscard]] unsigned jumps();
 
@@ -68,8 +72,6 @@ class BusListener {
   }
   void hearState(GstMessage* message) const;
   void hearBuffering(GstMessage* message);
-  void hearElement(GstMessage* message);
-  void hearSelection(GstMessage* message) const;
   void hearError(GstMessage* message) const;
 
   std::mutex mutex_;  // guards what follows, and keeps the order of what several threads tell
@@ -77,8 +79,6 @@ class BusListener {
   const GStreamerPipeline::OnEvent onEvent_;
   unsigned jumps_ = 0;
   bool starved_ = false;
-  std::string missing_;  // the decoder that was looked for last in vain
-  GstObjectPtr<GstElement> demuxer_;
 };
 
 void BusListener::countJump() {
@@ -89,18 +89,6 @@ void BusListener::countJump() {
 unsigned BusListener::jumps() {
   const std::lock_guard lock(mutex_);
   return jumps_;
-}
-
-void BusListener::hearOfElement(GstElement* element) {
-  const GstElementFactory* factory = gst_element_get_factory(element);
-  if (!factory || std::string_view(GST_OBJECT_NAME(factory)) != kDemuxer) return;
-  const std::lock_guard lock(mutex_);
-  demuxer_.reset(GST_ELEMENT(gst_object_ref(element)));
-}
-
-GstObjectPtr<GstElement> BusListener::demuxer() {
-  const std::lock_guard lock(mutex_);
-  return GstObjectPtr<GstElement>(demuxer_ ? GST_ELEMENT(gst_object_ref(demuxer_.get())) : nullptr);
 }
 
 void BusListener::hear(GstMessage* message) {
@@ -121,12 +109,6 @@ void BusListener::hear(GstMessage* message) {
       break;
     case GST_MESSAGE_BUFFERING:
       hearBuffering(message);
-      break;
-    case GST_MESSAGE_ELEMENT:
-      hearElement(message);
-      break;
-    case GST_MESSAGE_STREAMS_SELECTED:
-      hearSelection(message);
       break;
     case GST_MESSAGE_ERROR:
       hearError(message);
@@ -150,24 +132,6 @@ void BusListener::hearBuffering(GstMessage* message) {
     tell(starved ? GStreamerEvent::Kind::starved : GStreamerEvent::Kind::fed);
 }
 
-void BusListener::hearElement(GstMessage* message) {
-  const GstStructure* structure = gst_message_get_structure(message);
-  if (!structure || !gst_structure_has_name(structure, "missing-plugin")) return;
-  const gchar* name = gst_structure_get_string(structure, "name");
-  missing_ = name ? name : "";
-}
-
-/// A web page, say, gets no error from GStreamer: it finds nothing in it that it could play, and plays that.
-void BusListener::hearSelection(GstMessage* message) const {
-  if (gst_message_streams_selected_get_size(message) > 0) return;
-  Error error;
-  error.domain = TarnPlayerErrorDomain;
-  error.code = static_cast<std::int64_t>(TarnPlayerErrorCode::notPlayable);
-  error.description = "There is neither picture nor sound in it";
-  if (!missing_.empty()) error.failureReason = "GStreamer has no " + missing_;
-  tell(GStreamerEvent::Kind::failed, std::move(error));
-}
-
 void BusListener::hearError(GstMessage* message) const {
   GError* details = nullptr;
   gchar* debug = nullptr;
@@ -187,10 +151,6 @@ GstBusSyncReply onBusMessage(GstBus* /*bus*/, GstMessage* message, gpointer list
   static_cast<BusListener*>(listener)->hear(message);
   gst_message_unref(message);
   return GST_BUS_DROP;
-}
-
-void onElementAdded(GstBin* /*pipeline*/, GstBin* /*parent*/, GstElement* element, gpointer listener) {
-  static_cast<BusListener*>(listener)->hearOfElement(element);
 }
 
 /// Draws into a texture that the item's window shows, uploading what a decoder leaves in memory.
@@ -216,21 +176,25 @@ Result<void> prepareQuickVideo() {
 
 struct GStreamerPipeline::Handles {
   Handles(GstObjectPtr<GstElement> element, OnEvent onEvent)
-      : playbin(std::move(element)), listener(GST_OBJECT(playbin.get()), std::move(onEvent)) {
+      : playbin(std::move(element)),
+        buffer(playbin.get()),
+        requests(playbin.get()),
+        listener(GST_OBJECT(playbin.get()), std::move(onEvent)) {
     const GstObjectPtr<GstBus> bus(gst_element_get_bus(playbin.get()));
     gst_bus_set_sync_handler(bus.get(), onBusMessage, &listener, nullptr);
-    g_signal_connect(playbin.get(), "deep-element-added", G_CALLBACK(onElementAdded), &listener);
   }
   Handles(const Handles&) = delete;
   Handles& operator=(const Handles&) = delete;
   ~Handles() {
+    requests.hold(kAnswerLimit);
     gst_element_set_state(playbin.get(), GST_STATE_NULL);
     const GstObjectPtr<GstBus> bus(gst_element_get_bus(playbin.get()));
     gst_bus_set_sync_handler(bus.get(), nullptr, nullptr, nullptr);
-    g_signal_handlers_disconnect_by_data(playbin.get(), &listener);
   }
 
   const GstObjectPtr<GstElement> playbin;
+  GStreamerBuffer buffer;
+  GStreamerRequests requests;
   BusListener listener;
 };
 
@@ -239,10 +203,10 @@ Result<std::unique_ptr<GStreamerPipeline>> GStreamerPipeline::make(const URL& ur
                                                                    OnEvent onEvent) {
   const auto started = startGStreamer();
   if (!started) return started.error();
-  // Not named by the pipeline, but without it no HLS stream plays.
-  if (const auto demuxer = requireGStreamerElement(kDemuxer); !demuxer) return demuxer.error();
-
-  auto playbin = makeGStreamerElement("playbin3");
+  for (const char* element : kHiddenElements) {
+    if (const auto found = requireGStreamerElement(element); !found) return found.error();
+  }
+  auto playbin = makeGStreamerElement("playbin");
   if (!playbin) return playbin.error();
   auto video =
       sinks.quickVideoItem ? makeQuickVideoSink(sinks.quickVideoItem) : makeGStreamerElement(sinks.video);
@@ -274,9 +238,12 @@ void GStreamerPipeline::setPlaying(bool playing) {
 
 bool GStreamerPipeline::seek(CMTime time, GStreamerSeekMode mode) {
   handles_->listener.countJump();
+  handles_->requests.hold(kAnswerLimit);
   const auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | snapFlags(mode));
-  return gst_element_seek_simple(handles_->playbin.get(), GST_FORMAT_TIME, flags, toNanoseconds(time)) ==
-         TRUE;
+  const gboolean jumps =
+      gst_element_seek_simple(handles_->playbin.get(), GST_FORMAT_TIME, flags, toNanoseconds(time));
+  handles_->requests.release();
+  return jumps == TRUE;
 }
 
 unsigned GStreamerPipeline::jumps() const {
@@ -320,17 +287,10 @@ std::optional<std::vector<CMTimeRange>> GStreamerPipeline::seekableRanges() cons
 }
 
 std::optional<std::vector<CMTimeRange>> GStreamerPipeline::loadedRanges() const {
-  const auto demuxer = handles_->listener.demuxer();
   const auto start = position();
-  if (!demuxer || !start) return std::nullopt;
-  guint64 picture = 0;
-  guint64 sound = 0;
-  g_object_get(demuxer.get(), "current-level-time-video", &picture, "current-level-time-audio", &sound,
-               nullptr);
-  // A stream may lack one of them.
-  const guint64 both = picture > 0 && sound > 0 ? std::min(picture, sound) : std::max(picture, sound);
-  const auto level = static_cast<gint64>(std::min<guint64>(both, G_MAXINT64));
-  return std::vector{CMTimeRangeMake(*start, fromNanoseconds(level))};
+  const auto level = handles_->buffer.level();
+  if (!start || !level) return std::nullopt;
+  return std::vector{CMTimeRangeMake(*start, fromNanoseconds(*level))};
 }
 
 }  // namespace tarn

@@ -36,7 +36,7 @@ struct GStreamerPlayerOptions {
 /// named by no other part of this layer.
 [[nodiscard]] Result<void> prepareQuickVideo();
 
-/// The player of this system on Linux: GStreamer's playbin3 with the adaptive HLS demuxer, playing against
+/// The player of this system on Linux: GStreamer's playbin with the adaptive HLS demuxer, playing against
 /// the system's clock. Needs no event loop but the main queue's.
 ///
 /// Times have timescale 90000, positions rounded to the nearest tick. Waiting for data is no failure until a

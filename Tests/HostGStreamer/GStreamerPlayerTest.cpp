@@ -207,6 +207,18 @@ TEST_F(GStreamerPlayerTest, APausedPlayheadStandsAndGoesOnFromThere) {
   EXPECT_GE(CMTimeCompare(viewer.progress.front(), stood), 0);
 }
 
+TEST_F(GStreamerPlayerTest, TellsTheRangeInHandFromThePlayheadOn) {
+  loadPaused();
+  EXPECT_EQ(viewer.seek(seconds(1)), true);
+  viewer.player->play();
+  const auto hasAllInHand = [&] {
+    const auto& loaded = viewer.player->loadedTimeRanges().get();
+    if (!loaded || loaded->size() != 1 || CMTimeCompare(loaded->front().start, seconds(1)) < 0) return false;
+    return CMTimeGetSeconds(CMTimeRangeGetEnd(loaded->front())) > 3.5;
+  };
+  EXPECT_TRUE(viewer.waitFor(hasAllInHand));
+}
+
 struct FaultRow {
   const char* name;
   std::function<URL(StreamServer&)> prepare;

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "Platform/Result.h"
 
@@ -16,6 +17,30 @@ struct GstObjectUnref {
 };
 template <typename T>
 using GstObjectPtr = std::unique_ptr<T, GstObjectUnref>;
+
+/// An element that is not kept alive. Any thread.
+class WeakGstElement {
+ public:
+  explicit WeakGstElement(GstElement* element) : reference_(new GWeakRef) {
+    g_weak_ref_init(reference_.get(), element);
+  }
+  /// Absent when the element has gone.
+  [[nodiscard]] GstObjectPtr<GstElement> lock() const {
+    return GstObjectPtr<GstElement>(static_cast<GstElement*>(g_weak_ref_get(reference_.get())));
+  }
+
+ private:
+  struct Clear {
+    void operator()(GWeakRef* reference) const {
+      g_weak_ref_clear(reference);
+      delete reference;
+    }
+  };
+  std::unique_ptr<GWeakRef, Clear> reference_;  // GLib knows its address
+};
+
+/// What the element was made by; empty for a bin without a factory.
+[[nodiscard]] std::string_view factoryName(GstElement* element);
 
 struct GstQueryUnref {
   void operator()(GstQuery* query) const { gst_query_unref(query); }

@@ -47,7 +47,7 @@ struct GStreamerSinks {
   void* quickVideoItem = nullptr;
 };
 
-/// One playbin3 with one URI, the only place that talks to GStreamer's player.
+/// One playbin with one URI, the only place that talks to GStreamer's player.
 ///
 /// Belongs to one thread, except that `onEvent` is called on GStreamer's threads, until the pipeline has been
 /// destroyed and no longer.
@@ -73,7 +73,7 @@ class GStreamerPipeline {
   [[nodiscard]] std::optional<CMTime> position() const;
   [[nodiscard]] std::optional<CMTime> duration() const;
   [[nodiscard]] std::optional<std::vector<CMTimeRange>> seekableRanges() const;
-  /// From the playhead as far as data is in hand; absent for what is not HLS.
+  /// From the playhead as far as data is in hand; absent while nothing has come.
   [[nodiscard]] std::optional<std::vector<CMTimeRange>> loadedRanges() const;
 
  private:
