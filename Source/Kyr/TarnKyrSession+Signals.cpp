@@ -83,7 +83,7 @@ void TarnKyrSession::subscribeToProgressTracker() {
   subscriptions_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentSeekableTimeRanges)
                          .subscribeNext(kyrSeekableTimeRangesSubject_));
   subscriptions_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentLoadedTimeRanges)
-                         .subscribeNext(kyrLoadedTimeRangesSubject_));
+                         .subscribeNext(kyrloadedTimeRangesSubject_));
   subscriptions_.add(
       trackerEvents()
           .map([this](const TrackerEvent& event) { return lifecycleEventForTrackerEvent(event); })

@@ -64,6 +64,8 @@ class TarnKyrSession final : public TarnPlaybackSession,
   [[nodiscard]] const std::unique_ptr<TarnLumoAnalyticsSession>& analyticsSession() const {
     return analyticsSession_;
   }
+  /// False, whatever the timeline holds: ask `timeline` for its breaks.
+  [[nodiscard]] bool containsPostRolls() const { return containsPostRolls_; }
 
   // The session.
 
@@ -93,7 +95,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
     return kyrSeekableTimeRangesSubject_;
   }
   [[nodiscard]] Tarn_RACSignal<TimeRanges> loadedTimeRangesChanges() const override {
-    return kyrLoadedTimeRangesSubject_;
+    return kyrloadedTimeRangesSubject_;
   }
   /// Never sends.
   [[nodiscard]] Tarn_RACSignal<bool> isExternalPlaybackActive() const override {
@@ -187,6 +189,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
   tarn::Observable<TarnKyrSessionLoadState> loadState_{TarnKyrLoadStateInitial};
   std::optional<tarn::Error> loadError_;
   std::shared_ptr<const TarnLumoTimeline> timeline_;
+  const bool containsPostRolls_ = false;
 
   tarn::Observable<bool> canSeek_{true};
   int seeksUnderWay_ = 0;
@@ -205,7 +208,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
   Tarn_RACSubject<LifecycleEvent> kyrLifecycleSubject_;
   Tarn_RACSubject<CMTime> kyrProgressSubject_;
   Tarn_RACSubject<TimeRanges> kyrSeekableTimeRangesSubject_;
-  Tarn_RACSubject<TimeRanges> kyrLoadedTimeRangesSubject_;
+  Tarn_RACSubject<TimeRanges> kyrloadedTimeRangesSubject_;
   /// Sends once and completes when the inner session terminates.
   const Tarn_RACSignal<Tarn_RACUnit> terminationSignal_;
 
