@@ -10,12 +10,8 @@
 
 namespace {
 
-using tarn::test::beacon;
-using tarn::test::drawTimeline;
-using tarn::test::seconds;
-using tarn::test::TimelineOptions;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace tarn::test;
+using namespace testing;
 
 using Beacons = std::vector<std::string>;
 
@@ -30,7 +26,117 @@ void addBeacons(char letter, TarnLumoAdBuilder& ad) {
   ad.trackingEventsCollection = events.buildTrackingEventsCollection();
 }
 
-class Analytics : public ::testing::Test {
+/// An ad with a beacon at every half second of its first five, and each kind of named beacon.
+TarnLumoAdBuilder fullAd(double begin) {
+  TarnLumoTrackingEventsCollectionBuilder events;
+  for (const char* offset : {"0", "0.5", "1", "1.5", "2", "2.5", "3", "3.5", "4", "4.5"}) {
+    events.addTrackingEventNamed("progress", offset, beacon(offset));
+  }
+  for (const char* name : {"creativeView", "complete", "skip"}) {
+    events.addTrackingEventNamed(name, beacon(name));
+    events.addTrackingEventNamed(name, beacon(std::string(name) + "2"));
+  }
+  TarnLumoTrackingEventsCollectionBuilder companionEvents;
+  companionEvents.addTrackingEventNamed("creativeView", beacon("companion"));
+  TarnLumoCompanionAdBuilder companion;
+  companion.identifier = "banner";
+  companion.trackingEventsCollection = companionEvents.buildTrackingEventsCollection();
+  companion.clickTrackingURLs = {beacon("companion-click")};
+  TarnLumoCompanionAdsCollectionBuilder companions;
+  companions.addCompanionAd(companion.buildCompanionAd());
+
+  TarnLumoAdBuilder ad;
+  ad.beginTime = seconds(begin);
+  ad.duration = seconds(4);
+  ad.impressionURLs = {beacon("i1"), beacon("i2")};
+  ad.clickTrackingURLs = {beacon("c1"), beacon("c2")};
+  ad.trackingEventsCollection = events.buildTrackingEventsCollection();
+  ad.companionsCollection = companions.buildCompanionAdsCollection();
+  return ad;
+}
+
+struct Played {
+  explicit Played(const TarnLumoAdBuilder& ad) : session(ad.buildAd(), digester) {}
+
+  std::shared_ptr<RecordingDigester> digester = std::make_shared<RecordingDigester>();
+  TarnLumoAdAnalyticsSession session;
+};
+
+TEST(TarnLumoAdAnalyticsSessionTest, SendsTheBeaconsOfEachMomentInTheirOrder) {
+  using Session = TarnLumoAdAnalyticsSession;
+  const auto sent = [](Played& played, const std::function<void(Session&)>& track) {
+    track(played.session);
+    return played.digester->take();
+  };
+  const std::vector<std::pair<std::function<void(Session&)>, Beacons>> table = {
+      {&Session::trackImpression, {"i1", "i2"}},
+      {&Session::trackCreativeView, {"creativeView", "creativeView2"}},
+      {&Session::trackAdComplete, {"complete", "complete2"}},
+      {&Session::trackAdSkip, {"skip", "skip2"}},
+      {&Session::trackVideoClick, {"c1", "c2"}},
+      {[](Session& s) { s.trackCompanionCreativeView("banner"); }, {"companion"}},
+      {[](Session& s) { s.trackCompanionClick("banner"); }, {"companion-click"}},
+      {[](Session& s) { s.trackCompanionCreativeView("unknown"); }, {}},
+      {[](Session& s) { s.trackCompanionClick(""); }, {}},
+      {[](Session& s) { s.trackProgressToTime(seconds(0)); }, {"creativeView", "creativeView2"}},
+      {[](Session& s) { s.trackProgressToTime(seconds(1)); }, {"0", "0.5"}},
+  };
+  Played full(fullAd(600));
+  Played bare(TarnLumoAdBuilder{});
+  for (const auto& [track, beacons] : table) {
+    EXPECT_EQ(sent(full, track), beacons);
+    EXPECT_THAT(sent(bare, track), IsEmpty());
+  }
+}
+
+TEST(TarnLumoAdAnalyticsSessionTest, SendsTimeBasedEventsOnceAForwardPass) {
+  struct Pass {
+    const char* situation;
+    double begin;
+    std::vector<std::pair<CMTime, Beacons>> reports;
+  };
+  const CMTime tick = CMTimeMake(1, 600);
+  const Beacons view = {"creativeView", "creativeView2"};
+  const Beacons started = {"creativeView", "creativeView2", "0", "0.5"};
+  const Pass table[] = {
+      {"on, by 1.5 s as no seek yet, back, and on again",
+       600,
+       {{seconds(0), view},
+        {seconds(1), {"0", "0.5"}},
+        {seconds(1), {}},
+        {seconds(2), {"1", "1.5"}},
+        {seconds(3.5), {"2", "2.5", "3"}},
+        {seconds(2.5), {}},
+        {seconds(3), {"2.5"}}}},
+      {"a seek skips what it passed",
+       600,
+       {{seconds(1), started}, {CMTimeAdd(seconds(2.5), tick), {}}, {seconds(3), {}}, {seconds(3.5), {"3"}}}},
+      {"begun part-way", 600, {{seconds(1.6), view}, {seconds(2.5), {"2"}}}},
+      {"a time that is no number",
+       600,
+       {{seconds(1), started}, {kCMTimeInvalid, {}}, {seconds(2), {}}, {seconds(3), {"2", "2.5"}}}},
+      // The ad is 4 s long. At the start of the stream its end is 4 s; elsewhere it is out of reach.
+      {"the end of an ad at the stream's start",
+       0,
+       {{seconds(3), view},
+        {CMTimeSubtract(seconds(4), tick), {"3", "3.5"}},
+        {seconds(4), {}},
+        {seconds(5), {}}}},
+      {"the end of an ad elsewhere",
+       600,
+       {{seconds(3), view}, {seconds(4), {"3", "3.5"}}, {seconds(5), {"4", "4.5"}}}},
+  };
+  for (const auto& [situation, begin, reports] : table) {
+    SCOPED_TRACE(situation);
+    Played played(fullAd(begin));
+    for (const auto& [time, sent] : reports) {
+      played.session.trackProgressToTime(time);
+      EXPECT_EQ(played.digester->take(), sent) << CMTimeGetSeconds(time);
+    }
+  }
+}
+
+class Analytics : public Test {
  protected:
   void watch(std::shared_ptr<const TarnLumoTimeline> timeline) {
     tracker = std::make_shared<TarnLumoProgressTracker>(std::move(timeline));
@@ -41,7 +147,7 @@ class Analytics : public ::testing::Test {
     return digester->take();
   }
 
-  std::shared_ptr<tarn::test::RecordingDigester> digester = std::make_shared<tarn::test::RecordingDigester>();
+  std::shared_ptr<RecordingDigester> digester = std::make_shared<RecordingDigester>();
   std::shared_ptr<TarnLumoProgressTracker> tracker;
   std::unique_ptr<TarnLumoAnalyticsSession> session;
 };
@@ -53,22 +159,15 @@ TEST_F(Analytics, SendTheBeaconsOfAnAdPlayInOrder) {
   EXPECT_THAT(at(9), IsEmpty());
   EXPECT_EQ(session->adAnalaytics(), nullptr);
   EXPECT_THAT(at(10), ElementsAre("a-impression", "a-creativeView"));
-  EXPECT_EQ(session->adAnalaytics()->ad(), tarn::test::adNamed(*tracker->timeline(), 'a'));
+  EXPECT_EQ(session->adAnalaytics()->ad(), adNamed(*tracker->timeline(), 'a'));
   EXPECT_THAT(at(11), ElementsAre("a-start"));
   EXPECT_THAT(at(20), ElementsAre("a-complete", "b-impression", "b-creativeView"));
   EXPECT_THAT(at(30), ElementsAre("b-complete"));
   EXPECT_EQ(session->adAnalaytics(), nullptr);
 }
 
-TEST_F(Analytics, EndWithTheSession) {
+TEST_F(Analytics, IgnoreEventsWithoutAnAdOrAnEntryAndEndWithTheSession) {
   watch(drawTimeline("a.", {.secondsPerCell = 10, .editAd = addBeacons, .contentImpressions = {1}}));
-  session.reset();
-  EXPECT_THAT(at(1), IsEmpty());
-  EXPECT_THAT(at(10), IsEmpty());
-}
-
-TEST_F(Analytics, IgnoreAnExitWithoutAnEntryAndEventsWithoutAnAd) {
-  watch(drawTimeline("a.", {.secondsPerCell = 10, .editAd = addBeacons}));
   for (const auto type :
        {TarnLumoProgressTrackerEventTypeExitAd, TarnLumoProgressTrackerEventTypeAdProgress,
         TarnLumoProgressTrackerEventTypeEnterAd, TarnLumoProgressTrackerEventTypeExitAdSequence}) {
@@ -76,6 +175,9 @@ TEST_F(Analytics, IgnoreAnExitWithoutAnEntryAndEventsWithoutAnAd) {
     EXPECT_THAT(digester->take(), IsEmpty());
     EXPECT_EQ(session->adAnalaytics(), nullptr);
   }
+  session.reset();
+  EXPECT_THAT(at(1), IsEmpty());
+  EXPECT_THAT(at(10), IsEmpty());
 }
 
 TEST_F(Analytics, SendContentImpressionsWhenContentTimeReachesTheirPlaceInTheStream) {
@@ -91,47 +193,34 @@ TEST_F(Analytics, SendContentImpressionsWhenContentTimeReachesTheirPlaceInTheStr
   EXPECT_THAT(sent, ElementsAre("5:impression-2", "5:impression-2", "7:impression-4"));
 }
 
-struct Steps {
-  const char* situation;
-  std::vector<double> impressions;
-  std::vector<double> times;  ///< Content times reported in turn; the stream has no ads.
-  Beacons sent;
-};
-
-void PrintTo(const Steps& steps, std::ostream* out) {
-  *out << steps.situation;
+TEST(ContentImpressionsTest, FireInTheReportThatPassesThem) {
+  struct Steps {
+    const char* situation;
+    std::vector<double> impressions;
+    std::vector<double> times;  ///< Content times reported in turn; the stream has no ads.
+    Beacons sent;
+  };
+  const Steps table[] = {
+      {"steps of a second", {1, 1.5, 3}, {1, 2, 3, 4}, {"impression-1", "impression-1.5", "impression-3"}},
+      {"a tick before", {1}, {1 - 1 / 600.0}, {}},
+      {"at the start of playback never", {0}, {0, 1}, {}},
+      {"a jump of 1.5 s", {1}, {1.5}, {"impression-1"}},
+      {"a jump of a tick more", {1}, {1.5 + 1 / 600.0}, {}},
+      {"a jump and on", {1, 3}, {2, 3}, {"impression-3"}},
+      {"back and over it again", {2}, {1, 2, 1, 2}, {"impression-2", "impression-2"}},
+      {"behind the content never", {101}, {99, 100, 101, 102}, {}},
+      // A negative time stands at the payload's end, and stops the walk before what follows until then.
+      {"a negative time holds up the others", {-1, 2}, {1, 2, 3}, {}},
+      {"one at the end", {-1, 99.5}, {98.8, 99, 100}, {"impression--1", "impression-99.5"}},
+  };
+  for (const auto& row : table) {
+    const auto timeline = drawTimeline(std::string(100, '.'), {.contentImpressions = row.impressions});
+    const auto digester = std::make_shared<RecordingDigester>();
+    TarnLumoContentAnalyticsSession session(timeline, digester);
+    for (const double time : row.times) session.trackProgressToTime(seconds(time));
+    EXPECT_EQ(digester->take(), row.sent) << row.situation;
+  }
 }
-
-class ContentImpressions : public ::testing::TestWithParam<Steps> {};
-
-TEST_P(ContentImpressions, FireInTheReportThatPassesThem) {
-  const auto timeline = drawTimeline(std::string(100, '.'), {.contentImpressions = GetParam().impressions});
-  const auto digester = std::make_shared<tarn::test::RecordingDigester>();
-  TarnLumoContentAnalyticsSession session(timeline, digester);
-  for (const double time : GetParam().times) session.trackProgressToTime(seconds(time));
-  EXPECT_EQ(digester->take(), GetParam().sent);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Reports, ContentImpressions,
-    ::testing::Values(
-        Steps{"steps of a second",
-              {1, 1.5, 3},
-              {1, 2, 3, 4},
-              {"impression-1", "impression-1.5", "impression-3"}},
-        Steps{"a tick before", {1}, {1 - 1 / 600.0}, {}},
-        Steps{"at the start of playback never", {0}, {0, 1}, {}},
-        Steps{"a jump of 1.5 s", {1}, {1.5}, {"impression-1"}},
-        Steps{"a jump of a tick more", {1}, {1.5 + 1 / 600.0}, {}},
-        Steps{"a jump and on", {1, 3}, {2, 3}, {"impression-3"}},
-        Steps{"back and over it again", {2}, {1, 2, 1, 2}, {"impression-2", "impression-2"}},
-        Steps{"behind the content never", {101}, {99, 100, 101, 102}, {}},
-        // A negative time stands at the payload's end, and stops the walk before what follows until then.
-        Steps{"a negative time holds up the others", {-1, 2}, {1, 2, 3}, {}},
-        Steps{"a negative time at the end",
-              {-1, 99.5},
-              {98.8, 99, 100},
-              {"impression--1", "impression-99.5"}}));
 
 TEST(ContentImpressionsTest, FireByTheWalkOverThemAll) {
   // Against the plain walk, on a stream with breaks, for any order of impressions and any kind of step.
@@ -147,7 +236,7 @@ TEST(ContentImpressionsTest, FireByTheWalkOverThemAll) {
     if (!withNegativeTimes) {
       std::erase_if(ordered, [](const auto& each) { return each->logicalTime().value < 0; });
     }
-    const auto digester = std::make_shared<tarn::test::RecordingDigester>();
+    const auto digester = std::make_shared<RecordingDigester>();
     const auto stream = TarnLumoTimeline::make(std::nullopt, timeline->contentLength(),
                                                timeline->payloadLength(), timeline->adSequences(), ordered);
     TarnLumoContentAnalyticsSession session(stream, digester);

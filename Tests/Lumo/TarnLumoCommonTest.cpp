@@ -11,10 +11,8 @@
 
 namespace {
 
-using tarn::test::IdenticalTo;
-using tarn::test::IsInvalidTime;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace tarn::test;
+using namespace testing;
 
 constexpr const char* kNoCharacters =
     "` (must contain only characters from the character set `[^0123456789.:+]`).";
@@ -25,7 +23,7 @@ std::string durationLine(const std::string& string, const char* reason) {
   return "Could not parse duration `" + string + reason;
 }
 
-class TarnLumoCommonTest : public testing::Test {
+class TarnLumoCommonTest : public Test {
  protected:
   ~TarnLumoCommonTest() override { TarnLumoLogConfigure(TarnLumoLogConfigDebug); }
 
@@ -37,59 +35,42 @@ class TarnLumoCommonTest : public testing::Test {
   tarn::Token sink_ = tarn::installLogSink([this](std::string_view line) { lines_.emplace_back(line); });
 };
 
-struct TimeRow {
-  const char* string;
-  CMTimeValue ticks;
-};
-
 TEST_F(TarnLumoCommonTest, ReadsDurationsInTicksOfSixHundred) {
-  for (const auto& row : std::vector<TimeRow>{
-           {"00:00:30", 18000},
-           {"00:00:30.000", 18000},
-           {"00:01:05.5", 39300},
-           {"01:00:00", 2160000},
-           {"99:99:99", (99 * 3600 + 99 * 60 + 99) * 600},
-           {"00:75:00", 75 * 60 * 600},
-           {"00:00:10.000+02:00", 6000},
-           {"00:00:10+:+:+", 6000},
-           {"00:00:.5", 300},
-           {"00:00:05.", 3000},
-           {"00:00:00.001", 1},
-           {"00:00:120", 72000},
-           {".5:1.:02", 60 * 600 + 1200},  // whole hours and minutes only
-           {"..:..:1.2.3", 0},             // no number at all counts as 0
-           {"00:00:..", 0},
-       }) {
-    EXPECT_EQ(TarnLumoDurationFromString(row.string).value, row.ticks) << row.string;
-    EXPECT_EQ(TarnLumoDurationFromString(row.string).timescale, 600) << row.string;
+  constexpr CMTimeValue kMost = (99 * 3600 + 99 * 60 + 99) * 600;
+  const std::vector<std::pair<const char*, CMTimeValue>> table = {
+      {"00:00:30", 18000},
+      {"00:00:30.000", 18000},
+      {"00:01:05.5", 39300},
+      {"01:00:00", 2160000},
+      {"99:99:99", kMost},
+      {"00:75:00", 75 * 60 * 600},
+      {"00:00:10.000+02:00", 6000},
+      {"00:00:10+:+:+", 6000},
+      {"00:00:.5", 300},
+      {"00:00:05.", 3000},
+      {"00:00:00.001", 1},
+      {"00:00:120", 72000},
+      {".5:1.:02", 60 * 600 + 1200},  // whole hours and minutes only
+      {"..:..:1.2.3", 0},
+      {"00:00:..", 0}};  // no number at all counts as 0
+  for (const auto& [string, ticks] : table) {
+    EXPECT_EQ(TarnLumoDurationFromString(string).value, ticks) << string;
+    EXPECT_EQ(TarnLumoDurationFromString(string).timescale, 600) << string;
   }
   EXPECT_THAT(takeLines(), IsEmpty());
 }
 
 TEST_F(TarnLumoCommonTest, SaysWhyAStringIsNoDuration) {
-  struct Row {
-    std::string string;
-    std::string line;
-  };
-  for (const auto& row : std::vector<Row>{
-           {"00:00:3O", durationLine("00:00:3O", kNoCharacters)},
-           {"-00:00:30", durationLine("-00:00:30", kNoCharacters)},
-           {"00:00:30+0200Z", durationLine("00:00:30+0200Z", kNoCharacters)},
-           {"%@%s", durationLine("%@%s", kNoCharacters)},
-           {"00:00:3\xc3\xa9", durationLine("00:00:3\xc3\xa9", kNoCharacters)},
-           {"00:30", durationLine("00:30", kNotThree)},
-           {"00:00:00:30", durationLine("00:00:00:30", kNotThree)},
-           {"00:30+00:00", durationLine("00:30", kNotThree)},
-           {"+00:00:30", durationLine("", kNotThree)},
-           {"", durationLine("", kNotThree)},
-           {"0:00:30", durationLine("0:00:30", kMissing)},
-           {"00:0:30", durationLine("00:0:30", kMissing)},
-           {"000:00:30", durationLine("000:00:30", kMissing)},
-           {"00:00:3", durationLine("00:00:3", kMissing)},
-           {"::+1", durationLine("::", kMissing)},
-       }) {
-    EXPECT_THAT(TarnLumoDurationFromString(row.string), IsInvalidTime()) << row.string;
-    EXPECT_THAT(takeLines(), ElementsAre(row.line));
+  const std::pair<const char*, std::vector<std::string>> table[] = {
+      {kNoCharacters, {"00:00:3O", "-00:00:30", "00:00:30+0200Z", "%@%s", "00:00:3\xc3\xa9"}},
+      {kNotThree, {"00:30", "00:00:00:30", "00:30+00:00", "+00:00:30", ""}},
+      {kMissing, {"0:00:30", "00:0:30", "000:00:30", "00:00:3", "::+1"}}};
+  for (const auto& [reason, strings] : table) {
+    for (const auto& string : strings) {
+      const auto named = reason == kNoCharacters ? string : string.substr(0, string.find('+'));
+      EXPECT_THAT(TarnLumoDurationFromString(string), IsInvalidTime()) << string;
+      EXPECT_THAT(takeLines(), ElementsAre(durationLine(named, reason)));
+    }
   }
   EXPECT_THAT(TarnLumoDurationFromString(std::nullopt), IsInvalidTime());
   EXPECT_THAT(takeLines(), ElementsAre("Could not parse duration `(null)` (nil duration parameter)."));
@@ -109,16 +90,13 @@ TEST_F(TarnLumoCommonTest, ReadsTheOffsetsOfAdBreaks) {
 }
 
 TEST_F(TarnLumoCommonTest, ReadsSkipOffsets) {
-  const CMTime duration = CMTimeMake(18000, 600);
-  const auto offset = [&](const char* string) {
-    return TarnLumoSkipOffsetFromStringWithDuration(string, duration);
-  };
-  EXPECT_THAT(offset("50%"), IdenticalTo(CMTimeMake(9000, 600)));
-  EXPECT_THAT(offset("10%"), tarn::test::SecondsEq(3.0));
-  EXPECT_THAT(offset("150%"), IdenticalTo(CMTimeMake(27000, 600)));
-  EXPECT_THAT(offset("00:00:05"), IdenticalTo(CMTimeMake(3000, 600)));
-  EXPECT_THAT(offset("start"), IdenticalTo(kCMTimeZero));
-  EXPECT_THAT(offset("end"), IdenticalTo(kCMTimePositiveInfinity));
+  const std::pair<const char*, CMTime> table[] = {
+      {"50%", CMTimeMake(9000, 600)},      {"10%", seconds(3)},    {"150%", CMTimeMake(27000, 600)},
+      {"00:00:05", CMTimeMake(3000, 600)}, {"start", kCMTimeZero}, {"end", kCMTimePositiveInfinity}};
+  for (const auto& [string, offset] : table) {
+    EXPECT_THAT(TarnLumoSkipOffsetFromStringWithDuration(string, CMTimeMake(18000, 600)), TimeEq(offset))
+        << string;
+  }
   EXPECT_THAT(TarnLumoSkipOffsetFromStringWithDuration("50%", kCMTimeInvalid), IsInvalidTime());
   EXPECT_THAT(takeLines(), IsEmpty());
 }
@@ -134,15 +112,15 @@ TEST_F(TarnLumoCommonTest, LogsTwiceForAMalformedSkipOffset) {
 }
 
 TEST_F(TarnLumoCommonTest, HoldsTimesTogetherWithinATolerance) {
+  const auto together = TarnLumoCMTimesWithinTolerance;
   const auto ms = [](CMTimeValue value) { return CMTimeMake(value, 1000); };
-  EXPECT_FALSE(TarnLumoCMTimesWithinTolerance(ms(10000), ms(10100), ms(100)));
-  EXPECT_FALSE(TarnLumoCMTimesWithinTolerance(ms(10100), ms(10000), CMTimeMake(60, 600)));
-  EXPECT_TRUE(TarnLumoCMTimesWithinTolerance(ms(10000), ms(10100), ms(101)));
-  EXPECT_TRUE(TarnLumoCMTimesWithinTolerance(ms(10100), ms(10000), ms(200)));
-  EXPECT_TRUE(TarnLumoCMTimesWithinTolerance(CMTimeMake(1, 2), CMTimeMake(2, 4), kCMTimeZero));
-  EXPECT_TRUE(TarnLumoCMTimesWithinTolerance(kCMTimeInvalid, kCMTimeInvalid, kCMTimeZero));
-  EXPECT_TRUE(TarnLumoCMTimesWithinTolerance(kCMTimePositiveInfinity, kCMTimePositiveInfinity, kCMTimeZero));
-  EXPECT_FALSE(TarnLumoCMTimesWithinTolerance(kCMTimePositiveInfinity, ms(1), ms(1000)));
+  EXPECT_FALSE(together(ms(10000), ms(10100), ms(100)));
+  EXPECT_FALSE(together(ms(10100), ms(10000), CMTimeMake(60, 600)));
+  EXPECT_FALSE(together(kCMTimePositiveInfinity, ms(1), ms(1000)));
+  EXPECT_TRUE(together(ms(10000), ms(10100), ms(101)));
+  EXPECT_TRUE(together(ms(10100), ms(10000), ms(200)));
+  for (const CMTime& time : {CMTimeMake(1, 2), kCMTimeInvalid, kCMTimePositiveInfinity})
+    EXPECT_TRUE(together(time, time, kCMTimeZero));
 }
 
 TEST_F(TarnLumoCommonTest, FillsPlaceholdersOnce) {
@@ -153,21 +131,15 @@ TEST_F(TarnLumoCommonTest, FillsPlaceholdersOnce) {
 }
 
 TEST_F(TarnLumoCommonTest, SwitchesItsLog) {
-  const auto logs = [this] {
+  const auto logsAfter = [this](std::int64_t config) {
+    TarnLumoLogConfigure(config);
     TarnLumoLog("line");
     return !takeLines().empty();
   };
-  EXPECT_TRUE(logs());
-  for (const std::int64_t ignored : {3, -1, 1 << 20}) {
-    TarnLumoLogConfigure(ignored);
-    EXPECT_TRUE(logs());
-  }
-  TarnLumoLogConfigure(TarnLumoLogConfigDisabled);
-  EXPECT_FALSE(logs());
-  TarnLumoLogConfigure(3);
-  EXPECT_FALSE(logs());
-  TarnLumoLogConfigure(TarnLumoLogConfigError);
-  EXPECT_TRUE(logs());
+  for (const std::int64_t ignored : {3, -1, 1 << 20}) EXPECT_TRUE(logsAfter(ignored)) << ignored;
+  EXPECT_FALSE(logsAfter(TarnLumoLogConfigDisabled));
+  EXPECT_FALSE(logsAfter(3));
+  EXPECT_TRUE(logsAfter(TarnLumoLogConfigError));
 }
 
 }  // namespace

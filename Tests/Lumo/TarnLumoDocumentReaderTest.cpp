@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
-#include <string>
-#include <vector>
+#include <sstream>
 
 #include "Lumo/TarnLumoDocument.h"
 #include "Lumo/TarnLumoTimeline.h"
@@ -12,13 +11,7 @@
 namespace {
 
 using namespace tarn::test;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::Field;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Optional;
-using ::testing::SizeIs;
+using namespace testing;
 
 using Warnings = std::vector<TarnLumoWarning>;
 
@@ -125,38 +118,37 @@ TEST(DocumentReader, ReadsAWholeDocument) {
   EXPECT_FALSE(film.ad(2, 1).vastAdExtensions());
 }
 
+/// Breaks of one ad each: "start 15, 00:10:00 30" has one at the start, of 15 s.
+std::string breaks(const std::string& text) {
+  std::string result;
+  std::istringstream list(text);
+  for (std::string each; std::getline(list >> std::ws, each, ',');) {
+    const auto space = each.find(' ');
+    result += simpleBreak(each.substr(0, space), "00:00:" + each.substr(space + 1));
+  }
+  return result;
+}
+
 TEST(DocumentReader, PutsAdsWhereTheStreamHasThem) {
   struct Row {
     const char* what;
     std::string breaks;
     std::vector<std::vector<double>> begins;
   };
-  const std::vector<Row> rows = {
-      {"a sequence of two, and a mid-roll moved on by both",
-       simpleBreak("start", "00:00:15") + simpleBreak("START", "00:00:15") +
-           simpleBreak("00:10:00.000", "00:00:30"),
+  const Row rows[] = {
+      {"a mid-roll moved on by a sequence of two",
+       breaks("start 15, START 15, 00:10:00.000 30"),
        {{0, 15}, {630}}},
-      {"one place written in two ways",
-       simpleBreak("start", "00:00:15") + simpleBreak("00:00:00", "00:00:15"),
-       {{0}, {15}}},
-      {"one key for equal times",
-       simpleBreak("00:01:00", "00:00:10") + simpleBreak("00:01:00.000", "00:00:10"),
-       {{60, 70}}},
-      {"post-rolls end with the payload",
-       simpleBreak("end", "00:00:15") + simpleBreak("End", "00:00:30"),
-       {{615, 630}}},
-      {"a post-roll does not move what follows it",
-       simpleBreak("end", "00:00:30") + simpleBreak("00:00:10", "00:00:05"),
-       {{10}, {630}}},
-      {"document order counts, sequences are sorted",
-       simpleBreak("00:05:00", "00:00:30") + simpleBreak("00:01:00", "00:00:10"),
-       {{90}, {300}}},
+      {"one place written in two ways", breaks("start 15, 00:00:00 15"), {{0}, {15}}},
+      {"one key for equal times", breaks("00:01:00 10, 00:01:00.000 10"), {{60, 70}}},
+      {"post-rolls end with the payload", breaks("end 15, End 30"), {{615, 630}}},
+      {"a post-roll does not move what follows it", breaks("end 30, 00:00:10 05"), {{10}, {630}}},
+      {"document order counts, sequences are sorted", breaks("00:05:00 30, 00:01:00 10"), {{90}, {300}}},
       {"an element name of another case",
        "<adbreak timeoffset='x' timeOffset='start'><vmap:AdSource><vmap:VASTData><VAST>" +
            ad("a", linear("00:00:10")) + "</VAST></vmap:VASTData></vmap:AdSource></adbreak>",
        {{0}}},
-      {"no breaks", "", {}},
-  };
+      {"no breaks", "", {}}};
   for (const auto& row : rows) {
     const auto reading = read(vmap(row.breaks));
     ASSERT_TRUE(reading.result) << row.what;
@@ -165,17 +157,15 @@ TEST(DocumentReader, PutsAdsWhereTheStreamHasThem) {
 }
 
 TEST(DocumentReader, PassesAnInvalidDurationOnToAllThatFollows) {
-  const auto reading =
-      read(vmap(simpleBreak("start", "00:00:15") + "\n<vmap:AdBreak timeOffset='00:01:00'/>\n" +
-                simpleBreak("00:02:00", "00:00:15") + simpleBreak("00:03:00", "00:00:15")));
+  const auto reading = read(vmap(breaks("start 15") + "\n<vmap:AdBreak timeOffset='00:01:00'/>\n" +
+                                 breaks("00:02:00 15, 00:03:00 15")));
   ASSERT_TRUE(reading.result);
   const auto& sequences = reading.timeline().adSequences();
   ASSERT_THAT(sequences, SizeIs(4));
   EXPECT_EQ(reading.ad(1).adId(), std::nullopt);
   EXPECT_THAT(reading.ad(1).duration(), IdenticalTo(CMTime{}));
   EXPECT_THAT(reading.ad(1).logicalOffset(), IsInvalidTime());
-  EXPECT_THAT(reading.ad(2).beginTime(), IsInvalidTime());
-  EXPECT_THAT(reading.ad(3).beginTime(), IsInvalidTime());
+  for (const std::size_t later : {2u, 3u}) EXPECT_THAT(reading.ad(later).beginTime(), IsInvalidTime());
   EXPECT_THAT(
       reading.warnings,
       ElementsAre(TarnLumoWarning{4,
@@ -187,24 +177,26 @@ TEST(DocumentReader, PassesAnInvalidDurationOnToAllThatFollows) {
 }
 
 TEST(DocumentReader, ReadsTheFirstLinearAndTheLastCompanions) {
-  const std::string companion = "<CompanionAds><Companion width=' 300px' height='-5' id='c'/></CompanionAds>";
-  const auto companionsOf = [](const Reading& reading) {
-    return reading.ad(0).companionsCollection()->orderedCompanionAdsWithWidthThenHeight().size();
+  const auto readCreatives = [](const std::string& creatives) {
+    return read(vmap(adBreak("start", ad("a", creatives))));
   };
-  const std::string second = "<Creative><CompanionAds><C/><C/></CompanionAds></Creative>";
+  const auto companionsOf = [](const Reading& reading) {
+    return reading.ad(0).companionsCollection()->orderedCompanionAdsWithWidthThenHeight();
+  };
   const std::string withLinear =
-      "<Creative><Linear><Duration>00:00:10</Duration></Linear>" + companion + "</Creative>";
-  EXPECT_EQ(companionsOf(read(vmap(adBreak("start", ad("a", withLinear))))), 1u);
-  EXPECT_EQ(companionsOf(read(vmap(adBreak("start", ad("a", withLinear + second))))), 2u);
-  EXPECT_EQ(companionsOf(read(vmap(adBreak("start", ad("a", withLinear + "<Creative/>"))))), 0u);
-  const auto twice = read(vmap(adBreak("start", ad("a", linear("00:00:20") + withLinear))));
-  EXPECT_EQ(companionsOf(twice), 0u) << "a creative with a further Linear is skipped as a whole";
+      "<Creative><Linear><Duration>00:00:10</Duration></Linear><CompanionAds>"
+      "<Companion width=' 300px' height='-5' id='c'/></CompanionAds></Creative>";
+  const auto one = companionsOf(readCreatives(withLinear));
+  ASSERT_THAT(one, SizeIs(1));
+  EXPECT_EQ(one[0]->width(), 300);
+  EXPECT_EQ(one[0]->height(), -5);
+  const std::string second = "<Creative><CompanionAds><C/><C/></CompanionAds></Creative>";
+  EXPECT_THAT(companionsOf(readCreatives(withLinear + second)), SizeIs(2));
+  EXPECT_THAT(companionsOf(readCreatives(withLinear + "<Creative/>")), IsEmpty());
+  const auto twice = readCreatives(linear("00:00:20") + withLinear);
+  EXPECT_THAT(companionsOf(twice), IsEmpty()) << "a creative with a further Linear is skipped as a whole";
   EXPECT_THAT(twice.ad(0).duration(), SecondsEq(20));
   EXPECT_THAT(twice.log, ElementsAre("Cannot process multiple Linear elements within a single Ad element."));
-  const auto one = read(vmap(adBreak("start", ad("a", withLinear))));
-  const auto& read = *one.ad(0).companionsCollection()->orderedCompanionAdsWithWidthThenHeight()[0];
-  EXPECT_EQ(read.width(), 300);
-  EXPECT_EQ(read.height(), -5);
 }
 
 TEST(DocumentReader, ReadsOffsetsAndClicksAsWritten) {
@@ -231,55 +223,49 @@ TEST(DocumentReader, ReadsOffsetsAndClicksAsWritten) {
 }
 
 TEST(DocumentReader, ChoosesTheExtensionByThePlainText) {
-  const std::string vmapPrefix = "xmlns:vmap='urn:v' ";
-  const std::string both = "<mh:Marlith payloadlength='1'/><zl:zephyrLumo payloadlength='2'/>";
+  const std::string none = "xmlns:vmap='urn:v' ";
+  const std::string zl = none + "xmlns:zl='urn:z' ";
+  const std::string extension = "<zl:zephyrLumo payloadlength='2'/>";
   struct Row {
     std::string document;
     std::string prefix;
     double payload;
   };
-  const std::vector<Row> rows = {
-      {vmap(vmapPrefix + "xmlns:zl='urn:z' xmlns:mh='urn:m'", both, ""), "mh", 1},
-      {vmap(vmapPrefix + "xmlns:zl='urn:z'", "<zl:zephyrLumo payloadlength='2.5'/>", ""), "zl", 2.5},
-      {vmap(vmapPrefix, "<zl:zephyrLumo payloadlength='2'/>", ""), "", 0},
-      {"<!-- xmlns:mh= -->" + vmap(vmapPrefix + "xmlns:zl='urn:z'", "<zl:zephyrLumo payloadlength='2'/>", ""),
-       "mh", 0},
-      {vmap(vmapPrefix, "<zl:zephyrLumo xmlns:zl='urn:z' payloadlength='2'/>", ""), "zl", 0},
-      {vmap(vmapPrefix + "xmlns:zl='urn:z'", "<zl:zephyrLumo payloadlength='2'/>\xff", ""), "mh", 0},
-      {vmap(vmapPrefix + "xmlns:zl='urn:z'", "<zl:zephyrLumo payloadlength='two'/>", ""), "zl", 0},
-  };
+  const Row rows[] = {
+      {vmap(zl + "xmlns:mh='urn:m'", "<mh:Marlith payloadlength='1'/>" + extension, ""), "mh", 1},
+      {vmap(zl, "<zl:zephyrLumo payloadlength='2.5'/>", ""), "zl", 2.5},
+      {vmap(none, extension, ""), "", 0},
+      {"<!-- xmlns:mh= -->" + vmap(zl, extension, ""), "mh", 0},
+      {vmap(none, "<zl:zephyrLumo xmlns:zl='urn:z' payloadlength='2'/>", ""), "zl", 0},
+      {vmap(zl, extension + "\xff", ""), "mh", 0},
+      {vmap(zl, "<zl:zephyrLumo payloadlength='two'/>", ""), "zl", 0}};
   for (const auto& row : rows) {
+    SCOPED_TRACE(row.document);
     const auto reading = read(row.document);
-    ASSERT_TRUE(reading.result) << row.document;
-    EXPECT_EQ(reading.extensionPrefix, row.prefix) << row.document;
-    EXPECT_THAT(reading.timeline().payloadLength(), SecondsEq(row.payload)) << row.document;
+    ASSERT_TRUE(reading.result);
+    EXPECT_EQ(reading.extensionPrefix, row.prefix);
+    EXPECT_THAT(reading.timeline().payloadLength(), SecondsEq(row.payload));
     EXPECT_THAT(reading.timeline().contentLength(), IdenticalTo(CMTimeMake(0, 600)));
     EXPECT_THAT(reading.timeline().contentImpressions(), IsEmpty());
   }
 }
 
 TEST(DocumentReader, FailsWithTheReason) {
-  struct Row {
-    std::string bytes;
-    std::optional<std::string> description;
-  };
-  const std::vector<Row> rows = {
-      {"", std::nullopt},
-      {"Not Found", std::nullopt},
-      {vmap("<vmap:AdBreak/>"), "AdBreak timeOffset `(null)` could not be parsed."},
-      {vmap(simpleBreak("10%", "00:00:10")), "AdBreak timeOffset `10%` could not be parsed."},
-      {vmap(simpleBreak("start", " 00:00:10")), "Linear Duration ` 00:00:10` could not be parsed."},
-      {vmap(adBreak("start", ad("a", "<Creative><Linear/></Creative>")) + simpleBreak("#1", "00:00:10")),
-       "Linear Duration `(null)` could not be parsed."},
-  };
-  for (const auto& row : rows) {
-    const auto reading = read(row.bytes);
-    ASSERT_FALSE(reading.result) << row.bytes;
+  using Row = std::pair<std::string, std::optional<std::string>>;
+  const std::string noDuration = adBreak("start", ad("a", "<Creative><Linear/></Creative>"));
+  for (const auto& [bytes, description] :
+       {Row{"", std::nullopt}, Row{"Not Found", std::nullopt},
+        Row{vmap("<vmap:AdBreak/>"), "AdBreak timeOffset `(null)` could not be parsed."},
+        Row{vmap(breaks("10% 10")), "AdBreak timeOffset `10%` could not be parsed."},
+        Row{vmap(simpleBreak("start", " 00:00:10")), "Linear Duration ` 00:00:10` could not be parsed."},
+        Row{vmap(noDuration + breaks("#1 10")), "Linear Duration `(null)` could not be parsed."}}) {
+    const auto reading = read(bytes);
+    ASSERT_FALSE(reading.result) << bytes;
     const auto& error = reading.result.error();
     EXPECT_EQ(error.domain, "TarnLumoErrorDomain");
     EXPECT_EQ(error.code, 4011);
-    EXPECT_EQ(error.description, row.description);
-    EXPECT_EQ(error.underlying != nullptr, !row.description) << "the parser's error lies beneath";
+    EXPECT_EQ(error.description, description);
+    EXPECT_EQ(error.underlying != nullptr, !description) << "the parser's error lies beneath";
     EXPECT_THAT(error.recoverySuggestion.value_or("line 3"), HasSubstr("line 3"));
   }
 }
@@ -316,51 +302,43 @@ TEST(DocumentReader, WarnsOfEveryFlawOfASample) {
 }
 
 TEST(DocumentReader, WarnsOfDocumentsThatHoldNothing) {
-  const auto first = [](std::string_view bytes) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"<html><body/></html>", "“html”, not vmap:VMAP"},
+      {"<VMAP xmlns='urn:v'/>", "“VMAP” in the namespace “urn:v”; only the prefix vmap"},
+      {"<v:VMAP xmlns:v='urn:v'/>", "“v:VMAP” in the namespace “urn:v”; only the prefix"},
+      {"<vmap:VMAP/>", "prefix vmap on VMAP is not defined"},
+      {"<vmap:VMAP xmlns:vmap='urn:v'>", "repaired: Premature end"}};
+  for (const auto& [bytes, message] : rows) {
     const auto reading = read(bytes);
-    EXPECT_TRUE(reading.result);
+    ASSERT_TRUE(reading.result) << bytes;
     EXPECT_THAT(reading.timeline().adSequences(), IsEmpty());
-    return reading.warnings.empty() ? "" : reading.warnings[0].message;
-  };
-  EXPECT_THAT(first("<html><body/></html>"), HasSubstr("“html”, not vmap:VMAP"));
-  EXPECT_THAT(first("<VMAP xmlns='urn:v'/>"),
-              HasSubstr("“VMAP” in the namespace “urn:v”; only the prefix vmap"));
-  EXPECT_THAT(first("<v:VMAP xmlns:v='urn:v'/>"),
-              HasSubstr("“v:VMAP” in the namespace “urn:v”; only the prefix"));
-  EXPECT_THAT(first("<vmap:VMAP/>"), HasSubstr("prefix vmap on VMAP is not defined"));
-  EXPECT_THAT(first("<vmap:VMAP xmlns:vmap='urn:v'>"), HasSubstr("repaired: Premature end"));
+    ASSERT_THAT(reading.warnings, Not(IsEmpty())) << bytes;
+    EXPECT_THAT(reading.warnings[0].message, HasSubstr(message));
+  }
 }
 
 TEST(DocumentReader, WarnsOfStreamsThatDoNotAddUp) {
-  struct Row {
-    std::string breaks;
-    std::string message;
-  };
-  const std::vector<Row> rows = {
-      {simpleBreak("start", "00:00:30"), "The payload length is 660 s, but content and ads add up to 630 s."},
-      {simpleBreak("00:10:50", "00:00:30"),
-       "The ad sequence at content time 650 s ends at 680 s, behind the payload"},
-      {simpleBreak("00:05:00", "00:00:30") + simpleBreak("00:01:00", "00:00:10"),
-       "lies before that of an earlier"},
-      {simpleBreak("00:05:00", "00:00:30") + simpleBreak("00:04:50", "00:01:40"),
+  const std::string late = "<TrackingEvents><T event='e' offset='11'>u:u</T></TrackingEvents>";
+  const std::pair<std::string, const char*> rows[] = {
+      {breaks("start 30"), "The payload length is 660 s, but content and ads add up to 630 s."},
+      {breaks("00:10:50 30"), "The ad sequence at content time 650 s ends at 680 s, behind the payload"},
+      {breaks("00:05:00 30, 00:01:00 10"), "lies before that of an earlier"},
+      {breaks("00:05:00 30") + simpleBreak("00:04:50", "00:01:40"),
        "The ad sequence at content time 300 s begins at 300 s, before the one ahead of it ends at 420 s"},
       {simpleBreak("end", "00:20:00"), "would begin 540 s before the stream does"},
-      {simpleBreak("99:99:99999999999999999999", "00:00:10"), "counts as “end”"},
-      {simpleBreak("start", "00:00:99999999999999999999"), "too long to be counted"},
+      {breaks("99:99:99999999999999999999 10"), "counts as “end”"},
+      {breaks("start 99999999999999999999"), "too long to be counted"},
       {adBreak("start", "") + adBreak("start", "<Ad id='x'/>"), "its VAST is empty"},
       {adBreak("start", "<Ad id='x'/>"), "The ad “x” has no InLine; nothing but its id is read."},
       {adBreak("start", ad("x", "<Creative/>")), "The ad “x” has no Linear creative"},
       {"<vmap:AdBreak timeOffset='start'><vmap:AdSource><vmap:AdTagURI>u</vmap:AdTagURI></vmap:AdSource>"
        "</vmap:AdBreak>",
        "AdTagURI, which is not fetched"},
-      {adBreak("start", ad("x", linear("00:00:10",
-                                       "<TrackingEvents><T event='e' offset='11'>u:u</T></TrackingEvents>"))),
-       "lies behind the ad's end"},
-  };
-  for (const auto& row : rows) {
+      {adBreak("start", ad("x", linear("00:00:10", late))), "lies behind the ad's end"}};
+  for (const auto& [stream, message] : rows) {
     std::string all;
-    for (const auto& warning : read(vmap(row.breaks)).warnings) all += warning.message + "\n";
-    EXPECT_THAT(all, HasSubstr(row.message)) << row.breaks;
+    for (const auto& warning : read(vmap(stream)).warnings) all += warning.message + "\n";
+    EXPECT_THAT(all, HasSubstr(message)) << stream;
   }
 }
 

@@ -2,22 +2,18 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <future>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
+#include <mutex>
 
 #include "Lumo/TarnLumoTimeline.h"
+#include "Lumo/TarnLumoTimelineOperation.h"
 #include "Platform/Log.h"
 #include "Support/LoopbackServer.h"
 
-using tarn::Error;
-using tarn::HTTPErrorCode;
-using tarn::SerialQueue;
-using tarn::test::LoopbackServer;
-using testing::ElementsAre;
-using testing::HasSubstr;
+using namespace std::chrono_literals;
+using namespace tarn;
+using namespace testing;
 using Document = std::shared_ptr<TarnLumoDocument>;
 
 namespace {
@@ -31,40 +27,45 @@ struct Outcome {
 };
 
 /// Keeps what it is given until it is told to run it: whatever completes meanwhile did so elsewhere.
-class HeldQueue final : public tarn::Queue {
+class HeldQueue final : public Queue {
  public:
-  void async(tarn::Task task) override { task_.set_value(std::move(task)); }
+  void async(Task task) override { task_.set_value(std::move(task)); }
   void runOne() { task_.get_future().get()(); }
 
  private:
-  std::promise<tarn::Task> task_;
+  std::promise<Task> task_;
 };
 
-std::future<Outcome> retrieve(TarnLumoDocument& document, tarn::Queue& queue,
-                              TarnLumoHTTPHeaders headers = {}) {
+std::future<Outcome> retrieve(TarnLumoDocument& document, Queue& queue, TarnLumoHTTPHeaders headers = {}) {
   auto promise = std::make_shared<std::promise<Outcome>>();
-  auto outcome = promise->get_future();
   document.retrieveOnQueue(queue, std::move(headers),
                            [promise](Document retrieved, std::optional<Error> error) {
                              promise->set_value({std::move(retrieved), std::move(error)});
                            });
-  return outcome;
+  return promise->get_future();
 }
 
-class TarnLumoDocumentTest : public testing::Test {
+void expectCode(const std::optional<Error>& error, std::int64_t code) {
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->domain, TarnLumoErrorDomain);
+  EXPECT_EQ(error->code, code);
+}
+
+class TarnLumoDocumentTest : public Test {
  protected:
+  TarnLumoDocumentTest() { server.answer("/vmap", {200, kVMAP}); }
+
   Document makeDocument(const std::string& target) {
     return std::make_shared<TarnLumoDocument>(server.url(target));
   }
 
-  LoopbackServer server;
+  test::LoopbackServer server;
   SerialQueue queue{"completions"};
 };
 
 }  // namespace
 
 TEST_F(TarnLumoDocumentTest, RetrievesOnceAndHoldsTheTimeline) {
-  server.answer("/vmap", {200, kVMAP});
   const auto document = makeDocument("/vmap?a=b");
   EXPECT_EQ(document->lumoURL(), server.url("/vmap?a=b"));
   EXPECT_EQ(document->state(), TarnLumoDocumentStateInitial);
@@ -78,8 +79,7 @@ TEST_F(TarnLumoDocumentTest, RetrievesOnceAndHoldsTheTimeline) {
   EXPECT_FALSE(outcome.error);
   EXPECT_EQ(document->state(), TarnLumoDocumentStateDeserialized);
   EXPECT_NE(document->timeline(), nullptr);
-  ASSERT_EQ(server.requests().size(), 1U);
-  EXPECT_EQ(server.targets().front(), "/vmap?a=b");
+  EXPECT_THAT(server.targets(), ElementsAre("/vmap?a=b"));
   EXPECT_THAT(server.requests().front().values("user-agent"), ElementsAre("tv/1"));
   EXPECT_THAT(server.requests().front().values("x-twice"), ElementsAre("1", "2"));
 }
@@ -88,55 +88,47 @@ TEST_F(TarnLumoDocumentTest, ReadsTheBodyOfAnyStatusAndWrapsWhatTheReaderSays) {
   server.answer("/yields", {404, kVMAP});
   server.answer("/fails", {404, kNoXML});
   server.answer("/empty", {200, ""});
-
   const auto yields = retrieve(*makeDocument("/yields"), queue).get();
   EXPECT_FALSE(yields.error);
   ASSERT_NE(yields.document->timeline(), nullptr);
-  EXPECT_THAT(yields.document->timeline()->adSequences(), ElementsAre());
+  EXPECT_THAT(yields.document->timeline()->adSequences(), IsEmpty());
 
   for (const char* target : {"/fails", "/empty"}) {
     SCOPED_TRACE(target);
     const auto fails = retrieve(*makeDocument(target), queue).get();
-    ASSERT_NE(fails.document, nullptr);
     EXPECT_EQ(fails.document->state(), TarnLumoDocumentStateErrored);
     EXPECT_EQ(fails.document->timeline(), nullptr);
-    ASSERT_TRUE(fails.error);
-    EXPECT_EQ(fails.error->domain, TarnLumoErrorDomain);
-    EXPECT_EQ(fails.error->code, TarnLumoDocumentErrorCodeDeserialization);
+    expectCode(fails.error, TarnLumoDocumentErrorCodeDeserialization);
     ASSERT_NE(fails.error->underlying, nullptr);
-    EXPECT_EQ(fails.error->underlying->domain, TarnLumoErrorDomain);
-    EXPECT_EQ(fails.error->underlying->code, TarnLumoDocumentErrorCodeDeserialization);
+    expectCode(*fails.error->underlying, TarnLumoDocumentErrorCodeDeserialization);
     EXPECT_NE(fails.error->underlying->underlying, nullptr) << "the XML parser's error";
   }
 }
 
 TEST_F(TarnLumoDocumentTest, WrapsTransportErrors) {
   struct Case {
-    std::string url;
+    const char* url;
     TarnLumoHTTPHeaders headers;
     HTTPErrorCode cause;
   };
-  const std::vector<Case> cases{{"file:///etc/passwd", {}, HTTPErrorCode::unsupportedScheme},
-                                {"http://nowhere.invalid/", {}, HTTPErrorCode::cannotConnect},
-                                {"http://127.0.0.1/", {{"Bad\r\nName", "x"}}, HTTPErrorCode::invalidHeader}};
-  for (const auto& each : cases) {
-    SCOPED_TRACE(each.url);
-    const auto document = std::make_shared<TarnLumoDocument>(*tarn::URL::fromString(each.url));
-    const auto outcome = retrieve(*document, queue, each.headers).get();
+  for (const auto& [url, headers, cause] :
+       {Case{"file:///etc/passwd", {}, HTTPErrorCode::unsupportedScheme},
+        Case{"http://nowhere.invalid/", {}, HTTPErrorCode::cannotConnect},
+        Case{"http://127.0.0.1/", {{"Bad\r\nName", "x"}}, HTTPErrorCode::invalidHeader}}) {
+    SCOPED_TRACE(url);
+    const auto document = std::make_shared<TarnLumoDocument>(*URL::fromString(url));
+    const auto outcome = retrieve(*document, queue, headers).get();
     EXPECT_EQ(outcome.document, document);
     EXPECT_EQ(document->state(), TarnLumoDocumentStateErrored);
-    ASSERT_TRUE(outcome.error);
-    EXPECT_EQ(outcome.error->domain, TarnLumoErrorDomain);
-    EXPECT_EQ(outcome.error->code, TarnLumoDocumentErrorCodeConnection);
+    expectCode(outcome.error, TarnLumoDocumentErrorCodeConnection);
     ASSERT_NE(outcome.error->underlying, nullptr);
-    EXPECT_EQ(outcome.error->underlying->domain, tarn::kHTTPErrorDomain);
-    EXPECT_EQ(outcome.error->underlying->code, static_cast<std::int64_t>(each.cause));
-    EXPECT_THAT(chainDescription(*outcome.error), HasSubstr(each.url));
+    EXPECT_EQ(outcome.error->underlying->domain, kHTTPErrorDomain);
+    EXPECT_EQ(outcome.error->underlying->code, static_cast<std::int64_t>(cause));
+    EXPECT_THAT(chainDescription(*outcome.error), HasSubstr(url));
   }
 }
 
 TEST_F(TarnLumoDocumentTest, ASecondRetrievalIsRefusedAtOnceAndTheFirstEndsWithItsOwnResult) {
-  server.answer("/vmap", {200, kVMAP});
   server.hold("/vmap");
   const auto document = makeDocument("/vmap");
   auto first = retrieve(*document, queue);
@@ -144,9 +136,7 @@ TEST_F(TarnLumoDocumentTest, ASecondRetrievalIsRefusedAtOnceAndTheFirstEndsWithI
   const auto second = retrieve(*document, neverRun).get();  // told although its queue runs nothing
 
   EXPECT_EQ(second.document, nullptr);
-  ASSERT_TRUE(second.error);
-  EXPECT_EQ(second.error->domain, TarnLumoErrorDomain);
-  EXPECT_EQ(second.error->code, TarnLumoDocumentErrorCodeMultipleRetrieval);
+  expectCode(second.error, TarnLumoDocumentErrorCodeMultipleRetrieval);
   EXPECT_EQ(
       second.error->failureReason,
       "Multiple -[TarnLumoDocument retrieveOnQueue:completion:] messages not may not be sent to the same "
@@ -164,7 +154,6 @@ TEST_F(TarnLumoDocumentTest, ASecondRetrievalIsRefusedAtOnceAndTheFirstEndsWithI
 }
 
 TEST_F(TarnLumoDocumentTest, LivesUntilItsCompletionHasRun) {
-  server.answer("/vmap", {200, kVMAP});
   for (int i = 0; i < 20; ++i) {
     std::promise<std::weak_ptr<TarnLumoDocument>> completed;
     makeDocument("/vmap")->retrieveOnQueue(queue, {}, [&completed](Document document, const auto& error) {
@@ -176,41 +165,142 @@ TEST_F(TarnLumoDocumentTest, LivesUntilItsCompletionHasRun) {
 }
 
 TEST_F(TarnLumoDocumentTest, SharesASessionAndMakesAFreshOneForNone) {
-  server.answer("/vmap", {200, kVMAP});
-  const auto session = std::make_shared<tarn::HTTPSession>();
-  const auto a = makeDocument("/vmap");
-  const auto b = makeDocument("/vmap");
-  for (const auto& document : {a, b}) {
-    document->setSharedURLSession(session);
-    document->setSharedURLSession(session);
-    EXPECT_EQ(document->sharedURLSession(), session);
-  }
-  b->setSharedURLSession(nullptr);
-  EXPECT_NE(b->sharedURLSession(), nullptr);
-  EXPECT_NE(b->sharedURLSession(), session);
-  EXPECT_FALSE(retrieve(*a, queue).get().error);
-  EXPECT_FALSE(retrieve(*b, queue).get().error);
+  const auto session = std::make_shared<HTTPSession>();
+  const auto document = makeDocument("/vmap");
+  for (int i = 0; i < 2; ++i) document->setSharedURLSession(session);
+  EXPECT_EQ(document->sharedURLSession(), session);
+  document->setSharedURLSession(nullptr);
+  EXPECT_THAT(document->sharedURLSession(), AllOf(Ne(nullptr), Ne(session)));
+  EXPECT_FALSE(retrieve(*document, queue).get().error);
 }
 
 TEST_F(TarnLumoDocumentTest, LogsTheRawResponseAtTheTrafficLevelOnly) {
   std::vector<std::string> lines;
-  const auto sink = tarn::installLogSink([&lines](std::string_view line) { lines.emplace_back(line); });
-  server.answer("/text", {200, kNoXML});
-  server.answer("/bytes", {200, std::string("\xFF<a\0/>", 6)});
-  server.answer("/nul", {200, std::string("a\0b", 3)});
-  const auto logged = [&](int level, const std::string& target) {
+  const auto sink = installLogSink([&lines](std::string_view line) { lines.emplace_back(line); });
+  const auto logged = [&](int level, const std::string& body) {
+    server.answer("/text", {200, body});
     lines.clear();
     MHLogSetLevel(level);
-    retrieve(*makeDocument(target), queue).get();
+    retrieve(*makeDocument("/text"), queue).get();
     MHLogSetLevel(1);
-    std::vector<std::string> responses;
-    for (const auto& line : lines) {
-      if (line.find("VMAP response") != std::string::npos) responses.push_back(line);
-    }
-    return responses;
+    std::erase_if(lines, [](const auto& line) { return line.find("VMAP response") == std::string::npos; });
+    return lines;
   };
-  EXPECT_THAT(logged(5, "/text"), ElementsAre("VMAP response:\n\nNot found\n\n"));
-  EXPECT_THAT(logged(5, "/bytes"), ElementsAre("VMAP response:\n\n(6 bytes that are not UTF-8)\n\n"));
-  EXPECT_THAT(logged(5, "/nul"), ElementsAre(std::string("VMAP response:\n\na\0b\n\n", 21)));
-  EXPECT_THAT(logged(4, "/text"), ElementsAre());
+  EXPECT_THAT(logged(5, kNoXML), ElementsAre("VMAP response:\n\nNot found\n\n"));
+  EXPECT_THAT(logged(5, std::string("\xFF<a\0/>", 6)),
+              ElementsAre("VMAP response:\n\n(6 bytes that are not UTF-8)\n\n"));
+  EXPECT_THAT(logged(5, std::string("a\0b", 3)), ElementsAre(std::string("VMAP response:\n\na\0b\n\n", 21)));
+  EXPECT_THAT(logged(4, kNoXML), IsEmpty());
+}
+
+namespace {
+
+class TarnLumoTimelineOperationTest : public TarnLumoDocumentTest {
+ protected:
+  std::shared_ptr<TarnLumoTimelineOperation> makeOperation(const std::string& target) {
+    return TarnLumoTimeline::timelineOperationForLumoUXURL(server.url(target));
+  }
+
+  static bool finish(const Operation& operation) {
+    return MainQueue::shared().runUntil([&operation] { return operation.isFinished(); }, 20s);
+  }
+
+  /// Runs `operation` on the queue to its completion block.
+  bool run(const std::shared_ptr<TarnLumoTimelineOperation>& operation) {
+    std::atomic<bool> completed = false;
+    operation->setCompletionBlock([&completed] { completed = true; });
+    operations.addOperation(operation);
+    return MainQueue::shared().runUntil([&completed] { return completed.load(); }, 20s);
+  }
+
+  OperationQueue operations{"load"};
+};
+
+std::string stateOf(const Operation& operation) {
+  return std::string(operation.isExecuting() ? "executing" : "idle") +
+         (operation.isFinished() ? ", finished" : "");
+}
+
+}  // namespace
+
+TEST_F(TarnLumoTimelineOperationTest, LoadsTheTimelineWithTheGivenHeadersOrPassesTheErrorOn) {
+  const auto operation = makeOperation("/vmap");
+  EXPECT_EQ(operation->lumoUXURL(), server.url("/vmap"));
+  EXPECT_TRUE(operation->isConcurrent());
+  EXPECT_EQ(stateOf(*operation), "idle");
+  operation->setHttpHeaders({{"User-Agent", "tv/1"}});
+  ASSERT_TRUE(run(operation));
+  EXPECT_EQ(stateOf(*operation), "idle, finished");
+  EXPECT_NE(operation->resultTimeline(), nullptr);
+  EXPECT_FALSE(operation->error());
+  EXPECT_THAT(operation->warnings(), Not(IsEmpty())) << "the document names no stream";
+  ASSERT_EQ(server.requests().size(), 1U);
+  EXPECT_THAT(server.requests().front().values("user-agent"), ElementsAre("tv/1"));
+
+  server.answer("/text", {404, kNoXML});
+  const auto failing = makeOperation("/text");
+  ASSERT_TRUE(run(failing));
+  EXPECT_EQ(failing->resultTimeline(), nullptr);
+  expectCode(failing->error(), TarnLumoDocumentErrorCodeDeserialization);
+}
+
+TEST_F(TarnLumoTimelineOperationTest, EndsWithoutRequestOrResultWhenCancelledBeforeOrWithoutURL) {
+  const auto cancelled = makeOperation("/vmap");
+  cancelled->cancel();
+  const auto nowhere = TarnLumoTimeline::timelineOperationForLumoUXURL(std::nullopt);
+  for (const auto& operation : {cancelled, nowhere}) {
+    ASSERT_TRUE(run(operation));
+    EXPECT_EQ(stateOf(*operation), "idle, finished");
+    EXPECT_EQ(operation->resultTimeline(), nullptr);
+    EXPECT_FALSE(operation->error());
+  }
+  EXPECT_THAT(server.targets(), IsEmpty());
+}
+
+TEST_F(TarnLumoTimelineOperationTest, ACancellationAfterTheStartIsNotObserved) {
+  server.hold("/vmap");
+  const auto operation = makeOperation("/vmap");
+  operation->start();
+  ASSERT_TRUE(server.waitForRequests(1));
+  operation->cancel();
+  server.release();
+  ASSERT_TRUE(finish(*operation));
+  EXPECT_NE(operation->resultTimeline(), nullptr);
+}
+
+TEST_F(TarnLumoTimelineOperationTest, RetrievesOnceHoweverOftenItIsStarted) {
+  const auto operation = makeOperation("/vmap");
+  std::atomic<int> finished = 0;
+  operation->observeFinished([&finished](const Operation&) { ++finished; });
+  for (int i = 0; i < 3; ++i) operation->start();
+  ASSERT_TRUE(finish(*operation));
+  operation->start();
+
+  const auto after = makeOperation("/after");  // by its end, the last start above has been looked at
+  after->start();
+  ASSERT_TRUE(finish(*after));
+  EXPECT_THAT(server.targets(), ElementsAre("/vmap", "/after"));
+  EXPECT_EQ(finished, 1);
+}
+
+TEST_F(TarnLumoTimelineOperationTest, AnnouncesExecutingInsideFinishedWithTheResultInPlace) {
+  const auto operation = makeOperation("/vmap");
+  std::promise<void> executing;
+  std::mutex mutex;
+  std::vector<std::string> told;
+  operation->observeExecuting([&](const Operation& each) {
+    const std::lock_guard lock(mutex);
+    told.push_back("isExecuting: " + stateOf(each));
+    if (told.size() == 1) executing.set_value();
+  });
+  operation->observeFinished([&, weak = std::weak_ptr(operation)](const Operation& each) {
+    EXPECT_NE(weak.lock()->resultTimeline(), nullptr);
+    const std::lock_guard lock(mutex);
+    told.push_back("isFinished: " + stateOf(each));
+  });
+  operation->start();
+  executing.get_future().wait();  // the completion needs the main queue, which runs only from here on
+  ASSERT_TRUE(finish(*operation));
+  EXPECT_THAT(told, ElementsAre("isExecuting: executing", "isExecuting: idle, finished",
+                                "isFinished: idle, finished"));
 }

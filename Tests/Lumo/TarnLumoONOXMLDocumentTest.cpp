@@ -1,9 +1,6 @@
 #include "Lumo/TarnLumoONOXMLDocument.h"
 
 #include <gmock/gmock.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -14,16 +11,11 @@
 #include "Lumo/TarnLumoONOCSS.h"
 #include "Lumo/TarnLumoText.h"
 #include "Platform/ProgrammingError.h"
+#include "Support/ScriptedServer.h"
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
-using ::testing::Optional;
-using ::testing::Pair;
-using ::testing::UnorderedElementsAre;
+using namespace testing;
 
 using Document = TarnLumoONOXMLDocument;
 using Element = TarnLumoONOXMLElement;
@@ -34,10 +26,10 @@ std::shared_ptr<Document> parse(std::string_view xml) {
   return *document;
 }
 
-tarn::Error parseError(std::string_view bytes) {
-  auto document = Document::XMLDocumentWithData(bytes);
-  EXPECT_FALSE(document) << "parsed to " << (*document)->description();
-  return document ? tarn::Error{} : document.error();
+/// Why the bytes are refused.
+std::string refusal(std::string_view bytes) {
+  const auto document = Document::XMLDocumentWithData(bytes);
+  return document ? "parsed to " + (*document)->description() : document.error().failureReason.value_or("");
 }
 
 std::vector<std::string> texts(const std::vector<Element>& elements) {
@@ -107,14 +99,13 @@ TEST(XMLDocument, ReadsNumbersDatesAndEntities) {
   const auto document = parse(
       "<!DOCTYPE r [<!ENTITY who 'you &amp; me'>]><r a='&who;'><n>1,200.5</n><n>x</n>"
       "<d>2024-02-03T04:05:06+0000</d><e>for &who;<![CDATA[ <b> ]]></e></r>");
-  const Element root = *document->rootElement();
-  const auto children = root.children();
+  const auto children = document->rootElement()->children();
   EXPECT_EQ(children[0].numberValue(), 1200.5);
   EXPECT_EQ(children[1].numberValue(), std::nullopt);
   EXPECT_EQ(children[1].dateValue(), std::nullopt);
   EXPECT_EQ(children[2].dateValue()->time_since_epoch(), std::chrono::seconds(1706933106));
   EXPECT_EQ(std::string(children[3]), "for you & me <b> ");
-  EXPECT_THAT(root.attributes(), ElementsAre(Pair("a", "you & me")));
+  EXPECT_THAT(document->rootElement()->attributes(), ElementsAre(Pair("a", "you & me")));
 }
 
 TEST(XMLDocument, IsSafeToAskAfterTheDocumentIsGone) {
@@ -124,16 +115,14 @@ TEST(XMLDocument, IsSafeToAskAfterTheDocumentIsGone) {
   EXPECT_EQ(child.stringValue(), "t");
   document.reset();
   EXPECT_EQ(child.stringValue(), "t") << "already computed";
-  EXPECT_EQ(root.stringValue(), "");
-  EXPECT_EQ(root.tag() + root.description(), "");
+  EXPECT_EQ(root.stringValue() + root.tag() + root.description(), "");
   EXPECT_EQ(root.lineNumber(), 0u);
   EXPECT_EQ(root.valueForAttribute("a"), std::nullopt);
   EXPECT_THAT(root.attributes(), IsEmpty());
   EXPECT_THAT(root.children(), IsEmpty());
-  EXPECT_EQ(child.parent(), std::nullopt);
   EXPECT_EQ(root.XPath("b"), nullptr);
-  EXPECT_EQ(root.firstChildWithXPath("./b"), std::nullopt);
-  EXPECT_EQ(root.firstChildWithTag("b"), std::nullopt);
+  for (const auto& none : {child.parent(), root.firstChildWithXPath("./b"), root.firstChildWithTag("b")})
+    EXPECT_EQ(none, std::nullopt);
 }
 
 TEST(XMLDocument, KeepsAnArchiveAndASharedCopy) {
@@ -141,16 +130,14 @@ TEST(XMLDocument, KeepsAnArchiveAndASharedCopy) {
   const auto archive = document->archive();
   const auto copy = document->copy();
   EXPECT_EQ(copy->rootElement(), document->rootElement());
-  EXPECT_EQ(copy->version(), document->version());
   EXPECT_FALSE(*copy == *document);
   document.reset();
   const auto restored = Document::initWithArchive(archive);
   EXPECT_THAT(restored->version(), Optional(std::string("1.0")));
-  const Element root = *restored->rootElement();
-  EXPECT_EQ(root.tag(), "r");
-  EXPECT_EQ(root.stringValue(), "t");
-  EXPECT_THAT(root.valueForAttribute("a"), Optional(std::string("1")));
-  EXPECT_EQ(archive.rootElement->children.size(), 2u);
+  EXPECT_EQ(restored->rootElement()->tag(), "r");
+  EXPECT_EQ(restored->rootElement()->stringValue(), "t");
+  EXPECT_THAT(restored->rootElement()->attributes(), ElementsAre(Pair("a", "1")));
+  ASSERT_EQ(archive.rootElement->children.size(), 2u);
   EXPECT_EQ(archive.rootElement->children[0].stringValue, "t");
 }
 
@@ -170,13 +157,10 @@ TEST(XMLDocument, EvaluatesExpressionsFromAnyElement) {
   EXPECT_EQ(root.firstChildWithXPath("//k[@id]")->stringValue(), "one");
 
   const auto enumerator = root.XPath("//k");
-  EXPECT_EQ(enumerator->nextObject()->stringValue(), "one");
+  for (const char* text : {"one", "two", "three"}) EXPECT_EQ(enumerator->nextObject()->stringValue(), text);
+  EXPECT_EQ(enumerator->nextObject(), std::nullopt);
   EXPECT_EQ(enumerator->allObjects().size(), 3u);
   EXPECT_EQ(enumerator->objectAtIndex(3), std::nullopt);
-  EXPECT_EQ(enumerator->nextObject()->stringValue(), "two");
-  EXPECT_EQ(enumerator->nextObject()->stringValue(), "three");
-  EXPECT_EQ(enumerator->nextObject(), std::nullopt);
-  EXPECT_EQ(enumerator->nextObject(), std::nullopt);
 
   std::string seen;
   document->enumerateElementsWithXPath("//k", [&](const Element& k, std::size_t index, bool& stop) {
@@ -232,16 +216,14 @@ TEST(XMLDocument, WalksPlainPathsAsTheXPathEngineWould) {
 }
 
 TEST(XMLDocument, RepairsMalformedDocumentsAndSaysWhere) {
-  EXPECT_EQ(parse("<a/>")->faults().count, 0u);
   const auto cut = parse("<a>\n<b>text");
   EXPECT_EQ(cut->rootElement()->stringValue(), "\ntext");
-  EXPECT_EQ(cut->faults().count, 1u);
+  ASSERT_EQ(cut->faults().count, 1u);
   EXPECT_EQ(cut->faults().first[0].line, 2);
   EXPECT_TRUE(cut->faults().first[0].repaired);
   EXPECT_EQ(cut->faults().first[0].message, "Premature end of data in tag b line 2");
 
-  const auto mismatched = parse("<a>\n<b>\n</c>\n</a>");
-  EXPECT_EQ(mismatched->faults().first[0].line, 3) << "the first fault counts, not what follows from it";
+  EXPECT_EQ(parse("<a>\n<b>\n</c>\n</a>")->faults().first[0].line, 3) << "the first fault counts";
   const auto unbound = parse("<v:a/>");
   EXPECT_FALSE(unbound->faults().first[0].repaired);
   EXPECT_THAT(unbound->faults().first[0].message, HasSubstr("prefix v"));
@@ -254,28 +236,28 @@ TEST(XMLDocument, RepairsMalformedDocumentsAndSaysWhere) {
 
 TEST(XMLDocument, RefusesWhatIsNoDocument) {
   for (const std::string& bytes :
-       {std::string(), std::string("not xml"), std::string(" \n "), std::string("{}"),
-        std::string("<?xml version='1.0'?><!-- c -->"), std::string(8, '\0'),
+       {std::string(), std::string("not xml"), std::string(" \n "), std::string("{}"), std::string(8, '\0'),
+        std::string("<?xml version='1.0'?><!-- c -->"),
         std::string("<?xml version='1.0' encoding='no-such'?><a/>")}) {
-    const auto error = parseError(bytes);
-    EXPECT_EQ(error.domain, "tarn.xml") << bytes;
-    EXPECT_NE(error.code, 0) << bytes;
-    ASSERT_TRUE(error.failureReason) << bytes;
-    EXPECT_THAT(*error.failureReason, Not(IsEmpty()));
-    EXPECT_NE(error.failureReason->back(), '\n');
+    SCOPED_TRACE(bytes);
+    const auto document = Document::XMLDocumentWithData(bytes);
+    ASSERT_FALSE(document);
+    EXPECT_EQ(document.error().domain, "tarn.xml");
+    EXPECT_NE(document.error().code, 0);
+    EXPECT_THAT(document.error().failureReason, Optional(AllOf(Not(IsEmpty()), Not(EndsWith("\n")))));
   }
-  EXPECT_EQ(parseError("not xml").failureReason, "Start tag expected, '<' not found");
+  EXPECT_EQ(refusal("not xml"), "Start tag expected, '<' not found");
   EXPECT_EQ(parse("<a/>")->faults().count, 0u) << "an old error is not reported again";
 }
 
 TEST(XMLDocument, ReadsOtherEncodingsAndHTML) {
   using Encoding = TarnLumoONOStringEncoding;
   const std::string body = "<a x='é'>é</a>";
-  for (const auto& [name, encoding] :
-       std::vector<std::pair<std::string, Encoding>>{{"UTF-8", Encoding::UTF8},
-                                                     {"ISO-8859-1", Encoding::ISOLatin1},
-                                                     {"windows-1252", Encoding::windows1252},
-                                                     {"UTF-16", Encoding::UTF16}}) {
+  const std::vector<std::pair<std::string, Encoding>> encodings = {{"UTF-8", Encoding::UTF8},
+                                                                   {"ISO-8859-1", Encoding::ISOLatin1},
+                                                                   {"windows-1252", Encoding::windows1252},
+                                                                   {"UTF-16", Encoding::UTF16}};
+  for (const auto& [name, encoding] : encodings) {
     const auto document =
         Document::XMLDocumentWithString("<?xml version='1.0' encoding='" + name + "'?>" + body, encoding);
     ASSERT_TRUE(document) << name;
@@ -296,47 +278,36 @@ TEST(XMLDocument, ReadsOtherEncodingsAndHTML) {
 TEST(XMLDocument, FetchesNothing) {
   const auto file = std::filesystem::temp_directory_path() / ("secret-" + std::to_string(::getpid()));
   std::ofstream(file) << "<!ENTITY leak 'secret'>secret";
-  const int server = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  ASSERT_EQ(::bind(server, reinterpret_cast<sockaddr*>(&address), size), 0);
-  ASSERT_EQ(::listen(server, 8), 0);
-  ::getsockname(server, reinterpret_cast<sockaddr*>(&address), &size);
-  const std::string url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/x.dtd";
-
+  const tarn::test::ScriptedServer server([](auto&) {});
+  const std::string url = server.url("/x.dtd").absoluteString();
   for (const std::string& source : {file.string(), "file://" + file.string(), url}) {
     for (const std::string& type :
          {"<!DOCTYPE r SYSTEM '" + source + "'>", "<!DOCTYPE r [<!ENTITY leak SYSTEM '" + source + "'>]>",
           "<!DOCTYPE r [<!ENTITY % all SYSTEM '" + source + "'> %all;]>"}) {
+      SCOPED_TRACE(type);
       const auto document =
           parse(type + "<r a='&leak;' xmlns:xi='http://www.w3.org/2001/XInclude'>&leak;<xi:include href='" +
                 source + "' parse='text'/></r>");
       const Element root = *document->rootElement();
-      EXPECT_THAT(root.stringValue() + root.valueForAttribute("a").value_or(""), Not(HasSubstr("secret")))
-          << type;
+      EXPECT_THAT(root.stringValue() + root.valueForAttribute("a").value_or(""), Not(HasSubstr("secret")));
       EXPECT_EQ(root.functionResultByEvaluatingXPath("contains(string(/), 'secret')")->boolValue, false);
       EXPECT_FALSE(root.functionResultByEvaluatingXPath("document('" + source + "')"));
     }
   }
-  pollfd waiting{server, POLLIN, 0};
-  EXPECT_EQ(::poll(&waiting, 1, 0), 0) << "nobody connected";
-  ::close(server);
+  EXPECT_EQ(server.connections(), 0);
   std::filesystem::remove(file);
 }
 
 TEST(XMLDocument, RefusesEntitiesThatExpandBeyondMeasure) {
   std::string nested = "<!DOCTYPE r [<!ENTITY e0 'lollollollol'>";
-  for (int i = 1; i < 12; ++i)
-    nested +=
-        "<!ENTITY e" + std::to_string(i) + " '" + repeated("&e" + std::to_string(i - 1) + ";", 10) + "'>";
+  for (int i = 1; i < 12; ++i) {
+    const std::string ten = repeated("&e" + std::to_string(i - 1) + ";", 10);
+    nested += "<!ENTITY e" + std::to_string(i) + " '" + ten + "'>";
+  }
   const std::string big = "<!DOCTYPE r [<!ENTITY b '" + std::string(60'000, 'x') + "'>]>";
   const std::string loop = "<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]>";
-  for (const std::string& bomb : {big + "<r>" + repeated("&b;", 1'000) + "</r>",
-                                  big + "<r>" + repeated("<c a='&b;'/>", 1'000) + "</r>"}) {
-    EXPECT_THAT(*parseError(bomb).failureReason, HasSubstr("entit")) << bomb.substr(bomb.size() - 20);
-  }
+  EXPECT_THAT(refusal(big + "<r>" + repeated("&b;", 1'000) + "</r>"), HasSubstr("entit"));
+  EXPECT_THAT(refusal(big + "<r>" + repeated("<c a='&b;'/>", 1'000) + "</r>"), HasSubstr("entit"));
   EXPECT_EQ(parse(big + "<r>&b;</r>")->rootElement()->stringValue().size(), 60'000u);
   for (const std::string& text :
        {nested + "]><r>&e11;</r>", nested + "]><r a='&e11;'/>", nested + "]><r>&e4;&e11;</r>",
@@ -347,9 +318,8 @@ TEST(XMLDocument, RefusesEntitiesThatExpandBeyondMeasure) {
     EXPECT_GT((*document)->faults().count, 0u) << text;
     EXPECT_LE(root.stringValue().size() + root.valueForAttribute("a").value_or("").size(), 1u << 20U) << text;
   }
-  EXPECT_THAT(
-      *parseError("<!DOCTYPE r [<!ATTLIST r a CDATA '" + std::string(1'000, 'x') + "'>]><r/>").failureReason,
-      HasSubstr("default"));
+  EXPECT_THAT(refusal("<!DOCTYPE r [<!ATTLIST r a CDATA '" + std::string(1'000, 'x') + "'>]><r/>"),
+              HasSubstr("default"));
 }
 
 TEST(XMLDocument, BoundsDepthAndTheSizeOfTags) {
@@ -363,20 +333,16 @@ TEST(XMLDocument, BoundsDepthAndTheSizeOfTags) {
   std::string namespaces = "<r><a";
   for (int i = 0; i < 100'000; ++i) attributes += " a" + std::to_string(i) + "=''";
   for (int i = 0; i < 100; ++i) namespaces += "\txmlns:a" + std::to_string(i) + "=\"u\"";
-  EXPECT_THAT(*parseError("\n" + attributes + "/></r>").failureReason, HasSubstr("at line 2"));
-  EXPECT_THAT(*parseError(namespaces + "/></r>").failureReason, HasSubstr("namespace"));
-  const auto wide = tarn::Result<std::shared_ptr<Document>>(Document::XMLDocumentWithString(
-      "<?xml version='1.0' encoding='UTF-16'?>" + attributes + "/></r>", TarnLumoONOStringEncoding::UTF16));
-  EXPECT_FALSE(wide);
-  EXPECT_THAT(*parseError("<?xml version='1.0' encoding='UTF-7'?>" + attributes + "/></r>").failureReason,
-              HasSubstr("UTF-7"));
-  EXPECT_EQ(parse("<r>" + repeated("a='1' ", 5'000) + "<![CDATA[" + repeated("<a b='1' ", 5'000) + "]]></r>")
-                ->faults()
-                .count,
-            0u)
-      << "text is no tag";
-  EXPECT_EQ(parse("<r>" + repeated("<a/>", 5'000) + "</r>")->XPath("//a[count(//a[count(//a) > 1]) > 1]"),
-            nullptr)
+  const std::string utf16 = "<?xml version='1.0' encoding='UTF-16'?>" + attributes + "/></r>";
+  const std::string utf7 = "<?xml version='1.0' encoding='UTF-7'?>" + attributes + "/></r>";
+  EXPECT_THAT(refusal("\n" + attributes + "/></r>"), HasSubstr("at line 2"));
+  EXPECT_THAT(refusal(namespaces + "/></r>"), HasSubstr("namespace"));
+  EXPECT_FALSE(Document::XMLDocumentWithString(utf16, TarnLumoONOStringEncoding::UTF16));
+  EXPECT_THAT(refusal(utf7), HasSubstr("UTF-7"));
+  const std::string text = repeated("a='1' ", 5'000) + "<![CDATA[" + repeated("<a b='1' ", 5'000) + "]]>";
+  EXPECT_EQ(parse("<r>" + text + "</r>")->faults().count, 0u) << "text is no tag";
+  const auto wide = parse("<r>" + repeated("<a/>", 5'000) + "</r>");
+  EXPECT_EQ(wide->XPath("//a[count(//a[count(//a) > 1]) > 1]"), nullptr)
       << "a query that would take minutes ends";
 }
 

@@ -1,153 +1,99 @@
 #include "Lumo/TarnLumoTimeline.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "Lumo/TarnLumoTimelineOperation.h"
+#include <map>
+#include <sstream>
+
 #include "Support/TimePrinter.h"
 #include "Support/TimelineBuilder.h"
 
 namespace {
 
-using tarn::test::drawTimeline;
-using tarn::test::IdenticalTo;
-using tarn::test::IsInvalidTime;
-using tarn::test::seconds;
-using tarn::test::SecondsEq;
-using tarn::test::TimeEq;
+using namespace tarn::test;
+using namespace testing;
 
 const CMTime kTick = CMTimeMake(1, 600);
 
-CMTime before(double time) {
-  return CMTimeSubtract(seconds(time), kTick);
-}
-CMTime after(double time) {
-  return CMTimeAdd(seconds(time), kTick);
+/// Seconds: "330", "330-" a tick before and "330+" a tick after, "inf", "-inf", "?" indefinite, "x" invalid.
+CMTime timeOf(const std::string& text) {
+  static const std::map<std::string, CMTime> kNoNumbers = {{"inf", kCMTimePositiveInfinity},
+                                                           {"-inf", kCMTimeNegativeInfinity},
+                                                           {"?", kCMTimeIndefinite},
+                                                           {"x", kCMTimeInvalid}};
+  if (const auto found = kNoNumbers.find(text); found != kNoNumbers.end()) return found->second;
+  const CMTime time = seconds(std::stod(text));
+  if (text.back() == '-') return CMTimeSubtract(time, kTick);
+  return text.back() == '+' ? CMTimeAdd(time, kTick) : time;
 }
 
-std::vector<std::pair<double, double>> segmentsOf(const TarnLumoTimeline& timeline) {
-  std::vector<std::pair<double, double>> result;
+/// Reads "from:to from:to".
+void expectMapped(const char* text, const std::function<CMTime(CMTime)>& map) {
+  std::istringstream pairs(text);
+  for (std::string pair; pairs >> pair;) {
+    const auto colon = pair.find(':');
+    EXPECT_THAT(map(timeOf(pair.substr(0, colon))), TimeEq(timeOf(pair.substr(colon + 1)))) << pair;
+  }
+}
+
+using Spans = std::vector<std::pair<double, double>>;
+
+Spans segmentsOf(const TarnLumoTimeline& timeline) {
+  Spans result;
   for (const auto& segment : timeline.contentSegments()) {
     result.emplace_back(CMTimeGetSeconds(segment.beginTime()), CMTimeGetSeconds(segment.duration()));
   }
   return result;
 }
 
-// A cell is 30 s. Pre-roll [0, 30), mid-roll [330, 360), payload 660.
-//
-//   absolute  0  30         330 360        660
-//             |a |..........|b |..........|
-//   content      0         300           600
-constexpr std::string_view kDrawing = "a..........b..........";
-
-class PreAndMidRoll : public ::testing::Test {
- protected:
-  std::shared_ptr<const TarnLumoTimeline> timeline = drawTimeline(kDrawing, {.secondsPerCell = 30});
-
-  void expectContent(CMTime absolute, CMTime content) {
-    EXPECT_THAT(timeline->contentTimeAtAbsoluteTime(absolute), TimeEq(content))
-        << "at absolute " << CMTimeCopyDescription(absolute);
-  }
-  void expectAbsolute(CMTime content, CMTime absolute) {
-    EXPECT_THAT(timeline->absoluteTimeAtContentTime(content), TimeEq(absolute))
-        << "at content " << CMTimeCopyDescription(content);
-  }
+/// A stream, its content as begins and lengths in seconds, and what maps to what.
+struct Stream {
+  const char* what;
+  std::string_view drawing;
+  double secondsPerCell;
+  Spans segments;
+  const char* absoluteToContent;
+  const char* contentToAbsolute;
 };
 
-TEST_F(PreAndMidRoll, HasTheContentBetweenItsBreaks) {
-  EXPECT_THAT(segmentsOf(*timeline), ::testing::ElementsAre(std::pair(30, 300), std::pair(360, 300)));
-}
-
-TEST_F(PreAndMidRoll, MapsAbsoluteToContentTime) {
-  for (const auto& [absolute, content] : {std::pair{0, 0},
-                                          {15, 0},
-                                          {30, 0},
-                                          {100, 70},
-                                          {330, 300},
-                                          {345, 300},
-                                          {360, 300},
-                                          {400, 340},
-                                          {660, 600},
-                                          {700, 600}}) {
-    expectContent(seconds(absolute), seconds(content));
-  }
-  expectContent(before(30), kCMTimeZero);
-  expectContent(after(30), kTick);
-  expectContent(before(330), before(300));
-  expectContent(after(330), seconds(300));
-  expectContent(before(360), seconds(300));
-  expectContent(after(360), after(300));
-  expectContent(before(660), before(600));
-  expectContent(after(660), seconds(600));
-  expectContent(seconds(-1), kCMTimeZero);
-  expectContent(kCMTimeNegativeInfinity, kCMTimeZero);
-  expectContent(kCMTimePositiveInfinity, seconds(600));
-  expectContent(kCMTimeIndefinite, seconds(600));
-  expectContent(kCMTimeInvalid, seconds(600));
-}
-
-TEST_F(PreAndMidRoll, MapsContentToAbsoluteTime) {
-  for (const auto& [content, absolute] : {std::pair{0, 30}, {299, 329}, {300, 360}, {600, 660}, {-1, 660}}) {
-    expectAbsolute(seconds(content), seconds(absolute));
-  }
-  expectAbsolute(after(0), after(30));
-  expectAbsolute(before(300), before(330));
-  expectAbsolute(after(300), after(360));
-  expectAbsolute(before(600), before(660));
-  expectAbsolute(before(0), seconds(660));
-  expectAbsolute(kCMTimeNegativeInfinity, seconds(660));
-  for (const CMTime& past : {after(600), seconds(601), kCMTimePositiveInfinity, kCMTimeIndefinite}) {
-    EXPECT_THAT(timeline->absoluteTimeAtContentTime(past), IdenticalTo(kCMTimeInvalid));
-  }
-}
-
-TEST(TarnLumoTimelineTest, WithoutBreaksMapsOntoItself) {
-  const auto timeline = drawTimeline("..........", {.secondsPerCell = 10});
-  EXPECT_THAT(segmentsOf(*timeline), ::testing::ElementsAre(std::pair(0, 100)));
-  for (const double time : {0.0, 50.0, 100.0}) {
-    EXPECT_THAT(timeline->contentTimeAtAbsoluteTime(seconds(time)), SecondsEq(time));
-    EXPECT_THAT(timeline->absoluteTimeAtContentTime(seconds(time)), SecondsEq(time));
-  }
-}
-
-TEST(TarnLumoTimelineTest, AnEmptyStreamMapsItsStartButNothingBehind) {
-  const auto timeline = drawTimeline("");
-  EXPECT_THAT(segmentsOf(*timeline), ::testing::ElementsAre(std::pair(0, 0)));
-  EXPECT_THAT(timeline->contentTimeAtAbsoluteTime(kCMTimeZero), IdenticalTo(kCMTimeZero));
-  EXPECT_THAT(timeline->contentTimeAtAbsoluteTime(kTick), IdenticalTo(kCMTimeInvalid));
-  EXPECT_THAT(timeline->contentTimeAtAbsoluteTime(seconds(5)), IdenticalTo(kCMTimeInvalid));
-  EXPECT_THAT(timeline->absoluteTimeAtContentTime(kCMTimeZero), SecondsEq(0));
-  EXPECT_THAT(timeline->absoluteTimeAtContentTime(kTick), IsInvalidTime());
-}
-
-TEST(TarnLumoTimelineTest, AStreamOfAdsOnlyHasNoContentTime) {
-  const auto timeline = drawTimeline("aab");
-  EXPECT_THAT(segmentsOf(*timeline), ::testing::IsEmpty());
-  EXPECT_THAT(timeline->contentTimeAtAbsoluteTime(kCMTimeZero), IsInvalidTime());
-  EXPECT_THAT(timeline->absoluteTimeAtContentTime(kCMTimeZero), SecondsEq(3));
-  EXPECT_THAT(timeline->absoluteTimeAtContentTime(kTick), IsInvalidTime());
-}
-
-TEST(TarnLumoTimelineTest, CountsAPostRollIntoTheContentsEnd) {
-  //   absolute  0                   600 630
-  //             |....................|p |
-  const auto timeline = drawTimeline("....................p", {.secondsPerCell = 30});
-  EXPECT_THAT(segmentsOf(*timeline), ::testing::ElementsAre(std::pair(0, 600)));
-  EXPECT_THAT(timeline->absoluteTimeAtContentTime(before(600)), TimeEq(before(600)));
-  EXPECT_THAT(timeline->absoluteTimeAtContentTime(seconds(600)), SecondsEq(630));
-  EXPECT_THAT(timeline->contentTimeAtAbsoluteTime(seconds(615)), SecondsEq(600));
-}
-
-TEST(TarnLumoTimelineTest, ListsASegmentOfNoLengthBetweenTouchingBreaks) {
-  //   absolute  0         100   130   160       260
-  //             |..........|aaa|bbb|..........|
-  const auto timeline = drawTimeline("..........aaa|bbb..........", {.secondsPerCell = 10});
-  EXPECT_THAT(segmentsOf(*timeline),
-              ::testing::ElementsAre(std::pair(0, 100), std::pair(130, 0), std::pair(160, 100)));
-  EXPECT_THAT(timeline->absoluteTimeAtContentTime(before(100)), TimeEq(before(100)));
-  EXPECT_THAT(timeline->absoluteTimeAtContentTime(seconds(100)), SecondsEq(160));
-  for (const double inTheBreaks : {100.0, 129.0, 130.0, 131.0, 160.0}) {
-    EXPECT_THAT(timeline->contentTimeAtAbsoluteTime(seconds(inTheBreaks)), SecondsEq(100));
+TEST(TarnLumoTimelineTest, MapsAbsoluteAndContentTime) {
+  const Stream table[] = {
+      //   absolute  0  30         330 360        660
+      //             |a |..........|b |..........|
+      //   content      0         300           600
+      {"pre-roll and mid-roll",
+       "a..........b..........",
+       30,
+       {{30, 300}, {360, 300}},
+       "-inf:0 -1:0 0:0 15:0 30-:0 30:0 30+:0+ 100:70 330-:300- 330:300 330+:300 345:300 360-:300 360:300 "
+       "360+:300+ 400:340 660-:600- 660:600 660+:600 700:600 inf:600 ?:600 x:600",
+       "-inf:660 -1:660 0-:660 0:30 0+:30+ 299:329 300-:330- 300:360 300+:360+ 600-:660- 600:660 600+:x "
+       "inf:x "
+       "?:x"},
+      {"no breaks", "..........", 10, {{0, 100}}, "0:0 50:50 100:100", "0:0 50:50 100:100"},
+      {"nothing at all", "", 1, {{0, 0}}, "0:0 0+:x 5:x", "0:0 0+:x"},
+      {"ads only", "aab", 1, {}, "0:x", "0:3 0+:x"},
+      {"a post-roll counts into the content's end",
+       "....................p",
+       30,
+       {{0, 600}},
+       "615:600",
+       "600-:600- 600:630"},
+      //   absolute  0         100   130   160       260
+      //             |..........|aaa|bbb|..........|
+      {"a segment of no length between touching breaks",
+       "..........aaa|bbb..........",
+       10,
+       {{0, 100}, {130, 0}, {160, 100}},
+       "100:100 129:100 130:100 131:100 160:100",
+       "100-:100- 100:160"},
+  };
+  for (const auto& row : table) {
+    SCOPED_TRACE(row.what);
+    const auto timeline = drawTimeline(row.drawing, {.secondsPerCell = row.secondsPerCell});
+    EXPECT_EQ(segmentsOf(*timeline), row.segments);
+    expectMapped(row.absoluteToContent, [&](CMTime t) { return timeline->contentTimeAtAbsoluteTime(t); });
+    expectMapped(row.contentToAbsolute, [&](CMTime t) { return timeline->absoluteTimeAtContentTime(t); });
   }
 }
 
@@ -156,68 +102,99 @@ TEST(TarnLumoTimelineTest, FindsWhatPlaysAtATime) {
   //           |. |a |b |- |c |d |. |    d is a sequence of its own
   const auto timeline = drawTimeline(".ab-c|d.", {.secondsPerCell = 10});
   struct Row {
-    CMTime time;
+    const char* time;
     std::optional<std::size_t> sequence;
     std::optional<std::string> ad;
   };
-  const Row table[] = {
-      {seconds(-1), {}, {}}, {before(10), {}, {}},        {seconds(10), 0, "a"}, {after(10), 0, "a"},
-      {before(20), 0, "a"},  {seconds(20), 0, "b"},       {before(30), 0, "b"},  {seconds(30), 0, {}},
-      {before(40), 0, {}},   {seconds(40), 0, "c"},       {before(50), 0, "c"},  {seconds(50), 1, "d"},
-      {before(60), 1, "d"},  {seconds(60), {}, {}},       {seconds(70), {}, {}}, {kCMTimeInvalid, {}, {}},
-      {kCMTimeZero, {}, {}}, {kCMTimeIndefinite, {}, {}},
-  };
+  const Row table[] = {{"-1", {}, {}},  {"0", {}, {}},   {"10-", {}, {}}, {"10", 0, "a"},  {"10+", 0, "a"},
+                       {"20-", 0, "a"}, {"20", 0, "b"},  {"30-", 0, "b"}, {"30", 0, {}},   {"40-", 0, {}},
+                       {"40", 0, "c"},  {"50-", 0, "c"}, {"50", 1, "d"},  {"60-", 1, "d"}, {"60", {}, {}},
+                       {"70", {}, {}},  {"x", {}, {}},   {"?", {}, {}}};
   for (const auto& row : table) {
-    SCOPED_TRACE(CMTimeCopyDescription(row.time));
-    const auto path = timeline->pathAtTime(row.time);
-    EXPECT_THAT(path.absoluteTime(), IdenticalTo(row.time));
+    SCOPED_TRACE(row.time);
+    const auto path = timeline->pathAtTime(timeOf(row.time));
+    EXPECT_THAT(path.absoluteTime(), IdenticalTo(timeOf(row.time)));
     EXPECT_EQ(path.timeline(), timeline);
     EXPECT_EQ(path.adSequence(), row.sequence ? timeline->adSequences()[*row.sequence] : nullptr);
     EXPECT_EQ(path.ad() ? path.ad()->adId() : std::nullopt, row.ad);
   }
 }
 
+void expectLogicalTimes(const TarnLumoTimeline& timeline, const char* absoluteToLogical) {
+  expectMapped(absoluteToLogical, [&](CMTime t) { return timeline.pathAtTime(t).logicalTime(); });
+}
+
+TEST(TarnLumoPathTest, LogicalTimeIsInAdTimeInAnAdAndContentTimeElsewhere) {
+  // A cell is 15 s. 15 is the second ad's first instant, 30 the instant at which its last ad ends.
+  //
+  //   absolute  0 15 30                  330 360
+  //             |a |b |....................|cc|....
+  //   content        0                    300
+  expectLogicalTimes(*drawTimeline("ab....................cc....", {.secondsPerCell = 15}),
+                     "-7:-7 0:0 15-:15- 15:0 15+:0+ 30-:15- 30:15 30+:0+ 100:70 330-:300- 330:0 345:15 "
+                     "360-:30- 360:330 360+:300+ 360.5:300.5 400:340");
+  // In the gap of a sequence, the ads that have ended are subtracted.
+  //
+  //   absolute  0 10 20 30 40
+  //             |. |a |- |b |.
+  expectLogicalTimes(*drawTimeline(".a-b.", {.secondsPerCell = 10}),
+                     "20:20 20+:10+ 30-:20- 30:0 40:30 40+:20+");
+}
+
+TEST(TarnLumoPathTest, LogicalTimeOfWhatIsNoNumberIsTheSubtractionsOrTheTimeItself) {
+  const auto timeline = drawTimeline("a.a.", {.secondsPerCell = 10});
+  for (const CMTime& time : {kCMTimeInvalid, kCMTimeIndefinite, kCMTimePositiveInfinity,
+                             kCMTimeNegativeInfinity, CMTime{5, 0, 0, 2}}) {
+    EXPECT_THAT(timeline->pathAtTime(time).logicalTime(), IdenticalTo(time));
+  }
+  EXPECT_THAT(TarnLumoPath(nullptr, seconds(4), nullptr, nullptr).logicalTime(), TimeEq(seconds(4)));
+
+  // An ad of unknown length has an invalid end, behind every time: the sequence never ends.
+  const auto endless = drawTimeline(
+      ".a.", {.secondsPerCell = 10, .editAd = [](char, auto& ad) { ad.duration = kCMTimeInvalid; }});
+  expectLogicalTimes(*endless, "25:15 1000:990");
+}
+
+TEST(TarnLumoPathTest, ComparesTimeAdSequenceAndTimelineByValue) {
+  const auto timeline = drawTimeline(".a|b.");
+  const auto& sequences = timeline->adSequences();
+  const auto ad = adNamed(*timeline, 'a');
+  const TarnLumoPath path = timeline->pathAtTime(seconds(1));
+  const TarnLumoPath twin = drawTimeline(".a|b.")->pathAtTime(CMTimeMake(1, 1));
+  EXPECT_EQ(path, twin);
+  EXPECT_EQ(path.hash(), twin.hash());
+  const TarnLumoPath others[] = {timeline->pathAtTime(timeOf("1+")),
+                                 drawTimeline(".a|b..")->pathAtTime(seconds(1)),
+                                 {nullptr, seconds(1), sequences.front(), ad},
+                                 {timeline, seconds(1), nullptr, ad},
+                                 {timeline, seconds(1), sequences.back(), ad},
+                                 {timeline, seconds(1), sequences.front(), nullptr},
+                                 {timeline, seconds(1), sequences.front(), adNamed(*timeline, 'b')}};
+  for (const auto& other : others) EXPECT_FALSE(path == other) << other.description();
+}
+
 TEST(TarnLumoTimelineTest, ComparesByValueAndItsImpressionsByIdentity) {
   const auto draw = [](std::string_view drawing) { return drawTimeline(drawing, {.secondsPerCell = 10}); };
   const auto one = draw("..a..");
-  const auto two = draw("..a..");
-  EXPECT_EQ(*one, *two);
-  EXPECT_EQ(one->hash(), two->hash());
-  EXPECT_FALSE(*one == *draw("..b.."));
-  EXPECT_FALSE(*one == *draw("..a..."));
-
+  EXPECT_EQ(*one, *draw("..a.."));
+  EXPECT_EQ(one->hash(), draw("..a..")->hash());
   const auto remake = [&](const char* url, double content, double payload,
-                          TarnLumoTimeline::ContentImpressions impressions) {
+                          TarnLumoTimeline::ContentImpressions impressions = {}) {
     return TarnLumoTimeline::make(tarn::URL::fromString(url), seconds(content), seconds(payload),
                                   one->adSequences(), std::move(impressions));
   };
-  EXPECT_EQ(*one, *remake("https://cdn.example/stream.m3u8", 40, 50, {}));
-  EXPECT_FALSE(*one == *remake("", 40, 50, {}));
-  EXPECT_FALSE(*one == *remake("https://cdn.example/stream.m3u8", 41, 50, {}));
-  EXPECT_FALSE(*one == *remake("https://cdn.example/stream.m3u8", 40, 51, {}));
-
+  const char* const url = "https://cdn.example/stream.m3u8";
+  EXPECT_EQ(*one, *remake(url, 40, 50));
+  for (const auto& other :
+       {draw("..b.."), draw("..a..."), remake("", 40, 50), remake(url, 41, 50), remake(url, 40, 51)}) {
+    EXPECT_FALSE(*one == *other) << other->description();
+  }
   const auto impression = [] {
-    return std::make_shared<const TarnLumoContentImpression>(tarn::test::beacon("i"), seconds(1));
+    return std::make_shared<const TarnLumoContentImpression>(beacon("i"), seconds(1));
   };
   const auto shared = impression();
   EXPECT_EQ(*remake("", 1, 1, {shared}), *remake("", 1, 1, {shared}));
   EXPECT_FALSE(*remake("", 1, 1, {shared}) == *remake("", 1, 1, {impression()}));
-}
-
-TEST(TarnLumoTimelineTest, DescribesItselfPieceByPiece) {
-  EXPECT_THAT(
-      drawTimeline("a.", {.contentImpressions = {1}})->description(),
-      ::testing::MatchesRegex("<TarnLumoTimeline: 0x[0-9a-f]+; lumoURL = https://cdn.example/stream.m3u8; "
-                              "payloadLength = [^;]*; contentLength = [^;]*; "
-                              "adSequences = \\(<TarnLumoAdSequence: .*>\\); "
-                              "contentImpressions = \\(<TarnLumoContentImpression: .*>\\);>"));
-}
-
-TEST(TarnLumoTimelineTest, MakesTheOperationThatLoadsADocument) {
-  const auto operation = TarnLumoTimeline::timelineOperationForLumoUXURL(tarn::test::beacon("vmap"));
-  EXPECT_EQ(operation->lumoUXURL(), tarn::test::beacon("vmap"));
-  EXPECT_FALSE(operation->isExecuting());
-  EXPECT_FALSE(operation->isFinished());
 }
 
 }  // namespace
