@@ -1,7 +1,6 @@
 #include "Lumo/TarnLumoAnalyticsSession.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 

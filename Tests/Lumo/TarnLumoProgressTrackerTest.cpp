@@ -1,7 +1,6 @@
 #include "Lumo/TarnLumoProgressTracker.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <sstream>
 
@@ -106,26 +105,17 @@ TEST(TarnLumoProgressTrackerTest, PublishesInOrder) {
 }
 
 TEST(TarnLumoProgressTrackerTest, TakesEqualAdsOfDifferentBreaksForOne) {
-  // Both breaks claim the same span, and differ by a second ad only.
-  const auto drawn = drawTimeline(".aab.", {.secondsPerCell = 10});
-  const auto& ads = drawn->adSequences().front()->ads();
-  TarnLumoAdBuilder twin;
-  twin.adId = "a";
-  twin.beginTime = ads[0]->beginTime();
-  twin.duration = ads[0]->duration();
-  twin.logicalOffset = ads[0]->logicalOffset();
-  ASSERT_EQ(*twin.buildAd(), *ads[0]);
-  const auto sequence = [](TarnLumoAdSequence::Ads list) {
-    return std::make_shared<const TarnLumoAdSequence>(std::move(list));
-  };
-  TarnLumoAdBuilder cut = twin;
-  cut.duration = seconds(10);
-  Watched watched(TarnLumoTimeline::make(std::nullopt, seconds(50), seconds(50),
-                                         {sequence({ads[0], cut.buildAd()}), sequence({twin.buildAd()})},
-                                         {}));
-  EXPECT_THAT(watched.at(15), ElementsAre("+[a", "+a", "a@5"));
-  EXPECT_THAT(watched.at(25), ElementsAre("a@15")) << "now in the second break";
-  EXPECT_THAT(watched.at(35), ElementsAre("-a", "-[a", "=-15"));
+  // The second break's ad c is made equal to the first one's ad a, and b ends the first break in its middle.
+  Watched watched(drawTimeline(".aab|c.", {.secondsPerCell = 10, .editAd = [](char letter, auto& ad) {
+                                             if (letter == 'a') return;
+                                             ad.adId = "a";
+                                             ad.beginTime = seconds(10);
+                                             ad.duration = seconds(letter == 'b' ? 10 : 20);
+                                           }}));
+  const auto& sequences = watched.tracker->timeline()->adSequences();
+  ASSERT_EQ(*sequences[0]->ads()[0], *sequences[1]->ads()[0]);
+  EXPECT_EQ(watched.travel("15 +[a +a a@5, 25 a@15, 35 -a -[a =-15"),
+            "15 +[a +a a@5, 25 a@15, 35 -a -[a =-15");
 }
 
 TEST(TarnLumoProgressTrackerTest, IgnoresTimesThatAreInvalid) {

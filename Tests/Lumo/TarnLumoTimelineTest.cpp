@@ -97,29 +97,6 @@ TEST(TarnLumoTimelineTest, MapsAbsoluteAndContentTime) {
   }
 }
 
-TEST(TarnLumoTimelineTest, FindsWhatPlaysAtATime) {
-  // absolute  0 10 20  30 40 50 60 70
-  //           |. |a |b |- |c |d |. |    d is a sequence of its own
-  const auto timeline = drawTimeline(".ab-c|d.", {.secondsPerCell = 10});
-  struct Row {
-    const char* time;
-    std::optional<std::size_t> sequence;
-    std::optional<std::string> ad;
-  };
-  const Row table[] = {{"-1", {}, {}},  {"0", {}, {}},   {"10-", {}, {}}, {"10", 0, "a"},  {"10+", 0, "a"},
-                       {"20-", 0, "a"}, {"20", 0, "b"},  {"30-", 0, "b"}, {"30", 0, {}},   {"40-", 0, {}},
-                       {"40", 0, "c"},  {"50-", 0, "c"}, {"50", 1, "d"},  {"60-", 1, "d"}, {"60", {}, {}},
-                       {"70", {}, {}},  {"x", {}, {}},   {"?", {}, {}}};
-  for (const auto& row : table) {
-    SCOPED_TRACE(row.time);
-    const auto path = timeline->pathAtTime(timeOf(row.time));
-    EXPECT_THAT(path.absoluteTime(), IdenticalTo(timeOf(row.time)));
-    EXPECT_EQ(path.timeline(), timeline);
-    EXPECT_EQ(path.adSequence(), row.sequence ? timeline->adSequences()[*row.sequence] : nullptr);
-    EXPECT_EQ(path.ad() ? path.ad()->adId() : std::nullopt, row.ad);
-  }
-}
-
 void expectLogicalTimes(const TarnLumoTimeline& timeline, const char* absoluteToLogical) {
   expectMapped(absoluteToLogical, [&](CMTime t) { return timeline.pathAtTime(t).logicalTime(); });
 }
