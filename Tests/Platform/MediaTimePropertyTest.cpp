@@ -51,13 +51,8 @@ class Operands {
 
  private:
   CMTimeValue value() {
-    static constexpr std::array kExtremes{std::numeric_limits<CMTimeValue>::min(),
-                                          std::numeric_limits<CMTimeValue>::max(),
-                                          CMTimeValue{0},
-                                          CMTimeValue{1},
-                                          CMTimeValue{-1},
-                                          CMTimeValue{1} << 62};
-    if (below(8) == 0) return kExtremes[below(kExtremes.size())];
+    static constexpr CMTimeValue kExtremes[] = {INT64_MIN, INT64_MAX, 0, 1, -1, CMTimeValue{1} << 62};
+    if (below(8) == 0) return kExtremes[below(std::size(kExtremes))];
     return static_cast<CMTimeValue>(engine_()) >> below(64);
   }
 

@@ -4,111 +4,92 @@
 
 #include <memory>
 #include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace tarn {
 namespace {
 
 using testing::ElementsAre;
-using Log = std::vector<std::string>;
 
-std::string entry(const char* who, int value) {
-  return who + std::to_string(value);
-}
+class ObservableTest : public testing::Test {
+ protected:
+  /// Logs what is announced as "a1", and does more then.
+  Token observe(
+      const std::string& who, const std::function<void(int)>& more = [](int) {}) {
+    return property->observe([this, who, more](int value) {
+      log.push_back(who + std::to_string(value));
+      more(value);
+    });
+  }
 
-TEST(ObservableTest, AnnouncesEveryAssignmentInOrderOfObservation) {
-  Observable<int> property(1);
-  Log log;
-  const auto a = property.observe([&](int value) { log.push_back(entry("a", value)); });
-  const auto b =
-      property.observe([&](int value) { log.push_back(entry("b", value)); }, Observe::initialAndNew);
-  property.set(2);
-  property.set(2);
+  std::unique_ptr<Observable<int>> property = std::make_unique<Observable<int>>();
+  std::vector<std::string> log;
+};
+
+TEST_F(ObservableTest, AnnouncesEveryAssignmentInOrderOfObservation) {
+  property->set(1);
+  const auto a = observe("a");
+  const auto b = property->observe([&](int value) { log.push_back("b" + std::to_string(value)); },
+                                   Observe::initialAndNew);
+  property->set(2);
+  property->set(2);
   EXPECT_THAT(log, ElementsAre("b1", "a2", "b2", "a2", "b2"));
-  EXPECT_EQ(property.get(), 2);
+  EXPECT_EQ(property->get(), 2);
 }
 
-TEST(ObservableTest, EndsWithItsToken) {
-  Observable<int> property;
-  Log log;
-  std::optional<Token> first = property.observe([&](int value) { log.push_back(entry("a", value)); });
-  Token second = property.observe([&](int value) { log.push_back(entry("b", value)); });
+TEST_F(ObservableTest, EndsWithItsTokenOrWithWhatReplacesIt) {
+  std::optional<Token> first = observe("a");
+  Token second = observe("b");
   Token moved = std::move(second);
-  property.set(1);
+  property->set(1);
   first.reset();
   second.reset();  // moved from: nothing to end
-  property.set(2);
+  property->set(2);
+  moved = observe("c");
+  property->set(3);
   moved.reset();
-  property.set(3);
-  EXPECT_THAT(log, ElementsAre("a1", "b1", "b2"));
+  property->set(4);
+  EXPECT_THAT(log, ElementsAre("a1", "b1", "b2", "c3"));
 }
 
-TEST(ObservableTest, ReplacingATokenEndsTheOldObservation) {
-  Observable<int> property;
-  Log log;
-  Token token = property.observe([&](int value) { log.push_back(entry("a", value)); });
-  token = property.observe([&](int value) { log.push_back(entry("b", value)); });
-  property.set(1);
-  EXPECT_THAT(log, ElementsAre("b1"));
-}
-
-TEST(ObservableTest, LetsAnObserverEndItselfAndOthers) {
-  Observable<int> property;
-  Log log;
+TEST_F(ObservableTest, LetsAnObserverEndItselfAndOthers) {
   Token a;
   Token b;
-  a = property.observe([&](int value) {
-    log.push_back(entry("a", value));
+  a = observe("a", [&](int) {
     a.reset();
     b.reset();
   });
-  b = property.observe([&](int value) { log.push_back(entry("b", value)); });
-  const auto c = property.observe([&](int value) { log.push_back(entry("c", value)); });
-  property.set(1);
-  property.set(2);
+  b = observe("b");
+  const auto c = observe("c");
+  property->set(1);
+  property->set(2);
   EXPECT_THAT(log, ElementsAre("a1", "c1", "c2"));
 }
 
-TEST(ObservableTest, TellsAnObserverAddedWhileAnnouncingFromTheNextAssignmentOn) {
-  Observable<int> property;
-  Log log;
+TEST_F(ObservableTest, TellsAnObserverAddedWhileAnnouncingFromTheNextAssignmentOn) {
   Token late;
-  const auto a = property.observe([&](int value) {
-    if (value == 1) late = property.observe([&](int v) { log.push_back(entry("late", v)); });
-  });
-  property.set(1);
-  EXPECT_TRUE(log.empty());
-  property.set(2);
-  EXPECT_THAT(log, ElementsAre("late2"));
-}
-
-TEST(ObservableTest, AnnouncesAnInnerAssignmentBeforeTheOuterGoesOn) {
-  Observable<int> property;
-  Log log;
-  const auto a = property.observe([&](int value) {
-    log.push_back(entry("a", value));
-    if (value == 1) property.set(2);
-  });
-  const auto b = property.observe([&](int value) { log.push_back(entry("b", value)); });
-  property.set(1);
-  EXPECT_THAT(log, ElementsAre("a1", "a2", "b2", "b1"));
-  EXPECT_EQ(property.get(), 2);
-}
-
-TEST(ObservableTest, MayBeDestroyedBeforeItsTokensAndByItsObserver) {
-  Log log;
-  Token outlives;
-  auto property = std::make_unique<Observable<int>>();
-  outlives = property->observe([&](int) {
-    log.emplace_back("destroys");
-    property.reset();
+  const auto a = observe("a", [&](int value) {
+    if (value == 1) late = observe("late");
   });
   property->set(1);
-  EXPECT_EQ(property, nullptr);
+  property->set(2);
+  EXPECT_THAT(log, ElementsAre("a1", "a2", "late2"));
+}
+
+TEST_F(ObservableTest, AnnouncesAnInnerAssignmentBeforeTheOuterGoesOn) {
+  const auto a = observe("a", [&](int value) {
+    if (value == 1) property->set(2);
+  });
+  const auto b = observe("b");
+  property->set(1);
+  EXPECT_THAT(log, ElementsAre("a1", "a2", "b2", "b1"));
+  EXPECT_EQ(property->get(), 2);
+}
+
+TEST_F(ObservableTest, MayBeDestroyedBeforeItsTokensAndByItsObserver) {
+  Token outlives = observe("destroys", [&](int) { property.reset(); });
+  property->set(1);
   outlives.reset();
-  EXPECT_THAT(log, ElementsAre("destroys"));
+  EXPECT_THAT(log, ElementsAre("destroys1"));
 }
 
 }  // namespace
