@@ -8,8 +8,7 @@
 #include <thread>
 #include <vector>
 
-using tarn::Operation;
-using tarn::OperationQueue;
+using namespace tarn;
 using testing::ElementsAre;
 
 namespace {
@@ -85,19 +84,13 @@ TEST(OperationTest, AnObserverMayAddObserversAndTheBlockMayLetGoOfTheOperation) 
 
 TEST(OperationQueueTest, HoldsAConcurrentOperationUntilItHasFinishedAlsoWithoutTheQueue) {
   std::promise<void> destroyed;
-  std::weak_ptr<ManualOperation> weak;
-  std::future<void> started;
-  {
-    OperationQueue queue("com.example.queue");
-    EXPECT_EQ(queue.name(), "com.example.queue");
-    auto operation = std::make_shared<ManualOperation>();
-    operation->onDestruction = [&] { destroyed.set_value(); };
-    started = operation->started.get_future();
-    weak = operation;
-    queue.addOperation(std::move(operation));
-  }
+  auto operation = std::make_shared<ManualOperation>();
+  operation->onDestruction = [&] { destroyed.set_value(); };
+  auto started = operation->started.get_future();
+  const std::weak_ptr<ManualOperation> weak = operation;
+  OperationQueue("gone").addOperation(std::move(operation));
   started.wait();
-  auto operation = weak.lock();
+  operation = weak.lock();
   ASSERT_NE(operation, nullptr);
   EXPECT_TRUE(operation->isExecuting());
   operation->end();
@@ -105,34 +98,20 @@ TEST(OperationQueueTest, HoldsAConcurrentOperationUntilItHasFinishedAlsoWithoutT
   destroyed.get_future().wait();
 }
 
-TEST(OperationQueueTest, LetsGoOfOperationsThatEndInsideStart) {
-  OperationQueue queue("inside");
-  std::latch destroyed(3);
-  std::promise<void> block;
-  for (const bool cancelled : {false, true}) {
-    auto operation = std::make_shared<ManualOperation>([] {});
-    operation->onDestruction = [&] { destroyed.count_down(); };
-    if (cancelled) operation->cancel();
-    queue.addOperation(std::move(operation));
-  }
-  auto last = std::make_shared<ManualOperation>([] {});
-  last->onDestruction = [&] { destroyed.count_down(); };
-  last->setCompletionBlock([&] { block.set_value(); });
-  queue.addOperation(std::move(last));
-  block.get_future().wait();
-  destroyed.wait();
-}
-
-TEST(OperationQueueTest, RunsOperationsBesideOneAnother) {
+TEST(OperationQueueTest, RunsOperationsBesideOneAnotherAndLetsGoOfThem) {
   OperationQueue queue("beside");
   std::latch bothRun(2);  // reached only when the two are under way at once
-  std::latch ended(2);
-  for (int i = 0; i < 2; ++i) {
+  std::latch completed(2);
+  std::latch destroyed(3);
+  for (int i = 0; i < 3; ++i) {
     auto operation = std::make_shared<ManualOperation>([&] { bothRun.arrive_and_wait(); });
-    operation->setCompletionBlock([&] { ended.count_down(); });
+    operation->onDestruction = [&] { destroyed.count_down(); };
+    if (i == 2) operation->cancel();
+    if (i != 2) operation->setCompletionBlock([&] { completed.count_down(); });
     queue.addOperation(std::move(operation));
   }
-  ended.wait();
+  completed.wait();
+  destroyed.wait();
 }
 
 TEST(OperationQueueTest, CancelsWhatHasNotFinished) {
