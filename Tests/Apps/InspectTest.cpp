@@ -7,16 +7,19 @@
 #include <nlohmann/json.hpp>
 
 #include "KyrProcess.h"
+#include "Support/VMAPText.h"
 
 namespace tarn::test {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Lt;
-using ::testing::Not;
+using namespace ::testing;
+
+/// A break at the start with one ad of that title.
+std::string titledBreak(std::string_view title, std::string_view creatives = {}) {
+  return adBreak(
+      "start", fmt::format("<Ad id='ad'><InLine><AdTitle>{}</AdTitle><Creatives>{}</Creatives></InLine></Ad>",
+                           title, creatives));
+}
 
 TEST(InspectTest, JsonHoldsTheWholeTimelineInTheDocumentedOrder) {
   const auto outcome = runKyr({"inspect", "--json", documentPath("worked.vmap")});
@@ -27,8 +30,7 @@ TEST(InspectTest, JsonHoldsTheWholeTimelineInTheDocumentedOrder) {
 
 TEST(InspectTest, TextEndsWithTheWarningsAndTheirLines) {
   const ScratchFolder folder;
-  const auto path = folder.write("odd.vmap", vmap("\n\n" + adBreak("start", "<AdTitle>Odd</AdTitle>") +
-                                                  adBreak("00:01:00", linear("00:00:30"))));
+  const auto path = folder.write("odd.vmap", vmap(titledBreak("Odd") + simpleBreak("00:01:00", "00:00:30")));
   const auto outcome = runKyr({"inspect", path});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.err, IsEmpty());
@@ -41,7 +43,8 @@ TEST(InspectTest, TextEndsWithTheWarningsAndTheirLines) {
 
 TEST(InspectTest, TimesThatAreNoNumbersAreWords) {
   const ScratchFolder folder;
-  const auto path = folder.write("odd.vmap", vmap(adBreak("start", "") + adBreak("end", linear("00:00:30"))));
+  const auto path =
+      folder.write("odd.vmap", vmap(adBreak("start", "<Ad/>") + simpleBreak("end", "00:00:30")));
   const auto outcome = runKyr({"inspect", "--json", path});
   const auto sequences = nlohmann::json::parse(outcome.out).at("adSequences");
   ASSERT_EQ(sequences.size(), 2U);
@@ -51,15 +54,14 @@ TEST(InspectTest, TimesThatAreNoNumbersAreWords) {
     words.push_back(ad.at("beginTime").dump() + " " + ad.at("skipOffset").dump() + " " +
                     ad.at("logicalOffset").dump());
   }
-  EXPECT_THAT(words, ::testing::UnorderedElementsAre(R"("invalid" "invalid" "invalid")",
-                                                     R"(630 "invalid" "+infinity")"));
+  EXPECT_THAT(words,
+              UnorderedElementsAre(R"("invalid" "invalid" "invalid")", R"(630 "invalid" "+infinity")"));
 }
 
 TEST(InspectTest, TextsOfADocumentCannotDriveTheTerminal) {
   const ScratchFolder folder;
-  const auto path = folder.write(
-      "hostile.vmap",
-      vmap(adBreak("start", "<AdTitle>&#x9b;31mred &#x202e;back&#10;line</AdTitle>" + linear("00:00:30"))));
+  const auto path = folder.write("hostile.vmap",
+                                 vmap(titledBreak("&#x9b;31mred &#x202e;back&#10;line", linear("00:00:30"))));
   const auto outcome = runKyr({"inspect", path});
   EXPECT_THAT(outcome.out, AllOf(HasSubstr("\xEF\xBF\xBD"
                                            "31mred \xEF\xBF\xBD"
@@ -67,20 +69,15 @@ TEST(InspectTest, TextsOfADocumentCannotDriveTheTerminal) {
                                  Not(HasSubstr("\xC2\x9B")), Not(HasSubstr("\xE2\x80\xAE"))));
 }
 
-struct Picture {
-  const char* name;
-  std::string document;
-  const char* shown;
-};
-
-void PrintTo(const Picture& picture, std::ostream* out) {
-  *out << picture.name;
+std::string withLengths(std::string_view payload, std::string_view content, std::string_view breaks) {
+  return vmap("xmlns:vmap='urn:v' xmlns:mh='urn:m'",
+              fmt::format("<mh:Marlith payloadlength='{}' contentlength='{}'/>", payload, content), breaks);
 }
 
-std::string breaks(int count, std::string_view inLine) {
+std::string breaks(int count, std::string_view duration) {
   std::string text;
   for (int i = 0; i < count; ++i) {
-    text += adBreak(fmt::format("{:02}:{:02}:{:02}", i / 360, i / 6 % 60, i % 6 * 10), inLine);
+    text += simpleBreak(fmt::format("{:02}:{:02}:{:02}", i / 360, i / 6 % 60, i % 6 * 10), duration);
   }
   return text;
 }
@@ -104,45 +101,43 @@ std::size_t count(const xmlNode* node, std::string_view name) {
   return found;
 }
 
-class PictureTest : public ::testing::TestWithParam<Picture> {};
+TEST(InspectTest, PicturesAreWellFormedAndSmallWhateverTheDocumentHolds) {
+  struct Picture {
+    const char* name;
+    std::string document;
+    const char* shown;
+  };
+  const Picture pictures[] = {
+      {"worked", readFile(documentPath("worked.vmap")), "Holiday"},
+      {"no breaks", vmap(""), "0 breaks"},
+      {"no length", withLengths("0", "0", ""), "no length to draw"},
+      {"a thousand breaks", withLengths("15000", "10000", breaks(1000, "00:00:05")), "984 more breaks"},
+      {"invalid times", vmap(adBreak("start", "<Ad/>") + simpleBreak("00:01:00", "00:00:30")), "Not placed"},
+      {"absurd lengths", withLengths("1000000000000000", "1e15", breaks(2, "00:00:30")), "h</text>"},
+      {"negative lengths", withLengths("-5", "-5", breaks(2, "00:00:30")), "Break 1"},
+      {"a break behind the end", withLengths("10", "10", simpleBreak("99:99:99", "99:99:99")), "Break 0"},
+      {"many events", vmap(adBreak("start", ad("ad", linear("00:00:30", manyEvents(30000))))), "Break 0"},
+      {"hostile texts", vmap(titledBreak("&lt;script&gt;alert(\"&amp;'1]]&gt;&#x9b;", linear("00:00:30"))),
+       "&lt;script&gt;"}};
+  for (const auto& [name, text, shown] : pictures) {
+    SCOPED_TRACE(name);
+    const ScratchFolder folder;
+    const auto path = folder.write("document.vmap", text);
+    const auto outcome = runKyr({"inspect", path, "--svg", folder.path("picture.svg")});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const auto svg = readFile(folder.path("picture.svg"));
+    EXPECT_THAT(svg.size(), Lt(2'000'000U));
+    EXPECT_THAT(svg, AllOf(HasSubstr(shown), Not(HasSubstr("nan")), Not(HasSubstr("inf\""))));
 
-TEST_P(PictureTest, IsWellFormedAndSmallWhateverTheDocumentHolds) {
-  const ScratchFolder folder;
-  const auto path = folder.write("document.vmap", GetParam().document);
-  const auto outcome = runKyr({"inspect", path, "--svg", folder.path("picture.svg")});
-  ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const auto svg = readFile(folder.path("picture.svg"));
-  EXPECT_THAT(svg.size(), Lt(2'000'000U));
-  EXPECT_THAT(svg, AllOf(HasSubstr(GetParam().shown), Not(HasSubstr("nan")), Not(HasSubstr("inf\""))));
-
-  const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(
-      xmlReadMemory(svg.data(), static_cast<int>(svg.size()), nullptr, nullptr,
-                    XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
-      &xmlFreeDoc);
-  ASSERT_NE(document, nullptr);
-  EXPECT_EQ(count(xmlDocGetRootElement(document.get()), "svg"), 1U);
-  EXPECT_EQ(count(xmlDocGetRootElement(document.get()), "script"), 0U);
+    const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(
+        xmlReadMemory(svg.data(), static_cast<int>(svg.size()), nullptr, nullptr,
+                      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
+        &xmlFreeDoc);
+    ASSERT_NE(document, nullptr);
+    EXPECT_EQ(count(xmlDocGetRootElement(document.get()), "svg"), 1U);
+    EXPECT_EQ(count(xmlDocGetRootElement(document.get()), "script"), 0U);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Documents, PictureTest,
-    ::testing::Values(
-        Picture{"worked", readFile(documentPath("worked.vmap")), "Holiday"},
-        Picture{"noBreaks", vmap(""), "0 breaks"},
-        Picture{"noLength", vmap("", "0", "0"), "no length to draw"},
-        Picture{"thousandBreaks", vmap(breaks(1000, linear("00:00:05")), "15000", "10000"),
-                "984 more breaks"},
-        Picture{"invalidTimes", vmap(adBreak("start", "") + adBreak("00:01:00", linear("00:00:30"))),
-                "Not placed"},
-        Picture{"absurdLengths", vmap(breaks(2, linear("00:00:30")), "1000000000000000", "1e15"), "h</text>"},
-        Picture{"negativeLengths", vmap(breaks(2, linear("00:00:30")), "-5", "-5"), "Break 1"},
-        Picture{"breakBehindTheEnd", vmap(adBreak("99:99:99", linear("99:99:99")), "10", "10"), "Break 0"},
-        Picture{"manyEvents", vmap(adBreak("start", linear("00:00:30", manyEvents(30000)))), "Break 0"},
-        Picture{"hostileTexts",
-                vmap(adBreak("start", "<AdTitle>&lt;script&gt;alert(\"&amp;'1]]&gt;&#x9b;</AdTitle>" +
-                                          linear("00:00:30"))),
-                "&lt;script&gt;"}),
-    [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace tarn::test

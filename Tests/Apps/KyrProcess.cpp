@@ -27,12 +27,9 @@ std::string contents(std::FILE* file) {
   return bytes;
 }
 
-[[noreturn]] void becomeKyr(const std::vector<std::string>& arguments, std::FILE* in, std::FILE* out,
-                            std::FILE* err) {
-  ::dup2(::fileno(in), STDIN_FILENO);
-  ::dup2(::fileno(out), STDOUT_FILENO);
-  ::dup2(::fileno(err), STDERR_FILENO);
-  std::string program = KYR_BINARY;
+}  // namespace
+
+void become(std::string program, const std::vector<std::string>& arguments) {
   std::vector<char*> pointers{program.data()};
   for (const auto& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
   pointers.push_back(nullptr);
@@ -40,7 +37,11 @@ std::string contents(std::FILE* file) {
   ::_exit(127);
 }
 
-}  // namespace
+int waitForStatus(pid_t process) {
+  int status = 0;
+  ::waitpid(process, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
 
 Outcome runKyr(const std::vector<std::string>& arguments, std::string_view input) {
   const auto in = temporaryFile();
@@ -50,11 +51,14 @@ Outcome runKyr(const std::vector<std::string>& arguments, std::string_view input
   std::fflush(in.get());
   std::rewind(in.get());
   const pid_t child = ::fork();
-  if (child == 0) becomeKyr(arguments, in.get(), out.get(), err.get());
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), contents(out.get()),
-          contents(err.get())};
+  if (child == 0) {
+    ::dup2(::fileno(in.get()), STDIN_FILENO);
+    ::dup2(::fileno(out.get()), STDOUT_FILENO);
+    ::dup2(::fileno(err.get()), STDERR_FILENO);
+    become(KYR_BINARY, arguments);
+  }
+  const int status = waitForStatus(child);
+  return {status, contents(out.get()), contents(err.get())};
 }
 
 ScratchFolder::ScratchFolder() {
@@ -83,27 +87,6 @@ std::string documentPath(std::string_view name) {
 
 std::string golden(std::string_view name) {
   return readFile(fmt::format("{}/Golden/{}", KYR_APPS_TESTS, name));
-}
-
-std::string vmap(std::string_view breaks, std::string_view payloadLength, std::string_view contentLength) {
-  return fmt::format(
-      "<vmap:VMAP xmlns:vmap=\"http://www.iab.net/vmap-1.0\" xmlns:mh=\"http://example.com/mh\">{}"
-      "<vmap:Extensions><mh:Marlith payloadlength=\"{}\" "
-      "contentlength=\"{}\"/></vmap:Extensions></vmap:VMAP>",
-      breaks, payloadLength, contentLength);
-}
-
-std::string adBreak(std::string_view timeOffset, std::string_view inLine) {
-  return fmt::format(
-      "<vmap:AdBreak timeOffset=\"{}\"><vmap:AdSource><vmap:VASTAdData><VAST><Ad "
-      "id=\"ad\"><InLine>{}</InLine>"
-      "</Ad></VAST></vmap:VASTAdData></vmap:AdSource></vmap:AdBreak>\n",
-      timeOffset, inLine);
-}
-
-std::string linear(std::string_view duration, std::string_view more) {
-  return fmt::format("<Creatives><Creative><Linear><Duration>{}</Duration>{}</Linear></Creative></Creatives>",
-                     duration, more);
 }
 
 }  // namespace tarn::test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -12,6 +14,11 @@ struct Outcome {
   std::string out;
   std::string err;
 };
+
+/// In a forked process: becomes `program`.
+[[noreturn]] void become(std::string program, const std::vector<std::string>& arguments);
+/// Waits for the process to end; its status is as in `Outcome`.
+[[nodiscard]] int waitForStatus(pid_t process);
 
 /// Runs the `kyr` program that was built with these tests, with `input` on its standard input, and waits.
 [[nodiscard]] Outcome runKyr(const std::vector<std::string>& arguments, std::string_view input = {});
@@ -35,12 +42,5 @@ class ScratchFolder {
 [[nodiscard]] std::string readFile(const std::filesystem::path& path);
 [[nodiscard]] std::string documentPath(std::string_view name);
 [[nodiscard]] std::string golden(std::string_view name);
-
-/// A document around the given ad breaks, with the lengths as they stand in its attributes.
-[[nodiscard]] std::string vmap(std::string_view breaks, std::string_view payloadLength = "660",
-                               std::string_view contentLength = "600");
-/// An ad break with one ad that is `inLine` inside.
-[[nodiscard]] std::string adBreak(std::string_view timeOffset, std::string_view inLine);
-[[nodiscard]] std::string linear(std::string_view duration, std::string_view more = {});
 
 }  // namespace tarn::test

@@ -2,12 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <string>
 #include <utility>
+
+#include "KyrProcess.h"
 
 namespace tarn::test {
 namespace {
@@ -37,8 +38,7 @@ KyrService::KyrService() {
     dup2(ends[1], STDOUT_FILENO);
     close(ends[0]);
     close(ends[1]);
-    execl(KYR_BINARY, KYR_BINARY, "serve", "--port", "0", "--media", KYR_TEST_MEDIA, nullptr);
-    _exit(127);
+    become(KYR_BINARY, {"serve", "--port", "0", "--media", KYR_TEST_MEDIA});
   }
   close(ends[1]);
   output_ = ends[0];
@@ -56,9 +56,7 @@ std::string KyrService::url(const std::string& path) const {
 
 int KyrService::end(int signal) {
   kill(process_, signal);
-  int status = 0;
-  waitpid(std::exchange(process_, -1), &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return waitForStatus(std::exchange(process_, -1));
 }
 
 }  // namespace tarn::test

@@ -9,6 +9,7 @@
 #include "KyrProcess.h"
 #include "KyrService.h"
 #include "SessionRecords.h"
+#include "Support/VMAPText.h"
 #include "Terminal.h"
 
 namespace tarn::test {
@@ -159,8 +160,8 @@ TEST_F(PlayTest, ReportsAStreamThatCannotBePlayed) {
   EXPECT_EQ(records.back()["error"]["code"], 509);
   EXPECT_EQ(records.back()["error"]["underlying"]["code"], 4011);
 
-  const auto streamless =
-      runKyr({"play", scratch.write("streamless.vmap", vmap("")), "--headless", "--json"});
+  const auto streamless = runKyr(
+      {"play", scratch.write("streamless.vmap", vmap("xmlns:vmap='urn:v'", "", "")), "--headless", "--json"});
   EXPECT_EQ(streamless.status, 1);
   EXPECT_THAT(streamless.err, HasSubstr("names no stream"));
 }

@@ -7,18 +7,18 @@
 namespace tarn::test {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
+using namespace ::testing;
 
 const std::string kDocument = documentPath("worked.vmap");
 
+using Query = std::pair<const char*, const char*>;
+
+Outcome select(const Query& query) {
+  return runKyr({"select", kDocument, "--json", query.first, query.second});
+}
+
 TEST(SelectTest, JsonHoldsTheExpressionAndItsMatches) {
-  struct Row {
-    std::vector<std::string> query;
-    const char* expected;
-  };
-  const Row rows[] = {
+  const std::pair<Query, const char*> rows[] = {
       {{"--xpath", "//Companion/StaticResource"},
        R"({"xpath":"//Companion/StaticResource","matches":[{"tag":"StaticResource","line":35,)"
        R"("attributes":{"creativeType":"image/png"},"text":"http://shop.example/spring.png"}],"value":null})"},
@@ -36,33 +36,25 @@ TEST(SelectTest, JsonHoldsTheExpressionAndItsMatches) {
       {{"--xpath", "string(//AdTitle[.='Holiday'])"},
        R"-({"xpath":"string(//AdTitle[.='Holiday'])","matches":[],"value":"Holiday"})-"},
   };
-  for (const auto& row : rows) {
-    std::vector<std::string> arguments{"select", kDocument, "--json"};
-    arguments.insert(arguments.end(), row.query.begin(), row.query.end());
-    const auto outcome = runKyr(arguments);
+  for (const auto& [query, expected] : rows) {
+    const auto outcome = select(query);
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.out, std::string(row.expected) + "\n");
+    EXPECT_EQ(outcome.out, std::string(expected) + "\n");
   }
 }
 
 TEST(SelectTest, ExpressionsThatCannotBeEvaluatedAreNamed) {
-  struct Row {
-    std::vector<std::string> query;
-    const char* named;
-  };
-  const Row rows[] = {
+  const std::pair<Query, const char*> rows[] = {
       {{"--xpath", "//["}, "`//[`"},
       {{"--xpath", "//other:Ad"}, "`//other:Ad`"},
       {{"--css", "div #x"}, "`.//div/descendant::`"},
       {{"--xpath", ""}, "``"},
   };
-  for (const auto& row : rows) {
-    std::vector<std::string> arguments{"select", kDocument, "--json"};
-    arguments.insert(arguments.end(), row.query.begin(), row.query.end());
-    const auto outcome = runKyr(arguments);
-    EXPECT_EQ(outcome.status, 1) << row.named;
-    EXPECT_THAT(outcome.err, AllOf(StartsWith("kyr: "), HasSubstr(row.named)));
-    EXPECT_THAT(nlohmann::json::parse(outcome.out).at("error").at("description"), HasSubstr(row.named));
+  for (const auto& [query, named] : rows) {
+    const auto outcome = select(query);
+    EXPECT_EQ(outcome.status, 1) << named;
+    EXPECT_THAT(outcome.err, AllOf(StartsWith("kyr: "), HasSubstr(named)));
+    EXPECT_THAT(nlohmann::json::parse(outcome.out).at("error").at("description"), HasSubstr(named));
   }
 }
 

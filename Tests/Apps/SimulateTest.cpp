@@ -7,17 +7,13 @@
 #include "KyrProcess.h"
 #include "SessionRecords.h"
 #include "Support/LoopbackServer.h"
+#include "Support/VMAPText.h"
 
 namespace tarn::test {
 namespace {
 
+using namespace ::testing;
 using nlohmann::json;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
 
 std::string tracking(std::string_view ad, std::string_view event) {
   return fmt::format(R"(<Tracking event="{0}"{2}>http://b.example/{1}/{0}</Tracking>)", event, ad,
@@ -25,23 +21,23 @@ std::string tracking(std::string_view ad, std::string_view event) {
 }
 
 /// A break with one ad of 15 s.
-std::string breakWith(std::string_view ad, std::string_view offset) {
-  return fmt::format(
-      R"(<vmap:AdBreak timeOffset="{}"><vmap:AdSource><vmap:VASTAdData><VAST><Ad id="{}"><InLine>)"
-      "<Impression>http://b.example/{}/impression</Impression><Creatives><Creative>"
-      R"(<Linear skipoffset="00:00:05"><Duration>00:00:15</Duration><TrackingEvents>{}{}{}{}</TrackingEvents>)"
-      "</Linear></Creative></Creatives></InLine></Ad></VAST></vmap:VASTAdData></vmap:AdSource></"
-      "vmap:AdBreak>",
-      offset, ad, ad, tracking(ad, "creativeView"), tracking(ad, "start"), tracking(ad, "complete"),
-      tracking(ad, "skip"));
+std::string breakWith(std::string_view name, std::string_view offset) {
+  const auto events = tracking(name, "creativeView") + tracking(name, "start") + tracking(name, "complete") +
+                      tracking(name, "skip");
+  return adBreak(offset,
+                 fmt::format("<Ad id='{0}'><InLine><Impression>http://b.example/{0}/impression</Impression>"
+                             "<Creatives>{1}</Creatives></InLine></Ad>",
+                             name,
+                             linear("00:00:15", "<TrackingEvents>" + events + "</TrackingEvents>",
+                                    "skipoffset='00:00:05'")));
 }
 
 std::string document(std::string_view breaks, int payload, int content = 60) {
-  return fmt::format(
-      R"(<vmap:VMAP xmlns:vmap="http://www.iab.net/vmap-1.0" xmlns:mh="urn:mh"><vmap:Extensions>)"
-      R"(<mh:Marlith contenturi="https://stream.example/m.m3u8" payloadlength="{}" contentlength="{}"/>)"
-      "</vmap:Extensions>{}</vmap:VMAP>",
-      payload, content, breaks);
+  return vmap("xmlns:vmap='http://www.iab.net/vmap-1.0' xmlns:mh='urn:mh'",
+              fmt::format("<mh:Marlith contenturi='https://stream.example/m.m3u8' payloadlength='{}' "
+                          "contentlength='{}'/>",
+                          payload, content),
+              breaks);
 }
 
 // 0    10   25        45   60            90        0            60     75
@@ -50,142 +46,118 @@ std::string document(std::string_view breaks, int payload, int content = 60) {
 const std::string kTwoBreaks = document(breakWith("a", "00:00:10") + breakWith("b", "00:00:30"), 90);
 const std::string kPostRoll = document(breakWith("post", "end"), 75);
 
+Outcome simulate(const std::string& document, const std::string& script,
+                 std::vector<std::string> options = {}) {
+  const ScratchFolder folder;
+  options.insert(options.begin(), {"simulate", folder.write("document.vmap", document), "--json"});
+  return runKyr(options, script);
+}
+
 struct Row {
   const char* name;
-  const std::string& document;
   const char* script;
   /// What happens after the script's first play: see `storyOf`.
   std::vector<std::string> story;
   std::vector<std::string> options = {};
+  const std::string& document = kTwoBreaks;
 };
 
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
-
-Outcome simulate(const std::string& vmap, const std::string& script, std::vector<std::string> options = {}) {
-  const ScratchFolder folder;
-  options.insert(options.begin(), {"simulate", folder.write("document.vmap", vmap), "--json"});
-  return runKyr(options, script);
-}
-
-class SimulateRowTest : public ::testing::TestWithParam<Row> {};
-
-TEST_P(SimulateRowTest, ViewersSeeThisAndSendTheseBeacons) {
-  const auto outcome =
-      simulate(GetParam().document, std::string("play\n") + GetParam().script, GetParam().options);
+void expectStory(const Row& row) {
+  SCOPED_TRACE(row.name);
+  const auto outcome = simulate(row.document, std::string("play\n") + row.script, row.options);
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.err, IsEmpty());
-  auto story = storyOf(parseRecords(outcome.out));
-  ASSERT_THAT(story, ::testing::Not(IsEmpty()));
-  EXPECT_EQ(story.front(), "0: load complete Begin Ready play Play");
-  story.erase(story.begin());
-  EXPECT_THAT(story, ElementsAreArray(GetParam().story));
+  auto expected = row.story;
+  expected.insert(expected.begin(), "0: load complete Begin Ready play Play");
+  EXPECT_EQ(storyOf(parseRecords(outcome.out)), expected);
 }
 
 const char* const kEnterA =
-    "10: WillPauseForAd Pause AdSequenceEnter(0) canSeek=no a/impression AdEnter(a) "
-    "a/creativeView";
-const char* const kEnterPost =
-    "60: WillPauseForAd Pause AdSequenceEnter(0) canSeek=no post/impression "
-    "AdEnter(post) post/creativeView";
+    "10: WillPauseForAd Pause AdSequenceEnter(0) canSeek=no a/impression AdEnter(a) a/creativeView";
+const char* const kStartA = "10.25: a/start";
+const char* const kExitA = "25: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes";
+const char* const kForcedB =
+    "5: canSeek=no pause Pause seek(45.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(1) "
+    "b/impression AdEnter(b) b/creativeView b/start";
 
-INSTANTIATE_TEST_SUITE_P(
-    Seeks, SimulateRowTest,
-    ::testing::Values(
-        Row{"OverTwoBreaksPlaysTheSecond",
-            kTwoBreaks,
-            "run 5\nseek 50\nrun 20",
-            {"5: canSeek=no pause Pause seek(45.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(1) "
-             "b/impression AdEnter(b) b/creativeView b/start",
-             "20: b/complete AdExit(b) AdSequenceExit(1) Play canSeek=yes pause Pause seek(80 -2 +2) play "
-             "Play "
-             "sought(50 yes)"}},
-        Row{"BetweenBreaksIsPlain",
-            kTwoBreaks,
-            "run 27\nseek 20",
-            {kEnterA, "10.25: a/start", "25: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes",
-             "27: canSeek=no canSeek=yes seek(35 -2 +2) sought(20 yes)"}},
-        Row{"ShortlyBeforeABreakNeverLandsInIt",
-            kTwoBreaks,
-            "run 27\nseek 29",
-            {kEnterA, "10.25: a/start", "25: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes",
-             "27: canSeek=no canSeek=yes seek(44 -2 +0) sought(29 yes)"}},
-        Row{"PastTheEndPlaysThePostRoll",
-            kPostRoll,
-            "run 3\nseek 70\nrun 30",
-            {"3: canSeek=no pause Pause seek(60.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(0) "
-             "post/impression AdEnter(post) post/creativeView post/start",
-             "17.8: post/complete AdExit(post) AdSequenceExit(0) Play canSeek=yes pause Pause play Play "
-             "sought(70 yes) End"}},
-        Row{"BackToTheStartIsExact",
-            kTwoBreaks,
-            "run 5\nseek 0",
-            {"5: canSeek=no canSeek=yes seek(0.2 -0 +0) sought(0 yes)"}},
-        Row{"DuringAnAdIsRefused",
-            kTwoBreaks,
-            "run 12\nseek 30",
-            {kEnterA, "10.25: a/start", "12: sought(30 no)"}},
-        Row{"WithAdsDisabledIsPlainAndExact",
-            kTwoBreaks,
-            "run 5\nadsDisabled yes\nseek 50",
-            {"5: canSeek=no canSeek=yes seek(80 -0 +0) sought(50 yes)"}},
-        Row{"OfNoTimeOrBeforeTheStartIsRefused",
-            kTwoBreaks,
-            "run 5\nseek invalid\nseek -1",
-            {"5: sought(invalid no) sought(-1 no)"}},
-        Row{"InQuickSuccessionSupersedeEachOther",
-            kTwoBreaks,
-            "run 2\nseek 8\nrun 0.5\nseek 5\nrun 2",
-            {"2: canSeek=no canSeek=yes seek(8 -2 +0)",
-             "2.5: canSeek=no canSeek=yes seek(5 -2 +2) sought(8 no)", "3.5: sought(5 yes)"},
-            {"--seek-latency", "1"}},
-        Row{"UnderWayAtTheEndOfTheScriptStop",
-            kTwoBreaks,
-            "run 2\nseek 8\nrun 0.5",
-            {"2: canSeek=no canSeek=yes seek(8 -2 +0)"},
-            {"--seek-latency", "1"}},
-        Row{"EndedByTerminationInAForcedAdNeverAnswer",
-            kTwoBreaks,
-            "run 5\nseek 50\nrun 1\nterminate\nskip\nrun 60",
-            {"5: canSeek=no pause Pause seek(45.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(1) "
-             "b/impression AdEnter(b) b/creativeView b/start",
-             "6: pause Terminate"}}),
-    [](const auto& test) { return test.param.name; });
+TEST(SimulateTest, SeeksPlayTheAdsThatTheyPass) {
+  const Row rows[] = {
+      {"over two breaks plays the second",
+       "run 5\nseek 50\nrun 20",
+       {kForcedB,
+        "20: b/complete AdExit(b) AdSequenceExit(1) Play canSeek=yes pause Pause seek(80 -2 +2) play Play "
+        "sought(50 yes)"}},
+      {"between breaks is plain",
+       "run 27\nseek 20",
+       {kEnterA, kStartA, kExitA, "27: canSeek=no canSeek=yes seek(35 -2 +2) sought(20 yes)"}},
+      {"shortly before a break never lands in it",
+       "run 27\nseek 29",
+       {kEnterA, kStartA, kExitA, "27: canSeek=no canSeek=yes seek(44 -2 +0) sought(29 yes)"}},
+      {"past the end plays the post roll",
+       "run 3\nseek 70\nrun 30",
+       {"3: canSeek=no pause Pause seek(60.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(0) "
+        "post/impression AdEnter(post) post/creativeView post/start",
+        "17.8: post/complete AdExit(post) AdSequenceExit(0) Play canSeek=yes pause Pause play Play "
+        "sought(70 yes) End"},
+       {},
+       kPostRoll},
+      {"back to the start is exact",
+       "run 5\nseek 0",
+       {"5: canSeek=no canSeek=yes seek(0.2 -0 +0) sought(0 yes)"}},
+      {"during an ad is refused", "run 12\nseek 30", {kEnterA, kStartA, "12: sought(30 no)"}},
+      {"with ads disabled is plain and exact",
+       "run 5\nadsDisabled yes\nseek 50",
+       {"5: canSeek=no canSeek=yes seek(80 -0 +0) sought(50 yes)"}},
+      {"of no time or before the start is refused",
+       "run 5\nseek invalid\nseek -1",
+       {"5: sought(invalid no) sought(-1 no)"}},
+      {"in quick succession supersede each other",
+       "run 2\nseek 8\nrun 0.5\nseek 5\nrun 2",
+       {"2: canSeek=no canSeek=yes seek(8 -2 +0)", "2.5: canSeek=no canSeek=yes seek(5 -2 +2) sought(8 no)",
+        "3.5: sought(5 yes)"},
+       {"--seek-latency", "1"}},
+      {"under way at the end of the script stop",
+       "run 2\nseek 8\nrun 0.5",
+       {"2: canSeek=no canSeek=yes seek(8 -2 +0)"},
+       {"--seek-latency", "1"}},
+      {"ended by termination in a forced ad never answer",
+       "run 5\nseek 50\nrun 1\nterminate\nskip\nrun 60",
+       {kForcedB, "6: pause Terminate"}}};
+  for (const auto& row : rows) expectStory(row);
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Ads, SimulateRowTest,
-    ::testing::Values(
-        Row{"ASkippedAdIsLeftBehind",
-            kTwoBreaks,
-            "run 12\nskip\nskip\nrun 1",
-            {kEnterA, "10.25: a/start",
-             "12: a/skip pause AdPause(a) seek(25.2 -0 +0) play AdResume(a) a/complete AdExit(a) "
-             "AdSequenceExit(0) Play canSeek=yes"}},
-        Row{"ASkippedAdAtTheEndEndsTheStream",
-            kPostRoll,
-            "run 63\nskip\nrun 1\nskip\nseek 10\nrun 1\nplay",
-            {kEnterPost, "60.25: post/start",
-             "63: post/skip pause AdPause(post) hideLayer seek(0 -0 +0) seek(75 -0 +0) play AdResume(post) "
-             "showLayer post/complete AdExit(post) AdSequenceExit(0) Play canSeek=yes End",
-             "64: canSeek=no canSeek=yes seek(10.2 -2 +2) sought(10 yes)", "65: play Play"}},
-        Row{"AdCommandsWorkInsideABreakOnly",
-            kTwoBreaks,
-            "run 12\npauseAd\nrun 5\nresumeAd\nrun 14\npauseAd\nresumeAd\nrun 1",
-            {kEnterA, "10.25: a/start", "12: pause AdPause(a)", "17: play AdResume(a)",
-             "30: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes"}},
-        Row{"ResumingAtATimeKnowsNoRules",
-            kTwoBreaks,
-            "run 1\npause\nresumeAt 31 no\nrun 1\nresumeAt 29.5 yes\nrun 1",
-            {"1: pause Pause seek(61 -0 +0)", "2: seek(44.5 -0 +0) play Play",
-             "2.5: WillPauseForAd Pause AdSequenceEnter(1) canSeek=no b/impression AdEnter(b) b/creativeView",
-             "2.75: b/start"}},
-        Row{"AShorterStreamEndsInItsAd",
-            kTwoBreaks,
-            "run 60",
-            {kEnterA, "10.25: a/start", "20: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes End"},
-            {"--item-duration", "20"}}),
-    [](const auto& test) { return test.param.name; });
+TEST(SimulateTest, AdsAreSkippedPausedAndLeftBehind) {
+  const Row rows[] = {
+      {"a skipped ad is left behind",
+       "run 12\nskip\nskip\nrun 1",
+       {kEnterA, kStartA,
+        "12: a/skip pause AdPause(a) seek(25.2 -0 +0) play AdResume(a) a/complete AdExit(a) "
+        "AdSequenceExit(0) Play canSeek=yes"}},
+      {"a skipped ad at the end ends the stream",
+       "run 63\nskip\nrun 1\nskip\nseek 10\nrun 1\nplay",
+       {"60: WillPauseForAd Pause AdSequenceEnter(0) canSeek=no post/impression AdEnter(post) "
+        "post/creativeView",
+        "60.25: post/start",
+        "63: post/skip pause AdPause(post) hideLayer seek(0 -0 +0) seek(75 -0 +0) play AdResume(post) "
+        "showLayer post/complete AdExit(post) AdSequenceExit(0) Play canSeek=yes End",
+        "64: canSeek=no canSeek=yes seek(10.2 -2 +2) sought(10 yes)", "65: play Play"},
+       {},
+       kPostRoll},
+      {"ad commands work inside a break only",
+       "run 12\npauseAd\nrun 5\nresumeAd\nrun 14\npauseAd\nresumeAd\nrun 1",
+       {kEnterA, kStartA, "12: pause AdPause(a)", "17: play AdResume(a)",
+        "30: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes"}},
+      {"resuming at a time knows no rules",
+       "run 1\npause\nresumeAt 31 no\nrun 1\nresumeAt 29.5 yes\nrun 1",
+       {"1: pause Pause seek(61 -0 +0)", "2: seek(44.5 -0 +0) play Play",
+        "2.5: WillPauseForAd Pause AdSequenceEnter(1) canSeek=no b/impression AdEnter(b) b/creativeView",
+        "2.75: b/start"}},
+      {"a shorter stream ends in its ad",
+       "run 60",
+       {kEnterA, kStartA, "20: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes End"},
+       {"--item-duration", "20"}}};
+  for (const auto& row : rows) expectStory(row);
+}
 
 TEST(SimulateTest, RecordsAreTheDocumentedOnes) {
   const auto outcome = simulate(document(breakWith("a", "00:00:01"), 20, 5),
@@ -235,10 +207,10 @@ TEST(SimulateTest, AnHourWithTwelveBreaksIsOverAtOnceAndTheSameEachTime) {
 }
 
 TEST(SimulateTest, DocumentsThatDoNotLoadAreToldAsTheSessionTellsThem) {
-  const auto outcome = simulate(vmap(adBreak("10%", linear("00:00:30"))), "play\nrun 5");
+  const auto outcome = simulate(vmap(simpleBreak("10%", "00:00:30")), "play\nrun 5");
   EXPECT_EQ(outcome.status, 1);
   auto records = parseRecords(outcome.out);
-  ASSERT_THAT(records, ::testing::Not(IsEmpty()));
+  ASSERT_THAT(records, Not(IsEmpty()));
   const json error = records.back()["error"];
   EXPECT_EQ(error["domain"], "kTarnKyrErrorDomain");
   EXPECT_EQ(error["code"], 509);
@@ -250,7 +222,9 @@ TEST(SimulateTest, DocumentsThatDoNotLoadAreToldAsTheSessionTellsThem) {
 }
 
 TEST(SimulateTest, ADocumentWithoutAStreamIsSimulatedAllTheSame) {
-  const auto outcome = simulate(vmap(adBreak("start", linear("00:00:30"))), "play\nrun 700");
+  const auto outcome = simulate(vmap("xmlns:vmap='urn:v' xmlns:mh='urn:m'",
+                                     "<mh:Marlith payloadlength='660'/>", simpleBreak("start", "00:00:30")),
+                                "play\nrun 700");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.err, HasSubstr("names no stream"));
   const auto story = storyOf(parseRecords(outcome.out));
@@ -266,34 +240,32 @@ TEST(SimulateTest, TheRequestCarriesTheLibrarysNameUnlessItIsReplaced) {
   EXPECT_EQ(runKyr({"simulate", url, "--header", "user-agent: me"}).status, 0);
   const auto requests = server.requests();
   ASSERT_THAT(requests, SizeIs(2));
-  EXPECT_THAT(requests[0].values("user-agent"), ElementsAre(::testing::StartsWith("ios-lumo-ux/")));
+  EXPECT_THAT(requests[0].values("user-agent"), ElementsAre(StartsWith("ios-lumo-ux/")));
   EXPECT_THAT(requests[0].values("x-one"), ElementsAre("1"));
   EXPECT_THAT(requests[1].values("user-agent"), ElementsAre("me"));
 }
 
 TEST(SimulateTest, WrongScriptsAreRefusedBeforeAnythingRuns) {
-  struct Wrong {
-    const char* line;
-    const char* complaint;
-  };
   const ScratchFolder folder;
   const auto path = folder.write("document.vmap", kTwoBreaks);
-  for (const auto& row :
-       {Wrong{"run", "expected 'run S'"}, Wrong{"run -1", "expected 'run S'"},
-        Wrong{"run 1e10", "expected 'run S'"}, Wrong{"run inf", "expected 'run S'"},
-        Wrong{"run 1 2", "expected 'run S'"}, Wrong{"play now", "expected 'play' alone"},
-        Wrong{"seek", "expected 'seek C'"}, Wrong{"seek +infinity", "expected 'seek C'"},
-        Wrong{"skip 1", "expected 'skip' alone"}, Wrong{"adsDisabled maybe", "expected 'adsDisabled yes'"},
-        Wrong{"resumeAt 5", "expected 'resumeAt C yes'"},
-        Wrong{"resumeAt now yes", "expected 'resumeAt C yes'"},
-        Wrong{"terminate it", "expected 'terminate' alone"},
-        Wrong{"Play", "unknown command 'Play'; expected run, play"}}) {
-    SCOPED_TRACE(row.line);
-    const auto script = folder.write("script", std::string("# head\nplay\n\n") + row.line + "\nrun 1\n");
-    const auto outcome = runKyr({"simulate", path, "--script", script, "--json"});
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_THAT(outcome.out, IsEmpty());
-    EXPECT_THAT(outcome.err, HasSubstr("script:4: " + std::string(row.complaint)));
+  const std::pair<const char*, std::vector<const char*>> rows[] = {
+      {"expected 'run S'", {"run", "run -1", "run 1e10", "run inf", "run 1 2"}},
+      {"expected 'play' alone", {"play now"}},
+      {"expected 'seek C'", {"seek", "seek +infinity"}},
+      {"expected 'skip' alone", {"skip 1"}},
+      {"expected 'adsDisabled yes'", {"adsDisabled maybe"}},
+      {"expected 'resumeAt C yes'", {"resumeAt 5", "resumeAt now yes"}},
+      {"expected 'terminate' alone", {"terminate it"}},
+      {"unknown command 'Play'; expected run, play", {"Play"}}};
+  for (const auto& [complaint, lines] : rows) {
+    for (const char* line : lines) {
+      SCOPED_TRACE(line);
+      const auto script = folder.write("script", std::string("# head\nplay\n\n") + line + "\nrun 1\n");
+      const auto outcome = runKyr({"simulate", path, "--script", script, "--json"});
+      EXPECT_EQ(outcome.status, 2);
+      EXPECT_THAT(outcome.out, IsEmpty());
+      EXPECT_THAT(outcome.err, HasSubstr("script:4: " + std::string(complaint)));
+    }
   }
   EXPECT_THAT(runKyr({"simulate", path}, "run 1\nstop").err,
               HasSubstr("(standard input):2: unknown command"));

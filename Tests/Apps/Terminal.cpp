@@ -11,20 +11,12 @@
 #include <cstdlib>
 #include <utility>
 
+#include "KyrProcess.h"
+
 namespace tarn::test {
 namespace {
 
 constexpr int kPatience = 30'000;  // milliseconds
-
-[[noreturn]] void become(std::string program, const std::vector<std::string>& arguments) {
-  ::setenv("TERM", "xterm", 1);
-  ::setenv("NO_COLOR", "1", 1);
-  std::vector<char*> pointers{program.data()};
-  for (const auto& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
-  pointers.push_back(nullptr);
-  ::execv(program.c_str(), pointers.data());
-  ::_exit(127);
-}
 
 }  // namespace
 
@@ -33,7 +25,10 @@ Terminal::Terminal(const std::vector<std::string>& arguments, const std::string&
   size.ws_row = 24;
   size.ws_col = 160;
   process_ = ::forkpty(&terminal_, nullptr, nullptr, &size);
-  if (process_ == 0) become(program, arguments);
+  if (process_ != 0) return;
+  ::setenv("TERM", "xterm", 1);
+  ::setenv("NO_COLOR", "1", 1);
+  become(program, arguments);
 }
 
 Terminal::~Terminal() {
@@ -73,9 +68,7 @@ void Terminal::waitFor(std::string_view text) {
 int Terminal::end() {
   while (read()) {
   }
-  int status = 0;
-  ::waitpid(std::exchange(process_, -1), &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return waitForStatus(std::exchange(process_, -1));
 }
 
 }  // namespace tarn::test
