@@ -72,7 +72,7 @@ TEST(CallTest, OutputThatCannotBeWrittenIsAFailure) {
   EXPECT_THAT(outcome.err, HasSubstr("/dev/full: No space left on device"));
 }
 
-TEST(CallTest, HeadersReachTheServerInOrder) {
+TEST(CallTest, HeadersReachTheServerInOrderAndJsonHoldsTheWholeTimeline) {
   LoopbackServer server;
   server.answer("/vmap", {.body = readFile(kDocument), .headers = {}});
   const auto outcome = runKyr({"inspect", "--header", "X-One: 1", server.url("/vmap").absoluteString(),

@@ -21,13 +21,6 @@ std::string titledBreak(std::string_view title, std::string_view creatives = {})
                            title, creatives));
 }
 
-TEST(InspectTest, JsonHoldsTheWholeTimelineInTheDocumentedOrder) {
-  const auto outcome = runKyr({"inspect", "--json", documentPath("worked.vmap")});
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.err, IsEmpty());
-  EXPECT_EQ(outcome.out, golden("worked.inspect.json"));
-}
-
 TEST(InspectTest, TextEndsWithTheWarningsAndTheirLines) {
   const ScratchFolder folder;
   const auto path = folder.write("odd.vmap", vmap(titledBreak("Odd") + simpleBreak("00:01:00", "00:00:30")));

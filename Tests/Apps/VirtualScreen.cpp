@@ -11,8 +11,6 @@
 #include <cstdlib>
 #include <map>
 #include <thread>
-#include <tuple>
-#include <utility>
 
 namespace tarn::test {
 namespace {
@@ -22,14 +20,6 @@ constexpr int kTolerance = 6;  // of a colour that has been through an encoder
 
 bool isInstalled(const char* program) {
   return std::system((std::string("command -v ") + program + " >/dev/null").c_str()) == 0;
-}
-
-/// A number of an X window dump (X11/XWDFile.h), which begins with a header of numbers.
-std::size_t headerNumber(const std::string& dump, std::size_t index) {
-  std::size_t number = 0;
-  for (std::size_t i = 0; i < 4; ++i)
-    number = number << 8U | static_cast<unsigned char>(dump.at(index * 4 + i));
-  return number;
 }
 
 }  // namespace
@@ -44,11 +34,22 @@ bool Colour::isNear(const Colour& other) const {
          std::abs(blue - other.blue) <= kTolerance;
 }
 
-Frame::Frame(int width, int height, std::vector<Colour> pixels)
-    : width_(width), height_(height), pixels_(std::move(pixels)) {}
+/// The dump begins with a header of numbers.
+std::size_t Frame::headerNumber(std::size_t index) const {
+  std::size_t number = 0;
+  for (std::size_t i = 0; i < 4; ++i)
+    number = number << 8U | static_cast<unsigned char>(dump_.at(index * 4 + i));
+  return number;
+}
 
-const Colour& Frame::at(int x, int y) const {
-  return pixels_.at(static_cast<std::size_t>(y * width_ + x));
+Colour Frame::at(int x, int y) const {
+  constexpr std::size_t kColourMapEntry = 12;
+  const std::size_t begin = headerNumber(0) + headerNumber(19) * kColourMapEntry;
+  const std::size_t bytesPerLine = headerNumber(12);
+  const std::size_t pixel =
+      begin + static_cast<std::size_t>(y) * bytesPerLine + static_cast<std::size_t>(x) * 4;
+  const auto part = [&](std::size_t i) { return static_cast<unsigned char>(dump_.at(pixel + i)); };
+  return {part(2), part(1), part(0)};
 }
 
 int Frame::count(const Area& area, const Colour& colour) const {
@@ -60,17 +61,13 @@ int Frame::count(const Area& area, const Colour& colour) const {
 }
 
 Colour Frame::background(const Area& area) const {
-  std::map<std::tuple<int, int, int>, int> pixels;
+  std::map<Colour, int> pixels;
   for (int y = area.top; y < area.top + area.height; ++y) {
-    for (int x = area.left; x < area.left + area.width; ++x) {
-      const auto& colour = at(x, y);
-      ++pixels[{colour.red, colour.green, colour.blue}];
-    }
+    for (int x = area.left; x < area.left + area.width; ++x) ++pixels[at(x, y)];
   }
   const auto most = std::max_element(pixels.begin(), pixels.end(),
                                      [](const auto& a, const auto& b) { return a.second < b.second; });
-  const auto& [red, green, blue] = most->first;
-  return {red, green, blue};
+  return most->first;
 }
 
 std::string VirtualScreen::whatIsMissing() {
@@ -109,24 +106,9 @@ VirtualScreen::~VirtualScreen() {
   unsetenv("DISPLAY");
 }
 
-/// Xvfb keeps its memory in a file: an X window dump with four bytes a pixel, blue first.
+/// Xvfb keeps its memory in a file.
 Frame VirtualScreen::frame() const {
-  const std::string dump = readFile(memory_.path("Xvfb_screen0"));
-  const std::size_t width = headerNumber(dump, 4);
-  const std::size_t height = headerNumber(dump, 5);
-  const std::size_t bytesPerLine = headerNumber(dump, 12);
-  constexpr std::size_t kColourMapEntry = 12;
-  const std::size_t begin = headerNumber(dump, 0) + headerNumber(dump, 19) * kColourMapEntry;
-  std::vector<Colour> pixels;
-  pixels.reserve(width * height);
-  for (std::size_t y = 0; y < height; ++y) {
-    for (std::size_t x = 0; x < width; ++x) {
-      const auto* const pixel =
-          reinterpret_cast<const unsigned char*>(&dump.at(begin + y * bytesPerLine + x * 4));
-      pixels.push_back({pixel[2], pixel[1], pixel[0]});
-    }
-  }
-  return {static_cast<int>(width), static_cast<int>(height), std::move(pixels)};
+  return Frame(readFile(memory_.path("Xvfb_screen0")));
 }
 
 bool VirtualScreen::comesToShow(const std::function<bool(const Frame&)>& wanted) const {

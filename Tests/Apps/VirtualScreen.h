@@ -2,10 +2,10 @@
 
 #include <sys/types.h>
 
-#include <cstdint>
+#include <compare>
 #include <functional>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "KyrProcess.h"
 
@@ -16,6 +16,7 @@ struct Colour {
   int green = 0;
   int blue = 0;
 
+  auto operator<=>(const Colour&) const = default;
   [[nodiscard]] Colour dimmed(double share) const;
   [[nodiscard]] bool isNear(const Colour& other) const;
 };
@@ -30,18 +31,19 @@ struct Area {
 /// What a screen showed at one moment.
 class Frame {
  public:
-  Frame(int width, int height, std::vector<Colour> pixels);
+  /// An X window dump (X11/XWDFile.h) with four bytes a pixel, blue first.
+  explicit Frame(std::string dump) : dump_(std::move(dump)) {}
 
-  [[nodiscard]] const Colour& at(int x, int y) const;
+  [[nodiscard]] Colour at(int x, int y) const;
   /// How many pixels of the area are of the colour, or near it.
   [[nodiscard]] int count(const Area& area, const Colour& colour) const;
   /// The colour of most of the area's pixels.
   [[nodiscard]] Colour background(const Area& area) const;
 
  private:
-  int width_;
-  int height_;
-  std::vector<Colour> pixels_;
+  [[nodiscard]] std::size_t headerNumber(std::size_t index) const;
+
+  std::string dump_;
 };
 
 /// An X server of its own with a screen of 1280×720 that nobody sees (Xvfb), for programs started from here.
