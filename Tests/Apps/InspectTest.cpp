@@ -3,7 +3,6 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
-#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "KyrProcess.h"

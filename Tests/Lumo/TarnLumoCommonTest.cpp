@@ -2,10 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "Platform/Log.h"
 #include "Support/TimePrinter.h"
 

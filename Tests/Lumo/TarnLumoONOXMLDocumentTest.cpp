@@ -5,8 +5,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <vector>
 
 #include "Lumo/TarnLumoONOCSS.h"
 #include "Lumo/TarnLumoText.h"

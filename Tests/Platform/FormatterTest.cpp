@@ -7,9 +7,7 @@
 #include <iterator>
 #include <random>
 #include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "Platform/DateFormatter.h"
 #include "Platform/NumberFormatter.h"

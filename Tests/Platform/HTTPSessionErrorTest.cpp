@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
 #include <zlib.h>
 
-#include <string>
-#include <vector>
-
 #include "HTTPSessionFixture.h"
 #include "Platform/HTTPSession.h"
 #include "Support/LoopbackServer.h"

@@ -5,10 +5,7 @@
 #include <cstdlib>
 #include <future>
 #include <latch>
-#include <memory>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "HTTPSessionFixture.h"
 #include "Support/LoopbackServer.h"

@@ -8,7 +8,6 @@
 #include <limits>
 #include <numeric>
 #include <random>
-#include <vector>
 
 #include "Platform/MediaTime.h"
 #include "Support/TimePrinter.h"

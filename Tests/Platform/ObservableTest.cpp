@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <memory>
-#include <optional>
-
 namespace tarn {
 namespace {
 

@@ -4,9 +4,7 @@
 
 #include <future>
 #include <latch>
-#include <optional>
 #include <thread>
-#include <vector>
 
 using namespace tarn;
 using testing::ElementsAre;

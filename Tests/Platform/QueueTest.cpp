@@ -7,10 +7,8 @@
 #include <cstdlib>
 #include <future>
 #include <latch>
-#include <memory>
 #include <numeric>
 #include <thread>
-#include <vector>
 
 using namespace std::chrono_literals;
 using namespace tarn;

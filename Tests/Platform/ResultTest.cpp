@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-#include <utility>
-
 #include "Platform/Error.h"
 #include "Platform/Log.h"
 #include "Platform/ProgrammingError.h"
