@@ -32,14 +32,6 @@ TEST(AdSequencesBuilder, BuildsOnce) {
   EXPECT_THAT(log, HasSubstr("`-[TarnLumoAdSequenceBuilder buildAdSequences]` may only be called once"));
 }
 
-TEST(AdSequencesBuilder, SortsTimesAsMediaTimesCompare) {
-  EXPECT_THAT(
-      TarnLumoAdSequencesBuilder::sortedArrayOfCMTimes(
-          {kCMTimePositiveInfinity, CMTimeMake(3, 2), kCMTimeZero, CMTimeMake(0, 600), CMTimeMake(1, 1)}),
-      ElementsAre(IdenticalTo(kCMTimeZero), IdenticalTo(CMTimeMake(0, 600)), IdenticalTo(CMTimeMake(1, 1)),
-                  IdenticalTo(CMTimeMake(3, 2)), IdenticalTo(kCMTimePositiveInfinity)));
-}
-
 TEST(ValueReader, ReadsTheIntegerThatATextBeginsWith) {
   EXPECT_EQ(tarn::leadingInteger(" \n+42px"), 42);
   EXPECT_EQ(tarn::leadingInteger("-7.9"), -7);

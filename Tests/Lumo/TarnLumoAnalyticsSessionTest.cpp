@@ -110,6 +110,7 @@ TEST(TarnLumoAdAnalyticsSessionTest, SendsTimeBasedEventsOnceAForwardPass) {
         {CMTimeSubtract(seconds(4), tick), {"3", "3.5"}},
         {seconds(4), {}},
         {seconds(5), {}}}},
+      {"a report at just that end", 0, {{seconds(3), view}, {seconds(4), {}}}},
       {"the end of an ad elsewhere",
        600,
        {{seconds(3), view}, {seconds(4), {"3", "3.5"}}, {seconds(5), {"4", "4.5"}}}},
