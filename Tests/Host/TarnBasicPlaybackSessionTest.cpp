@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <functional>
+#include <map>
+#include <sstream>
 
 #include "Host/TarnErrorSession.h"
 #include "Platform/Queue.h"
@@ -14,14 +16,8 @@ namespace {
 
 using tarn::test::FakePlayer;
 using tarn::test::SessionRecorder;
-using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Lines = std::vector<std::string>;
-
-tarn::URL streamURL() {
-  return *tarn::URL::fromString("http://host/stream.m3u8");
-}
 
 tarn::Error brokenOff() {
   tarn::Error error;
@@ -37,174 +33,122 @@ std::shared_ptr<const TarnVideo> videoWithCuePoint() {
       .title = "Film", .cuePoints = TarnCuePointCollection::collectionWithArray({cuePoint})});
 }
 
-class TarnBasicPlaybackSessionTest : public ::testing::Test {
- protected:
+/// What happens to a session, step by step. A name with a bar before it is of the player: "|play".
+const std::map<std::string, std::function<void(TarnBasicPlaybackSession&)>> kSessionSteps = {
+    {"load", [](auto& s) { s.loadVideoURL(*tarn::URL::fromString("http://host/stream.m3u8")); }},
+    {"begin", [](auto& s) { s.begin(); }},
+    {"play", [](auto& s) { s.avPlayerPlay(); }},
+    {"pause", [](auto& s) { s.avPlayerPause(); }},
+    {"resume", [](auto& s) { s.resumeVideoAtTime(tarn::test::seconds(0.5), true); }},
+    {"resumePaused", [](auto& s) { s.resumeVideoAtTime(tarn::test::seconds(0.5), false); }},
+    {"terminate", [](auto& s) { s.terminate(); }},
+    {"turn", [](auto&) { tarn::MainQueue::shared().drain(); }},
+};
+const std::map<std::string, std::function<void(FakePlayer&)>> kPlayerSteps = {
+    {"|ready", [](auto& p) { p.becomeReady(1); }},
+    {"|play", [](auto& p) { p.play(); }},
+    {"|pause", [](auto& p) { p.pause(); }},
+    {"|advance", [](auto& p) { p.advance(0.5, 0.5); }},
+    {"|load", [](auto& p) { p.setLoadedTo(0.75); }},
+    {"|starve", [](auto& p) { p.starve(true); }},
+    {"|feed", [](auto& p) { p.starve(false); }},
+    {"|seek", [](auto& p) { p.seekToTime(tarn::test::seconds(0.25), kCMTimeZero, kCMTimeZero, nullptr); }},
+    {"|fail", [](auto& p) { p.fail(brokenOff()); }},
+};
+
+struct Stage {
   std::shared_ptr<FakePlayer> player = std::make_shared<FakePlayer>();
   std::shared_ptr<TarnBasicPlaybackSession> session =
       std::make_shared<TarnBasicPlaybackSession>(videoWithCuePoint(), nullptr, player);
   SessionRecorder recorder{*session};
 
-  void beginReady(double seconds) {
-    session->loadVideoURL(streamURL());
-    session->begin();
-    player->becomeReady(seconds);
-    (void)recorder.take();
+  void play(const std::string& script) const {
+    std::istringstream steps(script);
+    for (std::string step; steps >> step;) {
+      const auto sessions = kSessionSteps.find(step);
+      sessions == kSessionSteps.end() ? kPlayerSteps.at(step)(*player) : sessions->second(*session);
+    }
   }
 };
 
-TEST_F(TarnBasicPlaybackSessionTest, IsSilentUntilItBeginsAndThenTellsWhereItStands) {
-  session->loadVideoURL(streamURL());
-  player->becomeReady(60);
-  session->avPlayerPlay();
-  player->advance(0.5);
-  player->setLoadedTo(10);
-  EXPECT_THAT(recorder.take(), IsEmpty());
-
-  session->begin();
-  session->begin();
-  EXPECT_THAT(recorder.take(), ElementsAre("Begin", "cuePoints 1", "Ready", "duration 60", "seekable 0+60",
-                                           "loaded 0+10", "Play", "progress 0.5"));
-}
-
-TEST_F(TarnBasicPlaybackSessionTest, SaysNothingOfWhatIsNotKnownYet) {
-  session->loadVideoURL(streamURL());
-  session->begin();
-  EXPECT_THAT(recorder.take(), ElementsAre("Begin", "cuePoints 1"));
-}
-
 struct Story {
   const char* name;
-  std::function<void(TarnBasicPlaybackSession&, FakePlayer&)> tell;
+  const char* before;  // what need not be heard
+  const char* script;
   Lines heard;
 };
 
-void PrintTo(const Story& story, std::ostream* out) {
-  *out << story.name;
+TEST(TarnBasicPlaybackSession, TellsItsLifeInTheOrderOfTheGrammar) {
+  const auto* const ready = "load begin |ready";
+  const Story stories[] = {
+      {"silent until it begins", "", "load |ready play |advance |load", {}},
+      {"tells where it stands when it begins",
+       "load |ready play |advance |load",
+       "begin begin",
+       {"Begin", "cuePoints 1", "Ready", "duration 1", "seekable 0+1", "loaded 0+0.75", "Play",
+        "progress 0.5"}},
+      {"nothing of what is not known yet", "load", "begin", {"Begin", "cuePoints 1"}},
+      {"playing to the end is no pause",
+       ready,
+       "play |advance |advance |advance",
+       {"Play", "progress 0.5", "progress 1", "End"}},
+      {"playing goes on after a seek back from the end",
+       "load begin |ready play |advance |advance",
+       "resume turn |advance",
+       {"Play", "progress 0.5", "progress 1", "End"}},
+      {"play and pause from outside once", ready, "|play play |pause pause", {"Play", "Pause"}},
+      {"waiting for data once", ready, "|starve |starve |feed |feed", {"BufferingEnter", "BufferingExit"}},
+      {"a failure is the last thing", ready, "play |fail |starve terminate", {"Play", "Error", "Terminate"}},
+      {"a failure before the beginning",
+       "load |fail",
+       "begin",
+       {"Begin", "cuePoints 1", "Error", "Terminate"}},
+      {"another stream is ready anew",
+       ready,
+       "load |ready",
+       {"duration nan", "seekable unknown", "duration 1", "seekable 0+1", "Ready"}},
+      {"resuming without playing stays paused", ready, "resumePaused turn", {"progress 0.5"}},
+      {"a resume that is overtaken does not play", ready, "resume |seek turn", {"progress 0.25"}},
+      {"nothing after termination",
+       ready,
+       "play resume terminate terminate begin play load turn |play",
+       {"Play", "Terminate"}},
+  };
+  for (const auto& story : stories) {
+    SCOPED_TRACE(story.name);
+    Stage stage;
+    stage.play(story.before);
+    (void)stage.recorder.take();
+    stage.play(story.script);
+    EXPECT_EQ(stage.recorder.take(), story.heard);
+  }
 }
 
-class LifecycleOfABasicSession : public TarnBasicPlaybackSessionTest,
-                                 public ::testing::WithParamInterface<Story> {};
-
-TEST_P(LifecycleOfABasicSession, IsToldInTheOrderOfItsGrammar) {
-  beginReady(1);
-  GetParam().tell(*session, *player);
-  EXPECT_EQ(recorder.take(), GetParam().heard);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Stories, LifecycleOfABasicSession,
-    ::testing::Values(Story{"PlayingToTheEndIsNoPause",
-                            [](auto& session, auto& player) {
-                              session.avPlayerPlay();
-                              player.advance(2, 0.5);
-                            },
-                            {"Play", "progress 0.5", "progress 1", "End"}},
-                      Story{"PlayingGoesOnAfterASeekBackFromTheEnd",
-                            [](auto& session, auto& player) {
-                              session.avPlayerPlay();
-                              player.advance(2, 1);
-                              session.resumeVideoAtTime(tarn::test::seconds(0.5), true);
-                              tarn::MainQueue::shared().drain();
-                              player.advance(2, 1);
-                            },
-                            {"Play", "progress 1", "End", "Play", "progress 0.5", "progress 1", "End"}},
-                      Story{"PlayAndPauseFromOutsideAreToldOnce",
-                            [](auto& session, auto& player) {
-                              player.play();
-                              session.avPlayerPlay();
-                              player.pause();
-                              session.avPlayerPause();
-                            },
-                            {"Play", "Pause"}},
-                      Story{"WaitingForDataIsToldOnce",
-                            [](auto&, auto& player) {
-                              player.starve(true);
-                              player.starve(true);
-                              player.starve(false);
-                              player.starve(false);
-                            },
-                            {"BufferingEnter", "BufferingExit"}},
-                      Story{"AFailureIsTheLastThingBeforeTermination",
-                            [](auto& session, auto& player) {
-                              session.avPlayerPlay();
-                              player.fail(brokenOff());
-                              player.starve(true);
-                              session.terminate();
-                            },
-                            {"Play", "Error", "Terminate"}},
-                      Story{"AnotherStreamIsReadyAnew",
-                            [](auto& session, auto& player) {
-                              session.loadVideoURL(streamURL());
-                              player.becomeReady(2);
-                            },
-                            {"duration nan", "seekable unknown", "duration 2", "seekable 0+2", "Ready"}},
-                      Story{"ResumingWithoutAutoPlayStaysPaused",
-                            [](auto& session, auto&) {
-                              session.resumeVideoAtTime(tarn::test::seconds(0.5), false);
-                              tarn::MainQueue::shared().drain();
-                            },
-                            {"progress 0.5"}},
-                      Story{"AResumeThatIsOvertakenDoesNotPlay",
-                            [](auto& session, auto& player) {
-                              session.resumeVideoAtTime(tarn::test::seconds(0.5), true);
-                              player.seekToTime(tarn::test::seconds(0.25), kCMTimeZero, kCMTimeZero, nullptr);
-                              tarn::MainQueue::shared().drain();
-                            },
-                            {"progress 0.25"}},
-                      Story{"NothingComesAfterTermination",
-                            [](auto& session, auto& player) {
-                              session.avPlayerPlay();
-                              session.resumeVideoAtTime(tarn::test::seconds(0.5), true);
-                              session.terminate();
-                              session.terminate();
-                              session.begin();
-                              session.avPlayerPlay();
-                              session.loadVideoURL(streamURL());
-                              tarn::MainQueue::shared().drain();
-                              player.play();
-                            },
-                            {"Play", "Terminate"}}),
-    [](const auto& story) { return story.param.name; });
-
-TEST_F(TarnBasicPlaybackSessionTest, TellsThePlayersReasonForAFailureAndLetsGoOfThePlayer) {
-  beginReady(60);
-  const std::weak_ptr<FakePlayer> weak = player;
-  player->fail(brokenOff());
-  player.reset();
-  EXPECT_EQ(recorder.lastEvent(kTarnPlaybackSessionLifecycleEventError)->error(), brokenOff());
-  EXPECT_EQ(session->player(), nullptr);
+TEST(TarnBasicPlaybackSession, TellsThePlayersReasonForAFailureAndLetsGoOfThePlayer) {
+  Stage stage;
+  stage.play("load begin |ready |fail");
+  const std::weak_ptr<FakePlayer> weak = std::exchange(stage.player, nullptr);
+  EXPECT_EQ(stage.recorder.lastEvent(kTarnPlaybackSessionLifecycleEventError)->error(), brokenOff());
+  EXPECT_EQ(stage.session->player(), nullptr);
   EXPECT_TRUE(weak.expired());
 }
 
-TEST_F(TarnBasicPlaybackSessionTest, TellsAFailureFromBeforeItsBeginning) {
-  session->loadVideoURL(streamURL());
-  player->fail(brokenOff());
-  session->begin();
-  EXPECT_THAT(recorder.take(), ElementsAre("Begin", "cuePoints 1", "Error", "Terminate"));
-}
-
-TEST_F(TarnBasicPlaybackSessionTest, StopsAPlayerThatOutlivesIt) {
-  beginReady(60);
-  session->avPlayerPlay();
-  session.reset();
-  EXPECT_EQ(player->calls()->back(), "pause");
-}
-
-TEST_F(TarnBasicPlaybackSessionTest, HidesThePictureWhileThereIsOne) {
-  session->setPlayerLayerHidden(true);
-  EXPECT_THAT(*player->calls(), ElementsAre("hideLayer"));
-  session->terminate();
-  session->setPlayerLayerHidden(false);
-  EXPECT_EQ(player->calls()->back(), "pause");
-}
-
-TEST_F(TarnBasicPlaybackSessionTest, IsReachedWeaklyThroughItsExtensionAndCanDoNothingFurther) {
-  const auto extension = session->providerExtension();
-  EXPECT_EQ(extension.playbackSession(), session);
-  EXPECT_EQ(session->seeking(), nullptr);
-  EXPECT_EQ(session->timeMapping(), nullptr);
-  session.reset();
+TEST(TarnBasicPlaybackSession, StopsAPlayerThatOutlivesIt) {
+  Stage stage;
+  stage.play("load begin |ready play");
+  const auto extension = stage.session->providerExtension();
+  EXPECT_EQ(extension.playbackSession(), stage.session);
+  stage.session.reset();
+  EXPECT_EQ(stage.player->calls()->back(), "pause");
   EXPECT_EQ(extension.playbackSession(), nullptr);
+}
+
+TEST(TarnBasicPlaybackSession, HidesThePictureWhileThereIsOne) {
+  const Stage stage;
+  stage.session->setPlayerLayerHidden(true);
+  stage.session->terminate();
+  stage.session->setPlayerLayerHidden(false);
+  EXPECT_THAT(*stage.player->calls(), ElementsAre("hideLayer", "pause"));
 }
 
 TEST(TarnBasicPlaybackSession, FailsAtItsBeginningWithoutAPlayerOrASource) {
@@ -220,53 +164,44 @@ TEST(TarnBasicPlaybackSession, FailsAtItsBeginningWithoutAPlayerOrASource) {
   EXPECT_EQ(codeWith(std::make_shared<FakePlayer>()), TarnPlaybackSessionErrorCode::noSource);
 }
 
-/// Whoever hears a session may end it or let go of it, whatever it hears.
-class LettingGoInsideASignal : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(LettingGoInsideASignal, IsSafe) {
-  for (const bool terminates : {true, false}) {
-    auto player = std::make_shared<FakePlayer>();
-    auto* stream = player.get();
-    const std::weak_ptr<FakePlayer> alive = player;
-    auto session =
-        std::make_shared<TarnBasicPlaybackSession>(videoWithCuePoint(), nullptr, std::move(player));
-    Lines heard;
-    const auto hear = [&](const std::string& what) {
-      heard.push_back(what);
-      if (what != GetParam() || !session) return;
-      if (terminates) {
-        session->terminate();
-      } else {
-        session.reset();
-      }
-    };
-    session->lifecycle().subscribeNext([&](const auto& event) { hear(event->eventType()); });
-    session->progress().subscribeNext([&](CMTime) { hear("progress"); });
-    session->durationChanges().subscribeNext([&](CMTime) { hear("duration"); });
-    session->seekableRangesChanges().subscribeNext([&](const auto&) { hear("seekable"); });
-    session->cuePoints().subscribeNext([&](const auto&) { hear("cuePoints"); });
-
-    session->loadVideoURL(streamURL());
-    session->begin();
-    if (!alive.expired()) stream->becomeReady(1);
-    if (!alive.expired()) stream->starve(true);
-    if (!alive.expired()) stream->starve(false);
-    if (!alive.expired()) stream->play();
-    if (!alive.expired()) stream->advance(2, 0.5);
-    EXPECT_THAT(heard, Contains(std::string(GetParam())));
-    if (terminates) {
-      EXPECT_EQ(heard.back(), kTarnPlaybackSessionLifecycleEventTerminate);
-    }
-    EXPECT_TRUE(alive.expired());
+/// Plays a session through, which is terminated or let go of inside its report number `fatal`; returns what
+/// was heard.
+Lines letGoInside(std::size_t fatal, bool terminates) {
+  Stage stage;
+  auto* const player = stage.player.get();
+  const std::weak_ptr<FakePlayer> alive = std::exchange(stage.player, nullptr);
+  Lines heard;
+  const auto hear = [&](const std::string& what) {
+    heard.push_back(what);
+    if (heard.size() != fatal + 1) return;
+    terminates ? stage.session->terminate() : stage.session.reset();
+  };
+  const auto& session = *stage.session;
+  session.lifecycle().subscribeNext([&](const auto& event) { hear(event->eventType()); });
+  session.progress().subscribeNext([&](CMTime) { hear("progress"); });
+  session.durationChanges().subscribeNext([&](CMTime) { hear("duration"); });
+  session.seekableRangesChanges().subscribeNext([&](const auto&) { hear("seekable"); });
+  session.cuePoints().subscribeNext([&](const auto&) { hear("cuePoints"); });
+  stage.play("load begin");
+  for (const auto* const step : {"|ready", "|starve", "|feed", "|play", "|advance", "|advance"}) {
+    if (!alive.expired()) kPlayerSteps.at(step)(*player);
   }
+  EXPECT_EQ(alive.expired(), fatal < heard.size());
+  return heard;
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryReport, LettingGoInsideASignal,
-                         ::testing::Values(kTarnPlaybackSessionLifecycleEventBegin, "cuePoints", "duration",
-                                           "seekable", kTarnPlaybackSessionLifecycleEventReady,
-                                           kTarnPlaybackSessionLifecycleEventBufferingEnter,
-                                           kTarnPlaybackSessionLifecycleEventPlay, "progress",
-                                           kTarnPlaybackSessionLifecycleEventEnd));
+/// Whoever hears a session may end it or let go of it, whatever it hears.
+TEST(TarnBasicPlaybackSession, MayBeLetGoOfInsideEveryReport) {
+  const auto whole = letGoInside(100, false);
+  EXPECT_EQ(whole.size(), 11U);
+  for (std::size_t fatal = 0; fatal < whole.size(); ++fatal) {
+    SCOPED_TRACE(whole[fatal]);
+    Lines expected(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(fatal) + 1);
+    expected.emplace_back(kTarnPlaybackSessionLifecycleEventTerminate);
+    EXPECT_EQ(letGoInside(fatal, true), expected);
+    (void)letGoInside(fatal, false);
+  }
+}
 
 TEST(TarnErrorSession, TellsItsErrorWhenItBeginsAndTerminatesTheSessionThatFailed) {
   const auto failed = std::make_shared<TarnBasicPlaybackSession>(videoWithCuePoint(), nullptr,

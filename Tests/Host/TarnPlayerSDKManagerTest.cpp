@@ -30,22 +30,18 @@ class StubComponent final : public TarnComponent {
   std::string version_;
 };
 
-TEST(TarnPlayerSDKManager, KeepsEveryComponentAndGivesItsContext) {
+TEST(TarnPlayerSDKManager, KeepsEveryComponentButLetsTheNewestOfEachClassPost) {
   const auto manager = std::make_shared<TarnPlayerSDKManager>(nullptr);
   const auto first = std::make_shared<StubComponent<1>>("1.0");
+  const auto other = std::make_shared<StubComponent<2>>("2.0");
   const auto again = std::make_shared<StubComponent<1>>("1.1");
   manager->registerComponent(first);
+  manager->registerComponent(other);
   manager->registerComponent(again);
-  EXPECT_THAT(manager->components(), ElementsAre(first, again));
+  EXPECT_THAT(manager->components(), ElementsAre(first, other, again));
   EXPECT_EQ(again->identified, 1);
   EXPECT_EQ(again->context.manager.lock(), manager);
-}
 
-TEST(TarnPlayerSDKManager, LetsTheNewestComponentOfEachClassPostForEachController) {
-  const auto manager = std::make_shared<TarnPlayerSDKManager>(nullptr);
-  manager->registerComponent(std::make_shared<StubComponent<1>>("1.0"));
-  manager->registerComponent(std::make_shared<StubComponent<2>>("2.0"));
-  manager->registerComponent(std::make_shared<StubComponent<1>>("1.1"));
   std::vector<std::string> versions;
   const auto token = TarnNotificationCenter::defaultCenter().addObserverForName(
       kTarnNotificationAnalyticsPostFeatureAnalytics,

@@ -52,19 +52,6 @@ TEST(ObserveTest, ListensOnlyAsLongAsItMust) {
   EXPECT_EQ(record.line(), "1 | 1");
 }
 
-TEST(ObserveTest, TellsEveryObserverOfEveryValueWhenOneAssigns) {
-  Observable<int> property;
-  const Record first;
-  const Record second;
-  first.listen(observe(property, Observe::newValues), nullptr, [&](const std::string& value) {
-    if (value == "1") property.set(2);
-  });
-  second.listen(observe(property, Observe::newValues));
-  property.set(1);
-  EXPECT_EQ(first.line(), "1 2");
-  EXPECT_EQ(second.line(), "2 1");
-}
-
 TEST(ObserveTest, GivesTheValueThatWasAssignedAlsoWhenThePropertyGoesMeanwhile) {
   auto property = std::make_unique<Observable<std::vector<int>>>(std::vector<int>{1});
   std::vector<std::size_t> sizes;

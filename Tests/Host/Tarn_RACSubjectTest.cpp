@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Host/Tarn_RACInvocations.h"
@@ -17,96 +21,88 @@ namespace {
 using test::errorNamed;
 using test::Record;
 
-/// Writes "<name><value> " into one log for several subscribers; `then` runs after the writing.
-template <typename Then>
-Tarn_RACDisposable logged(const Tarn_RACSignal<int>& signal, std::string& log, const char* name, Then then) {
-  return signal.subscribeNext(
-      [&log, name, then](int value) mutable {
-        log += name + std::to_string(value) + " ";
-        then(value);
-      },
-      rac::Ignore(), [&log, name] { log += std::string(name) + "| "; });
-}
+/// What a line of the log sets going, inside the callback that writes it.
+using Reactions = std::map<std::string, std::string>;
 
-constexpr auto kNothing = [](int) {};
+/// Plays a script of steps on a subject and returns the log of all its subscribers, "x1 x| y!": "1" sends 1,
+/// "|" completes, "!" fails, "+x" subscribes x, "-x" disposes of that, "~" lets go of the subject.
+template <typename Subject>
+class Play {
+ public:
+  explicit Play(Reactions reactions) : reactions_(std::move(reactions)) {}
 
-TEST(SubjectTest, TellsInOrderOfSubscriptionAndInnerSendsFirst) {
-  const Tarn_RACSubject<int> subject;
-  std::string log;
-  logged(subject, log, "x", kNothing);
-  logged(subject, log, "y", [&](int value) {
-    if (value == 1) subject.sendNext(2);
-  });
-  logged(subject, log, "z", kNothing);
-  subject.sendNext(1);
-  EXPECT_EQ(log, "x1 y1 x2 y2 z2 z1 ");
-}
+  std::string operator()(const std::string& script) {
+    std::istringstream steps(script);
+    for (std::string step; steps >> step;) playStep(step);
+    return log_;
+  }
 
-TEST(SubjectTest, AnEndSentInsideACallbackIsTheEndForAll) {
-  const Tarn_RACSubject<int> subject;
-  std::string log;
-  logged(subject, log, "x", [&](int) { subject.sendCompleted(); });
-  logged(subject, log, "y", kNothing);
-  subject.sendNext(1);
-  subject.sendNext(2);
-  subject.sendError(errorNamed("late"));
-  EXPECT_EQ(log, "x1 x| y| ");
-}
+ private:
+  void playStep(const std::string& step) {
+    const auto who = step.substr(1);
+    switch (step[0]) {
+      case '+':
+        subscriptions_.emplace(
+            who, subject_->signal().subscribeNext(
+                     [this, who](int value) { write(who + std::to_string(value)); },
+                     [this, who](const Error&) { write(who + "!"); }, [this, who] { write(who + "|"); }));
+        break;
+      case '-':
+        return subscriptions_.at(who).dispose();
+      case '~':
+        return subject_.reset();
+      case '|':
+        return subject_->sendCompleted();
+      case '!':
+        return subject_->sendError(errorNamed("e"));
+      default:
+        return subject_->sendNext(std::stoi(step));
+    }
+  }
+  void write(const std::string& line) {
+    log_ += (log_.empty() ? "" : " ") + line;
+    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) (*this)(reaction->second);
+  }
 
-TEST(SubjectTest, DisposingInsideACallbackConcernsOnlyWhatIsDisposedOf) {
-  const Tarn_RACSubject<int> subject;
-  std::string log;
-  Tarn_RACDisposable x;
-  Tarn_RACDisposable z;
-  x = logged(subject, log, "x", [&](int) { x.dispose(); });
-  logged(subject, log, "y", [&](int) { z.dispose(); });
-  z = logged(subject, log, "z", kNothing);
-  logged(subject, log, "w", kNothing);
-  subject.sendNext(1);
-  subject.sendNext(2);
-  EXPECT_EQ(log, "x1 y1 w1 y2 w2 ");
-}
+  const Reactions reactions_;
+  std::optional<Subject> subject_{std::in_place};
+  std::map<std::string, Tarn_RACDisposable> subscriptions_;
+  std::string log_;
+};
 
-TEST(SubjectTest, SubscribingInsideACallbackSeesOnlyLaterValues) {
-  const Tarn_RACSubject<int> subject;
-  std::string log;
-  logged(subject, log, "x", [&](int value) {
-    if (value == 1) logged(subject, log, "late", kNothing);
-  });
-  subject.sendNext(1);
-  subject.sendNext(2);
-  EXPECT_EQ(log, "x1 x2 late2 ");
-}
+struct Row {
+  const char* name;
+  const char* script;
+  Reactions reactions;
+  const char* log;
+};
 
-TEST(SubjectTest, TellsWhoComesAfterTheEndOfTheEnd) {
-  for (const bool fails : {true, false}) {
-    const Tarn_RACSubject<int> subject;
-    fails ? subject.sendError(errorNamed("e")) : subject.sendCompleted();
-    const Record record;
-    record.listen(subject.signal());
-    EXPECT_EQ(record.line(), fails ? "!e" : "|");
-    EXPECT_FALSE(subject.hasSubscribers());
+template <typename Subject>
+void expectLogs(const std::vector<Row>& rows) {
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(Play<Subject>(row.reactions)(row.script), row.log);
   }
 }
 
-TEST(SubjectTest, MayBeLetGoByItsSubscribersInTheMiddleOfASend) {
-  for (const bool atEnd : {true, false}) {
-    auto subject = std::make_optional<Tarn_RACSubject<int>>();
-    std::string log;
-    subject->subscribeNext(
-        [&](int) {
-          subject.reset();
-          log += "x1 ";
-        },
-        rac::Ignore(),
-        [&] {
-          subject.reset();
-          log += "x| ";
-        });
-    logged(*subject, log, "y", kNothing);
-    atEnd ? subject->sendCompleted() : subject->sendNext(1);
-    EXPECT_EQ(log, atEnd ? "x| y| " : "x1 y1 ");
-  }
+TEST(SubjectTest, TellsItsSubscribersInOrder) {
+  expectLogs<Tarn_RACSubject<int>>({
+      {"inner sends first", "+x +y +z 1", {{"y1", "2"}}, "x1 y1 x2 y2 z2 z1"},
+      {"an end inside a callback ends all", "+x +y 1 2 !", {{"x1", "|"}}, "x1 x| y|"},
+      {"disposing inside", "+x +y +z +w 1 2", {{"x1", "-x"}, {"y1", "-z"}}, "x1 y1 w1 y2 w2"},
+      {"subscribing inside", "+x 1 2", {{"x1", "+late"}}, "x1 x2 late2"},
+      {"late for the completion", "| +x 1", {}, "x|"},
+      {"late for the error", "! +x 1", {}, "x!"},
+      {"let go in the middle of a value", "+x +y 1", {{"x1", "~"}}, "x1 y1"},
+      {"let go in the middle of the end", "+x +y |", {{"x|", "~"}}, "x| y|"},
+  });
+}
+
+TEST(ReplaySubjectTest, TellsThePastThenGoesOn) {
+  expectLogs<Tarn_RACReplaySubject<int>>({
+      {"live", "+x 1 2 | 3 +y", {{"x1", "+inside"}}, "x1 inside1 x2 inside2 x| inside| y1 y2 y|"},
+      {"fed while it tells the past", "1 2 +x 4", {{"x1", "3"}}, "x1 x2 x3 x4"},
+  });
 }
 
 TEST(SubjectTest, KeepsAValueStableForAllSubscribers) {
@@ -139,45 +135,21 @@ TEST(SubjectTest, HoldsItsSubscribersWhoDoNotHoldIt) {
 /// What dies with a subscription may itself end and begin subscriptions of the same subject.
 TEST(SubjectTest, LetsACallbacksDestructorUseTheSubject) {
   const Tarn_RACSubject<int> subject;
-  std::string log;
-  const auto other = logged(subject, log, "other", kNothing);
+  const Record other;
+  const Record added;
+  const auto subscription = other.listen(subject.signal());
   struct OnDeath {
     std::function<void()> run;
     ~OnDeath() { run(); }
   };
   const auto first = subject.subscribeNext([death = std::make_shared<OnDeath>([&] {
-                                              other.dispose();
-                                              logged(subject, log, "new", kNothing);
+                                              subscription.dispose();
+                                              added.listen(subject.signal());
                                               subject.sendNext(1);
                                             })](int) {});
   first.dispose();
-  EXPECT_EQ(log, "new1 ");
-}
-
-TEST(ReplaySubjectTest, TellsThePastThenGoesOn) {
-  const Tarn_RACReplaySubject<int> subject;
-  std::string log;
-  logged(subject.signal(), log, "x", [&](int value) {
-    if (value == 1) logged(subject.signal(), log, "inside", kNothing);
-  });
-  subject.sendNext(1);
-  subject.sendNext(2);
-  subject.sendCompleted();
-  subject.sendNext(3);
-  logged(subject.signal(), log, "y", kNothing);
-  EXPECT_EQ(log, "x1 inside1 x2 inside2 x| inside| y1 y2 y| ");
-}
-
-TEST(ReplaySubjectTest, KeepsTheOrderWhenItIsFedWhileItTellsThePast) {
-  const Tarn_RACReplaySubject<int> subject;
-  subject.sendNext(1);
-  subject.sendNext(2);
-  std::string log;
-  logged(subject.signal(), log, "x", [&](int value) {
-    if (value == 1) subject.sendNext(3);
-  });
-  subject.sendNext(4);
-  EXPECT_EQ(log, "x1 x2 x3 x4 ");
+  EXPECT_EQ(added.line(), "1");
+  EXPECT_EQ(other.line(), "");
 }
 
 TEST(InvocationsTest, TellOfEachCallInsideTheCall) {
