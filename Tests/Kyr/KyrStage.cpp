@@ -1,6 +1,11 @@
 #include "KyrStage.h"
 
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <map>
+#include <sstream>
 #include <utility>
 
 #include "Host/TarnBasicSessionProvider.h"
@@ -16,6 +21,37 @@ const std::string kCommonPrefix = "kTarnPlaybackSessionLifecycleEvent";
 LoopbackServer& documentServer() {
   static LoopbackServer server;
   return server;
+}
+
+/// "30-1": thirty seconds less a tick.
+CMTime readTime(const std::string& text) {
+  std::size_t length = 0;
+  const double seconds = std::stod(text, &length);
+  return at(seconds, length == text.size() ? 0 : std::stoi(text.substr(length)));
+}
+
+const std::map<std::string, std::function<void(KyrStage&)>> kSteps = {
+    {"turn", [](auto&) { drainAll(); }},
+    {"|", [](auto& stage) { stage.forget(); }},
+    {"?suspended", [](auto& stage) { EXPECT_TRUE(stage.isSuspended()); }},
+    {"?following", [](auto& stage) { EXPECT_FALSE(stage.isSuspended()); }},
+    {"out", [](auto& stage) { stage.playOut(); }},
+    {"skip", [](auto& stage) { stage.pressSkip(); }},
+    {"gone", [](auto& stage) { stage.session.reset(); }},
+    {"play", [](auto& stage) { stage.session->avPlayerPlay(); }},
+    {"pause", [](auto& stage) { stage.session->avPlayerPause(); }},
+    {"resumeAd", [](auto& stage) { stage.session->resumeAd(); }},
+    {"pauseAd", [](auto& stage) { stage.session->pauseAd(); }},
+    {"terminate", [](auto& stage) { stage.session->terminate(); }},
+    {"breakSeeking", [](auto& stage) { stage.player().breakSeeking(); }},
+    {"load25", [](auto& stage) { stage.player().setLoadedTo(25); }},
+    {"starve", [](auto& stage) { stage.player().starve(true); }},
+    {"feed", [](auto& stage) { stage.player().starve(false); }},
+};
+
+std::string trimmed(const std::string& text) {
+  const auto begin = text.find_first_not_of(' ');
+  return begin == std::string::npos ? "" : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
 }
 
 }  // namespace
@@ -96,6 +132,42 @@ KyrStage::~KyrStage() {
   drainAll();
 }
 
+void KyrStage::tell(const std::string& story) {
+  std::istringstream lines(story);
+  for (std::string line; std::getline(lines, line);) {
+    SCOPED_TRACE(line);
+    const auto arrow = line.find("=>");
+    takeSteps(line.substr(0, arrow));
+    if (arrow == std::string::npos) continue;
+    const auto colon = line.find(':', arrow);
+    const auto where = trimmed(line.substr(arrow + 2, colon - arrow - 2));
+    EXPECT_EQ(fmt::format("{}", fmt::join(came(where), ", ")), trimmed(line.substr(colon + 1)));
+  }
+}
+
+Lines KyrStage::came(const std::string& where) {
+  if (where == "calls") return calls();
+  if (where == "beacons") return beacons();
+  return where == "events" ? events() : lines();
+}
+
+void KyrStage::takeSteps(const std::string& text) {
+  std::istringstream steps(text);
+  for (std::string step; steps >> step;) {
+    if (step.starts_with(">>")) {
+      ask(readTime(step.substr(2)));
+    } else if (step.starts_with('>')) {
+      seek(readTime(step.substr(1)));
+    } else if (step.starts_with('@')) {
+      jump(readTime(step.substr(1)));
+    } else if (step[0] >= '0' && step[0] <= '9') {
+      play(std::stod(step));
+    } else {
+      kSteps.at(step)(*this);
+    }
+  }
+}
+
 void KyrStage::play(double seconds) {
   auto* const player = player_.lock().get();  // not kept alive: it may be destroyed while it plays
   if (player != nullptr) player->advance(seconds);
@@ -113,13 +185,17 @@ void KyrStage::playOut() {
 void KyrStage::jump(CMTime absoluteTime) {
   player().seekToTime(absoluteTime, kCMTimeZero, kCMTimeZero, nullptr);
   drainAll();
-  forget();
 }
 
-void KyrStage::seek(CMTime contentTime) {
+void KyrStage::ask(CMTime contentTime) {
   session->seekToTime(contentTime, [calls = calls_](bool finished) {
     calls->push_back(finished ? "finished" : "unfinished");
   });
+}
+
+void KyrStage::seek(CMTime contentTime) {
+  ask(contentTime);
+  drainAll();
 }
 
 Lines KyrStage::events() {

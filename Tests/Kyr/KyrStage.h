@@ -61,13 +61,31 @@ class KyrStage {
   ~KyrStage();
 
   [[nodiscard]] FakePlayer& player() const { return *player_.lock(); }
+  /// Plays a story, whose lines are steps or expectations or both:
+  ///
+  ///     @5 | >50      => calls: cannotSeek, pause
+  ///                   => lines: Pause
+  ///
+  /// An expectation is of all that came there since the last (see below). Steps are what is called as the
+  /// members here, of the session or of the player are, and
+  ///
+  ///     12             plays that many seconds
+  ///     @5             puts the playhead there
+  ///     >50   >30-1    seeks to that content time, a tick before it
+  ///     >>50           asks for that, and leaves the main queue as it is, as `skip` does
+  ///     turn           runs the main queue
+  ///     |              forgets
+  ///     ?suspended ?following    expects that the tracker is kept from looking, or is not
+  void tell(const std::string& story);
   /// The player moves on; then what waits on the main queue, such as the landing of seeks.
   void play(double seconds);
   /// Plays until the player has come to an end, through all seeks.
   void playOut();
-  /// Puts the playhead somewhere, and forgets.
+  /// Puts the playhead somewhere.
   void jump(CMTime absoluteTime);
   /// Asks the session for a seek, whose answer will be a line of `calls`.
+  void ask(CMTime contentTime);
+  /// The same; then what waits on the main queue.
   void seek(CMTime contentTime);
   /// Presses the skip button of the ad that was entered last.
   void pressSkip() const;
@@ -95,6 +113,9 @@ class KyrStage {
   std::shared_ptr<TarnKyrSession> session;
 
  private:
+  void takeSteps(const std::string& steps);
+  [[nodiscard]] Lines came(const std::string& where);
+
   std::shared_ptr<RecordingDigester> digester_ = std::make_shared<RecordingDigester>();
   std::weak_ptr<FakePlayer> player_;
   std::shared_ptr<Lines> calls_;

@@ -20,31 +20,28 @@ constexpr const char* kStream = "..aaa....bbb......";
 constexpr const char* kWithPostRoll = "..aaa....bbb";
 
 struct ToleranceCase {
+  const char* drawing;
   CMTime target;
   double before;
   double after;
 };
 
+// The end of a break, 25 s, belongs to it: the way back into it stays open.
 TEST(SeekTolerances, AreNarrowedWithinThreeSecondsOfABreak) {
-  const auto stream = drawTimeline(kStream, {.secondsPerCell = 5});
   const ToleranceCase cases[] = {
-      {at(0), 2, 2},       {at(7, -1), 2, 2}, {at(7), 2, 0},     {at(10), 2, 0},        {at(17), 2, 0},
-      {at(25), 2, 0},  // Its end belongs to the break: the way back into it stays open.
-      {at(25, 1), 0, 2},   {at(28), 0, 2},    {at(28, 1), 2, 2}, {at(42, -1), 2, 2},    {at(42), 2, 0},
-      {at(59, 599), 2, 0}, {at(60, 1), 0, 2}, {at(63, 1), 2, 2}, {at(1'000'000), 2, 2},
+      {kStream, at(0), 2, 2},      {kStream, at(7, -1), 2, 2}, {kStream, at(7), 2, 0},
+      {kStream, at(10), 2, 0},     {kStream, at(17), 2, 0},    {kStream, at(25), 2, 0},
+      {kStream, at(25, 1), 0, 2},  {kStream, at(28), 0, 2},    {kStream, at(28, 1), 2, 2},
+      {kStream, at(42, -1), 2, 2}, {kStream, at(42), 2, 0},    {kStream, at(59, 599), 2, 0},
+      {kStream, at(60, 1), 0, 2},  {kStream, at(63, 1), 2, 2}, {kStream, at(1'000'000), 2, 2},
+      {"..a.b..", at(17.5), 0, 0},
   };
-  for (const auto& [target, before, after] : cases) {
+  for (const auto& [drawing, target, before, after] : cases) {
+    const auto stream = drawTimeline(drawing, {.secondsPerCell = 5});
     const auto tolerance = tarn::seekTolerances(*stream, target, at(2), at(3));
     EXPECT_THAT(tolerance.beforeTolerance, SecondsEq(before)) << ::testing::PrintToString(target);
     EXPECT_THAT(tolerance.afterTolerance, SecondsEq(after)) << ::testing::PrintToString(target);
   }
-}
-
-TEST(SeekTolerances, AreNarrowedOnBothSidesBetweenTwoCloseBreaks) {
-  const auto stream = drawTimeline("..a.b..", {.secondsPerCell = 4});
-  const auto tolerance = tarn::seekTolerances(*stream, at(14), at(2), at(3));
-  EXPECT_THAT(tolerance.beforeTolerance, SecondsEq(0));
-  EXPECT_THAT(tolerance.afterTolerance, SecondsEq(0));
 }
 
 struct PlanCase {
@@ -85,22 +82,6 @@ struct SeekCase {
   bool adsDisabled = false;
 };
 
-void PrintTo(const SeekCase& seek, std::ostream* out) {
-  *out << seek.name;
-}
-
-class ASeek : public ::testing::TestWithParam<SeekCase> {};
-
-TEST_P(ASeek, AsksThePlayerForWhatThePolicySays) {
-  const auto& seek = GetParam();
-  KyrStage stage(seek.drawing);
-  stage.common->adsDisabled.set(seek.adsDisabled);
-  stage.jump(seek.from);
-  stage.seek(seek.to);
-  drainAll();
-  EXPECT_EQ(stage.calls(), seek.calls);
-}
-
 Lines plain(std::string seek) {
   return {"cannotSeek", "canSeek", std::move(seek), "finished"};
 }
@@ -109,51 +90,57 @@ Lines forced(std::string seek) {
 }
 const Lines kRefused{"unfinished"};
 
-INSTANTIATE_TEST_SUITE_P(
-    Seeks, ASeek,
-    ::testing::Values(
-        // Forward without a break to pass.
-        SeekCase{"InContent", kStream, at(27), at(20), plain("seek 35 -2 +2")},
-        SeekCase{"CloseToABreak", kStream, at(27), at(29), plain("seek 44 -2 +0")},
-        SeekCase{"ThreeSecondsBeforeABreak", kStream, at(26), at(27), plain("seek 42 -2 +0")},
-        SeekCase{"ThreeSecondsAfterABreak", kStream, at(26), at(13), plain("seek 28 -0 +2")},
-        SeekCase{"ToABreaksPlace", kStream, at(5), at(10), plain("seek 25 -2 +0")},
-        SeekCase{"ToWhereItIs", kStream, at(0), at(0), plain("seek 0 -2 +2")},
-        SeekCase{"ToTheEnd", kStream, at(70), at(60), plain("seek 90 -2 +2")},
-        SeekCase{"BeyondTheEnd", kStream, at(70), at(61), plain("seek 90 -2 +2")},
-        SeekCase{"ToInfinity", kStream, at(70), kCMTimePositiveInfinity, plain("seek 90 -2 +2")},
-        SeekCase{"OverBreaksWithAdsDisabled", kStream, at(5), at(50), plain("seek 80 -0 +0"), true},
-        SeekCase{"ToThePostRollWithAdsDisabled", kWithPostRoll, at(5), at(99), plain("seek 60 -0 +0"), true},
-        // Forward over breaks.
-        SeekCase{"OverTwoBreaks", kStream, at(5), at(50), forced("seek 45.2 -0 +0")},
-        SeekCase{"OverOneBreak", kStream, at(5), at(20), forced("seek 10.2 -0 +0")},
-        SeekCase{"ToTheNextBreaksPlace", kStream, at(5), at(30), forced("seek 10.2 -0 +0")},
-        SeekCase{"ToThePostRoll", kWithPostRoll, at(5), at(30), forced("seek 45.2 -0 +0")},
-        SeekCase{"BeyondThePostRoll", kWithPostRoll, at(5), at(1'000), forced("seek 45.2 -0 +0")},
-        SeekCase{"ATickBeforeThePostRoll", kWithPostRoll, at(26), at(30, -1),
-                 plain("seek 44.998333333333335 -2 +0")},
-        // Backward.
-        SeekCase{"Back", kStream, at(80), at(20), plain("seek 35.2 -2 +2")},
-        SeekCase{"BackOverBreaks", kStream, at(80), at(5), plain("seek 5.2 -2 +2")},
-        SeekCase{"BackBehindABreak", kStream, at(80), at(10), plain("seek 25.2 -0 +2")},
-        SeekCase{"BackBeforeABreak", kStream, at(80), at(9), plain("seek 9.2 -2 +0")},
-        SeekCase{"BackToTheStart", kStream, at(80), at(0), plain("seek 0.2 -0 +0")},
-        SeekCase{"BackToTheStartBehindAPreRoll", "aa....", at(20), at(0), plain("seek 10.2 -0 +0")},
-        SeekCase{"BackWithAdsDisabled", kStream, at(80), at(20), plain("seek 35.2 -2 +2"), true},
-        // Refused.
-        SeekCase{"ToANegativeTime", kStream, at(5), at(0, -1), kRefused},
-        SeekCase{"ToNegativeInfinity", kStream, at(5), kCMTimeNegativeInfinity, kRefused},
-        SeekCase{"ToAnInvalidTime", kStream, at(5), kCMTimeInvalid, kRefused},
-        SeekCase{"DuringABreak", kStream, at(12), at(50), kRefused}),
-    [](const auto& test) { return test.param.name; });
+TEST(ASeek, AsksThePlayerForWhatThePolicySays) {
+  const SeekCase cases[] = {
+      // Forward without a break to pass.
+      {"in content", kStream, at(27), at(20), plain("seek 35 -2 +2")},
+      {"close to a break", kStream, at(27), at(29), plain("seek 44 -2 +0")},
+      {"three seconds before a break", kStream, at(26), at(27), plain("seek 42 -2 +0")},
+      {"three seconds after a break", kStream, at(26), at(13), plain("seek 28 -0 +2")},
+      {"to a break's place", kStream, at(5), at(10), plain("seek 25 -2 +0")},
+      {"to where it is", kStream, at(0), at(0), plain("seek 0 -2 +2")},
+      {"to the end", kStream, at(70), at(60), plain("seek 90 -2 +2")},
+      {"beyond the end", kStream, at(70), at(61), plain("seek 90 -2 +2")},
+      {"to infinity", kStream, at(70), kCMTimePositiveInfinity, plain("seek 90 -2 +2")},
+      {"over breaks with ads disabled", kStream, at(5), at(50), plain("seek 80 -0 +0"), true},
+      {"to the post-roll with ads disabled", kWithPostRoll, at(5), at(99), plain("seek 60 -0 +0"), true},
+      // Forward over breaks.
+      {"over two breaks", kStream, at(5), at(50), forced("seek 45.2 -0 +0")},
+      {"over one break", kStream, at(5), at(20), forced("seek 10.2 -0 +0")},
+      {"to the next break's place", kStream, at(5), at(30), forced("seek 10.2 -0 +0")},
+      {"to the post-roll", kWithPostRoll, at(5), at(30), forced("seek 45.2 -0 +0")},
+      {"beyond the post-roll", kWithPostRoll, at(5), at(1'000), forced("seek 45.2 -0 +0")},
+      {"a tick before the post-roll", kWithPostRoll, at(26), at(30, -1),
+       plain("seek 44.998333333333335 -2 +0")},
+      // Backward.
+      {"back", kStream, at(80), at(20), plain("seek 35.2 -2 +2")},
+      {"back over breaks", kStream, at(80), at(5), plain("seek 5.2 -2 +2")},
+      {"back behind a break", kStream, at(80), at(10), plain("seek 25.2 -0 +2")},
+      {"back before a break", kStream, at(80), at(9), plain("seek 9.2 -2 +0")},
+      {"back to the start", kStream, at(80), at(0), plain("seek 0.2 -0 +0")},
+      {"back to the start behind a pre-roll", "aa....", at(20), at(0), plain("seek 10.2 -0 +0")},
+      {"back with ads disabled", kStream, at(80), at(20), plain("seek 35.2 -2 +2"), true},
+      // Refused.
+      {"to a negative time", kStream, at(5), at(0, -1), kRefused},
+      {"to negative infinity", kStream, at(5), kCMTimeNegativeInfinity, kRefused},
+      {"to an invalid time", kStream, at(5), kCMTimeInvalid, kRefused},
+      {"during a break", kStream, at(12), at(50), kRefused},
+  };
+  for (const auto& seek : cases) {
+    SCOPED_TRACE(seek.name);
+    KyrStage stage(seek.drawing);
+    stage.common->adsDisabled.set(seek.adsDisabled);
+    stage.jump(seek.from);
+    stage.forget();
+    stage.seek(seek.to);
+    EXPECT_EQ(stage.calls(), seek.calls);
+  }
+}
 
 TEST(ASeek, IsRefusedWhereTheDocumentPromisesMoreContentThanItHas) {
-  KyrStage stage("....", {.contentLength = 30});
-  stage.seek(at(25));
-  EXPECT_THAT(stage.calls(), ElementsAre("cannotSeek", "canSeek", "unfinished"));
-  stage.seek(at(15));
-  drainAll();
-  EXPECT_THAT(stage.calls(), ElementsAre("cannotSeek", "canSeek", "seek 15 -2 +2", "finished"));
+  KyrStage("....", {.contentLength = 30}).tell(R"(
+    >25 => calls: cannotSeek, canSeek, unfinished
+    >15 => calls: cannotSeek, canSeek, seek 15 -2 +2, finished)");
 }
 
 TEST(ASeek, IsRefusedBeforeTheTimelineIsKnown) {
@@ -165,19 +152,9 @@ TEST(ASeek, IsRefusedBeforeTheTimelineIsKnown) {
   EXPECT_TRUE(session->canSeek());
 }
 
-TEST(ASeek, LeadsBackFromTheEnd) {
-  KyrStage stage("....");
-  stage.playOut();
-  stage.forget();
-  stage.seek(at(5));
-  drainAll();
-  EXPECT_THAT(stage.calls(), ElementsAre("cannotSeek", "canSeek", "seek 5.2 -2 +2", "finished"));
-}
-
 TEST(ASeek, HidesItsJumpFromTheTrackerUntilTheLastOfSeveralHasLanded) {
   KyrStage stage(kStream);
-  stage.play(1);
-  stage.forget();
+  stage.tell("1 |");
   std::vector<std::pair<bool, bool>> answers;  // finished, and whether the tracker is still kept from looking
   for (const double target : {4, 8, 2}) {
     stage.session->seekToTime(at(target),
@@ -189,17 +166,9 @@ TEST(ASeek, HidesItsJumpFromTheTrackerUntilTheLastOfSeveralHasLanded) {
 }
 
 TEST(ASeek, ThatFailsLeavesEverythingAsItWas) {
-  KyrStage stage(kStream);
-  stage.play(1);
-  stage.player().breakSeeking();
-  stage.forget();
-  stage.seek(at(4));
-  drainAll();
-  EXPECT_THAT(stage.calls(), ElementsAre("cannotSeek", "canSeek", "seek 4 -2 +2", "unfinished"));
-  EXPECT_FALSE(stage.isSuspended());
-  stage.forget();
-  stage.play(0.5);
-  EXPECT_THAT(stage.lines(), ElementsAre("progress 1.25", "progress 1.5"));
+  KyrStage(kStream).tell(R"(
+    1 breakSeeking | >4 ?following => calls: cannotSeek, canSeek, seek 4 -2 +2, unfinished
+    | 0.5 => lines: progress 1.25, progress 1.5)");
 }
 
 }  // namespace

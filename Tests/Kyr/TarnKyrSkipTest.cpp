@@ -14,22 +14,40 @@ using ::testing::Not;
 constexpr const char* kStream = "..aabb....";
 
 TEST(SkippingAnAd, GoesOnALittleBehindItsEnd) {
-  KyrStage stage(kStream);
-  stage.play(12);
-  stage.forget();
-  stage.pressSkip();
-  EXPECT_THAT(stage.calls(), ElementsAre("pause", "seek 20.2 -0 +0"));
-  EXPECT_TRUE(stage.isSuspended());
-  drainAll();
-  EXPECT_THAT(stage.events(), ElementsAre("AdPause", "AdResume", "AdExit", "AdEnter"));
-  EXPECT_FALSE(stage.isSuspended());
-  EXPECT_THAT(stage.beacons(),
-              ElementsAre("a-skip", "a-complete", "b-impression", "b-creativeView", "b-start"));
-  stage.pressSkip();
-  drainAll();
-  EXPECT_THAT(stage.calls(), ElementsAre("play", "pause", "seek 30.2 -0 +0", "play", "canSeek"));
-  EXPECT_THAT(stage.events(), ElementsAre("AdPause", "AdResume", "AdExit", "AdSequenceExit", "Play"));
-  EXPECT_THAT(stage.beacons(), ElementsAre("b-skip", "b-complete"));
+  KyrStage(kStream).tell(R"(
+    12 | skip       => calls: pause, seek 20.2 -0 +0
+    ?suspended turn => events: AdPause, AdResume, AdExit, AdEnter
+    ?following      => beacons: a-skip, a-complete, b-impression, b-creativeView, b-start
+    skip turn       => calls: play, pause, seek 30.2 -0 +0, play, canSeek
+                    => events: AdPause, AdResume, AdExit, AdSequenceExit, Play
+                    => beacons: b-skip, b-complete)");
+}
+
+TEST(SkippingAnAd, GoesOnInTheAdWhenThePlayerCannotSeek) {
+  KyrStage("..aa..").tell(R"(
+    12 breakSeeking | skip turn ?following => calls: pause, seek 20.2 -0 +0, play
+    | 0.5 => lines: AdProgress, AdProgress)");
+  KyrStage("..aa").tell(R"(
+    12 breakSeeking | skip turn ?following => calls: pause, hideLayer, seek 0 -0 +0, seek 20 -0 +0, play, showLayer
+    | 0.5 => lines: AdProgress, AdProgress)");
+}
+
+TEST(SkippingAtTheStreamsEnd, TakesTheDetourThroughTheHiddenStart) {
+  for (const auto& [difference, way] :  // of the stream's length from that of its document, which the ad ends
+       {std::pair(0.0, "pause, hideLayer, seek 0 -0 +0, seek 20 -0 +0, play, showLayer, canSeek"),
+        std::pair(-0.05, "pause, hideLayer, seek 0 -0 +0, seek 19.95 -0 +0, play, showLayer, canSeek"),
+        std::pair(0.2, "pause, hideLayer, seek 0 -0 +0, seek 20.2 -0 +0, play, showLayer, canSeek"),
+        std::pair(0.25, "pause, seek 20.2 -0 +0, play, canSeek")}) {
+    KyrStage("..aa", {}, difference).tell("12 | skip out => calls: " + std::string(way) + R"(
+                    => events: AdPause, AdResume, AdExit, AdSequenceExit, Play, End
+                    => beacons: a-skip, a-complete)");
+  }
+}
+
+TEST(SkippingAnAd, DoesNothingAfterTheSessionHasEndedInTheAd) {
+  KyrStage(kStream).tell(R"(
+    12 terminate | skip turn gone skip turn => calls:
+                    => beacons:)");
 }
 
 TEST(SkippingAnAd, CountsOnceHoweverOftenTheButtonIsPressed) {
@@ -50,104 +68,12 @@ TEST(SkippingAnAd, CountsOnceHoweverOftenTheButtonIsPressed) {
   EXPECT_THAT(stage.beacons(), Not(Contains("a-skip")));
 }
 
-TEST(SkippingAnAd, DoesNothingAfterTheSessionHasEndedInTheAd) {
-  KyrStage stage(kStream);
-  stage.play(12);
-  stage.session->terminate();
-  stage.forget();
-  stage.pressSkip();
-  stage.session.reset();
-  stage.pressSkip();
-  drainAll();
-  EXPECT_THAT(stage.calls(), IsEmpty());
-  EXPECT_THAT(stage.beacons(), IsEmpty());
-}
-
-struct End {
-  const char* name;
-  double difference;  // of the stream's length from that of its document, which the ad ends
-  Lines calls;
-};
-
-void PrintTo(const End& end, std::ostream* out) {
-  *out << end.name;
-}
-
-class SkippingAtTheStreamsEnd : public ::testing::TestWithParam<End> {};
-
-TEST_P(SkippingAtTheStreamsEnd, TakesTheDetourThroughTheHiddenStart) {
-  KyrStage stage("..aa", {}, GetParam().difference);
-  stage.play(12);
-  stage.forget();
-  stage.pressSkip();
-  stage.playOut();
-  EXPECT_EQ(stage.calls(), GetParam().calls);
-  EXPECT_THAT(stage.events(), ElementsAre("AdPause", "AdResume", "AdExit", "AdSequenceExit", "Play", "End"));
-  EXPECT_THAT(stage.beacons(), ElementsAre("a-skip", "a-complete"));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Ends, SkippingAtTheStreamsEnd,
-    ::testing::Values(
-        End{"TheAdEndsTheStream",
-            0,
-            {"pause", "hideLayer", "seek 0 -0 +0", "seek 20 -0 +0", "play", "showLayer", "canSeek"}},
-        End{"TheStreamBreaksOffInTheAd",
-            -0.05,
-            {"pause", "hideLayer", "seek 0 -0 +0", "seek 19.95 -0 +0", "play", "showLayer", "canSeek"}},
-        End{"TheStreamEndsWhereTheSkipLands",
-            0.2,
-            {"pause", "hideLayer", "seek 0 -0 +0", "seek 20.2 -0 +0", "play", "showLayer", "canSeek"}},
-        End{"TheStreamEndsBehindIt", 0.25, {"pause", "seek 20.2 -0 +0", "play", "canSeek"}}),
-    [](const auto& test) { return test.param.name; });
-
-TEST(SkippingAnAd, GoesOnInTheAdWhenThePlayerCannotSeek) {
-  for (const auto& [drawing, way] : {std::pair("..aa..", Lines{"pause", "seek 20.2 -0 +0", "play"}),
-                                     std::pair("..aa", Lines{"pause", "hideLayer", "seek 0 -0 +0",
-                                                             "seek 20 -0 +0", "play", "showLayer"})}) {
-    KyrStage stage(drawing);
-    stage.play(12);
-    stage.player().breakSeeking();
-    stage.forget();
-    stage.pressSkip();
-    drainAll();
-    EXPECT_EQ(stage.calls(), way);
-    EXPECT_FALSE(stage.isSuspended());
-    stage.forget();
-    stage.play(0.5);
-    EXPECT_THAT(stage.lines(), ElementsAre("AdProgress", "AdProgress"));
-  }
-}
-
-struct SkipOffset {
-  const char* attribute;
-  int skippable;
-  float time;
-};
-
-TEST(AHostAd, TellsItsControlsWhatTheyNeed) {
-  for (const auto& [attribute, skippable, time] :
-       {SkipOffset{"skipoffset='00:00:01'", 0, 1.0F}, SkipOffset{"skipoffset='00:00:01.500'", 1, 1.5F},
-        SkipOffset{"skipoffset='50%'", 1, 5.0F}}) {
-    KyrStage stage("aa..", {.linearAttributes = attribute,
+TEST(AHostAd, CarriesTheParsedAdItsExtensionsAndWhatItsControlsNeed) {
+  KyrStage stage("..aa..", {.linearAttributes = "skipoffset='50%'",
                             .linearContent = "<VideoClicks><ClickThrough>http://shop/</ClickThrough>"
                                              "<ClickTracking>http://t/1</ClickTracking>"
-                                             "<ClickTracking>http://t/2</ClickTracking></VideoClicks>"});
-    stage.play(1);
-    const auto ad = stage.lastAd();
-    const auto& properties = ad->privateProperties();
-    EXPECT_EQ(properties.size(), 5U);
-    EXPECT_THAT(*properties.get<Lines>(kTarnAdPrivatePropertyKeyClickthroughURLs),
-                ElementsAre("http://shop/"));
-    EXPECT_THAT(*properties.get<Lines>(kTarnAdPrivatePropertyKeyTrackingURLs),
-                ElementsAre("http://t/1", "http://t/2"));
-    EXPECT_EQ(*properties.get<int>(kTarnAdPrivatePropertyKeySkippable), skippable) << attribute;
-    EXPECT_EQ(*properties.get<float>(kTarnAdPrivatePropertyKeySkipTime), time);
-  }
-}
-
-TEST(AHostAd, CarriesTheParsedAdAndItsExtensions) {
-  KyrStage stage("..aa..", {.linearContent = "<CreativeExtensions><CreativeExtension/></CreativeExtensions>",
+                                             "<ClickTracking>http://t/2</ClickTracking></VideoClicks>"
+                                             "<CreativeExtensions><CreativeExtension/></CreativeExtensions>",
                             .inLineContent = "<Extensions><Extension type='x'/><Extension/></Extensions>"});
   stage.play(12);
   const auto ad = stage.lastAd();
@@ -155,12 +81,33 @@ TEST(AHostAd, CarriesTheParsedAdAndItsExtensions) {
   EXPECT_EQ(ad->adId(), "a");
   EXPECT_EQ(CMTimeGetSeconds(ad->beginTime()), 10);
   EXPECT_EQ(CMTimeGetSeconds(ad->duration()), 10);
-  const auto* parsed = ad->properties().get<std::shared_ptr<const TarnLumoAd>>(kTarnKyrAdPropertiesKeyLumoAd);
-  ASSERT_NE(parsed, nullptr);
-  EXPECT_TRUE((*parsed)->isEqualToAd(*stage.session->timeline()->adSequences()[0]->ads()[0]));
+  const auto& properties = ad->properties();
+  const auto& parsed = *properties.get<std::shared_ptr<const TarnLumoAd>>(kTarnKyrAdPropertiesKeyLumoAd);
+  EXPECT_TRUE(parsed->isEqualToAd(*stage.session->timeline()->adSequences()[0]->ads()[0]));
   using Extensions = std::vector<tarn::Dictionary>;
-  EXPECT_EQ(ad->properties().get<Extensions>(kTarnKyrVASTAdCreativeExtensionsKey)->size(), 1U);
-  EXPECT_EQ(ad->properties().get<Extensions>(kTarnKyrVASTAdExtensionsKey)->size(), 2U);
+  EXPECT_EQ(properties.get<Extensions>(kTarnKyrVASTAdCreativeExtensionsKey)->size(), 1U);
+  EXPECT_EQ(properties.get<Extensions>(kTarnKyrVASTAdExtensionsKey)->size(), 2U);
+  const auto& hidden = ad->privateProperties();
+  EXPECT_THAT(*hidden.get<Lines>(kTarnAdPrivatePropertyKeyClickthroughURLs), ElementsAre("http://shop/"));
+  EXPECT_THAT(*hidden.get<Lines>(kTarnAdPrivatePropertyKeyTrackingURLs),
+              ElementsAre("http://t/1", "http://t/2"));
+}
+
+TEST(AHostAd, IsSkippableFromMoreThanASecondOn) {
+  struct Row {
+    const char* attribute;
+    int skippable;
+    float time;
+  };
+  for (const auto& [attribute, skippable, time] :
+       {Row{"skipoffset='00:00:01'", 0, 1.0F}, Row{"skipoffset='00:00:01.500'", 1, 1.5F},
+        Row{"skipoffset='50%'", 1, 5.0F}}) {
+    KyrStage stage("aa..", {.linearAttributes = attribute});
+    stage.play(1);
+    const auto ad = stage.lastAd();
+    EXPECT_EQ(*ad->privateProperties().get<int>(kTarnAdPrivatePropertyKeySkippable), skippable) << attribute;
+    EXPECT_EQ(*ad->privateProperties().get<float>(kTarnAdPrivatePropertyKeySkipTime), time);
+  }
 }
 
 TEST(AHostAd, HasEmptyListsWhereThereIsNothingToClickAndNoEntriesForAbsentExtensions) {
