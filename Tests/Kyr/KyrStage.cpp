@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <map>
-#include <sstream>
 #include <utility>
 
 #include "Host/TarnBasicSessionProvider.h"
 #include "Platform/Queue.h"
+#include "Support/Story.h"
 #include "Support/TimePrinter.h"
 
 namespace tarn::test {
@@ -49,11 +49,6 @@ const std::map<std::string, std::function<void(KyrStage&)>> kSteps = {
     {"feed", [](auto& stage) { stage.player().starve(false); }},
 };
 
-std::string trimmed(const std::string& text) {
-  const auto begin = text.find_first_not_of(' ');
-  return begin == std::string::npos ? "" : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
-}
-
 }  // namespace
 
 CMTime at(double value, int ticks) {
@@ -74,13 +69,6 @@ URL serve(std::string document) {
   const std::string path = "/document-" + std::to_string(++count);
   documentServer().answer(path, {.body = std::move(document)});
   return documentServer().url(path);
-}
-
-std::size_t fetchesOf(const URL& url) {
-  const auto targets = documentServer().targets();
-  return static_cast<std::size_t>(std::count_if(targets.begin(), targets.end(), [&](const auto& target) {
-    return url.absoluteString().ends_with(target);
-  }));
 }
 
 std::shared_ptr<const TarnVideo> ssaiVideo(const URL& document, TarnCuePointCollection::CuePoints cuePoints) {
@@ -133,39 +121,23 @@ KyrStage::~KyrStage() {
 }
 
 void KyrStage::tell(const std::string& story) {
-  std::istringstream lines(story);
-  for (std::string line; std::getline(lines, line);) {
-    SCOPED_TRACE(line);
-    const auto arrow = line.find("=>");
-    takeSteps(line.substr(0, arrow));
-    if (arrow == std::string::npos) continue;
-    const auto colon = line.find(':', arrow);
-    const auto where = trimmed(line.substr(arrow + 2, colon - arrow - 2));
-    EXPECT_EQ(fmt::format("{}", fmt::join(came(where), ", ")), trimmed(line.substr(colon + 1)));
-  }
+  tellStory(
+      story, [this](const std::string& step) { take(step); },
+      [this](const std::string& place) {
+        const auto found = place == "calls"     ? calls()
+                           : place == "beacons" ? beacons()
+                           : place == "events"  ? events()
+                                                : lines();
+        return fmt::format("{}", fmt::join(found, ", "));
+      });
 }
 
-Lines KyrStage::came(const std::string& where) {
-  if (where == "calls") return calls();
-  if (where == "beacons") return beacons();
-  return where == "events" ? events() : lines();
-}
-
-void KyrStage::takeSteps(const std::string& text) {
-  std::istringstream steps(text);
-  for (std::string step; steps >> step;) {
-    if (step.starts_with(">>")) {
-      ask(readTime(step.substr(2)));
-    } else if (step.starts_with('>')) {
-      seek(readTime(step.substr(1)));
-    } else if (step.starts_with('@')) {
-      jump(readTime(step.substr(1)));
-    } else if (step[0] >= '0' && step[0] <= '9') {
-      play(std::stod(step));
-    } else {
-      kSteps.at(step)(*this);
-    }
-  }
+void KyrStage::take(const std::string& step) {
+  if (step.starts_with(">>")) return ask(readTime(step.substr(2)));
+  if (step.starts_with('>')) return seek(readTime(step.substr(1)));
+  if (step.starts_with('@')) return jump(readTime(step.substr(1)));
+  if (step[0] >= '0' && step[0] <= '9') return play(std::stod(step));
+  kSteps.at(step)(*this);
 }
 
 void KyrStage::play(double seconds) {

@@ -30,8 +30,6 @@ void drainAll();
 
 /// Where a document can be fetched from now on.
 [[nodiscard]] URL serve(std::string document);
-/// How often that document was fetched.
-[[nodiscard]] std::size_t fetchesOf(const URL& url);
 
 /// A video whose one source is an ad-insertion source with that document.
 [[nodiscard]] std::shared_ptr<const TarnVideo> ssaiVideo(const URL& document,
@@ -61,13 +59,8 @@ class KyrStage {
   ~KyrStage();
 
   [[nodiscard]] FakePlayer& player() const { return *player_.lock(); }
-  /// Plays a story, whose lines are steps or expectations or both:
-  ///
-  ///     @5 | >50      => calls: cannotSeek, pause
-  ///                   => lines: Pause
-  ///
-  /// An expectation is of all that came there since the last (see below). Steps are what is called as the
-  /// members here, of the session or of the player are, and
+  /// Plays a story (see `tellStory`) that looks at the calls, lines, events and beacons below. Steps are what
+  /// is called as the members here, of the session or of the player are, and
   ///
   ///     12             plays that many seconds
   ///     @5             puts the playhead there
@@ -113,8 +106,7 @@ class KyrStage {
   std::shared_ptr<TarnKyrSession> session;
 
  private:
-  void takeSteps(const std::string& steps);
-  [[nodiscard]] Lines came(const std::string& where);
+  void take(const std::string& step);
 
   std::shared_ptr<RecordingDigester> digester_ = std::make_shared<RecordingDigester>();
   std::weak_ptr<FakePlayer> player_;
