@@ -47,9 +47,18 @@ class OverlayWindowTest : public ::testing::Test {
 
   /// A new session, advanced to.
   std::shared_ptr<ScriptedSession> advance(double itemSeconds = 600);
-  /// A break with that one ad, entered and at that in-ad time.
-  void play(ScriptedSession& session, const std::shared_ptr<const TarnLumoAd>& ad, double inAdSeconds = 0);
-  void progress(ScriptedSession& session, const std::shared_ptr<const TarnLumoAd>& ad, double inAdSeconds);
+  /// In that session, a break with that one ad, entered and at that in-ad time.
+  void play(const std::shared_ptr<const TarnLumoAd>& entered, double inAdSeconds = 0);
+  /// The ad that was entered last, or is said to be the current one, goes on to that in-ad time.
+  void progress(double inAdSeconds);
+
+  /// Plays a story (see `tellStory`). Steps: a number is progress; an arrow, "ok", "back" or "escape" is
+  /// typed; "skip" and "more" are clicked on, "press" and "release" are of the mouse on the skip button;
+  /// "?skip",
+  /// "?more", "?picture" and "?none" expect the focus there, "?shown" and "?hidden" are of the view; the
+  /// others are of the session. To be looked at: the "label", the "buttons" that are there, those that cannot
+  /// be clicked in brackets, the player's "calls", the "beacons".
+  void tell(const std::string& story);
 
   [[nodiscard]] QPoint centreOf(const QQuickItem& item) const;
   void click(const QQuickItem& item);
@@ -57,11 +66,20 @@ class OverlayWindowTest : public ::testing::Test {
   void releaseKey(int key);
   void typeKey(int key);
 
+  std::shared_ptr<ScriptedSession> session;
+  std::shared_ptr<const TarnLumoAd> ad;
   QQuickWindow window;
   Picture* picture;
   QQuickItem* stage;
   std::shared_ptr<RecordingDigester> digester = std::make_shared<RecordingDigester>();
   std::shared_ptr<TarnKyrAdComponentDisplayContainer> container;
+
+ private:
+  void take(const std::string& step);
+  [[nodiscard]] std::string found(const std::string& place);
+  [[nodiscard]] std::string focused();
+  [[nodiscard]] bool isShown() { return view().parentItem() != nullptr && view().isVisible(); }
+  [[nodiscard]] std::string buttons();
 };
 
 }  // namespace tarn::test

@@ -1,13 +1,12 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
 
 #include "../Kyr/KyrStage.h"
 #include "OverlayFixture.h"
 
 namespace tarn::test {
 namespace {
-
-using ::testing::Contains;
-using ::testing::ElementsAre;
 
 const VMAPDrawing kSkippable{.linearAttributes = "skipoffset='00:00:03'",
                              .linearContent =
@@ -17,61 +16,50 @@ const VMAPDrawing kSkippable{.linearAttributes = "skipoffset='00:00:03'",
 /// The overlay over the plug-in's own session, whose stream plays in virtual time.
 class OverlayWithSession : public OverlayWindowTest {
  protected:
-  std::string label() { return view().durationLabel()->text().toStdString(); }
-  [[nodiscard]] bool isShown() { return view().parentItem() != nullptr && view().isVisible(); }
+  KyrStage& start(const char* drawing) {
+    container->didAdvanceToPlaybackSession(kyr.emplace(drawing, kSkippable).session);
+    return *kyr;
+  }
+  std::optional<KyrStage> kyr;
 };
 
 TEST_F(OverlayWithSession, FollowsTheStreamThroughItsBreaks) {
-  KyrStage kyr("..aabb...cc", kSkippable);
-  container->didAdvanceToPlaybackSession(kyr.session);
-  kyr.play(9.75);
-  EXPECT_FALSE(isShown());
-  kyr.play(0.25);
-  EXPECT_TRUE(isShown());
-  EXPECT_EQ(label(), "Your video will resume in 20 seconds");
-  EXPECT_EQ(skip().title().toStdString(), "You can skip this ad\nin 3 seconds");
-  kyr.play(3);
-  EXPECT_EQ(label(), "Your video will resume in 17 seconds");
-  EXPECT_TRUE(skip().isClickable());
-
-  click(skip());  // lands 0.2 s inside the next ad
-  kyr.play(0);
-  EXPECT_EQ(label(), "Your video will resume in 9 seconds");
-  EXPECT_EQ(skip().title().toStdString(), "You can skip this ad\nin 3 seconds");
-  EXPECT_THAT(digester->take(), ElementsAre("a-skip"));
-  kyr.play(9.8);
-  EXPECT_FALSE(isShown());
-  kyr.play(15);
-  EXPECT_TRUE(isShown());
-  EXPECT_EQ(label(), "Your video will resume in 10 seconds");
+  start("..aabb...cc").tell("9.75");
+  tell("?hidden");
+  kyr->tell("0.25");
+  tell(R"(
+    ?shown  => label: Your video will resume in 20 seconds
+            => buttons: (You can skip this ad/in 3 seconds), Learn More)");
+  kyr->tell("3");
+  tell("=> label: Your video will resume in 17 seconds");
+  tell("skip");
+  kyr->tell("turn");  // lands 0.2 s inside the next ad
+  tell(R"(
+            => label: Your video will resume in 9 seconds
+            => buttons: (You can skip this ad/in 3 seconds), Learn More
+            => beacons: a-skip)");
+  kyr->tell("9.8");
+  tell("?hidden");
+  kyr->tell("15");
+  tell("?shown  => label: Your video will resume in 10 seconds");
 }
 
 TEST_F(OverlayWithSession, SkipsThePostRollToTheStreamsEndUnseen) {
-  KyrStage kyr("..aa", kSkippable);
-  container->didAdvanceToPlaybackSession(kyr.session);
-  kyr.play(14);
-  kyr.forget();
-  click(skip());
-  EXPECT_THAT(kyr.calls(), ElementsAre("pause", "hideLayer", "seek 20 -0 +0", "seek 20 -0 +0", "canSeek",
-                                       "play", "showLayer"));
-  kyr.playOut();
-  EXPECT_FALSE(isShown());
-  EXPECT_THAT(kyr.events(), Contains("AdSequenceExit"));
+  start("..aa").tell("14 |");
+  tell("skip");
+  kyr->tell("out => calls: pause, hideLayer, seek 20 -0 +0, seek 20 -0 +0, canSeek, play, showLayer");
+  tell("?hidden");
 }
 
 TEST_F(OverlayWithSession, AClickPausesTheAdUntilTheApplicationResumesIt) {
-  KyrStage kyr("..aa..", kSkippable);
-  container->didAdvanceToPlaybackSession(kyr.session);
-  kyr.play(11);
-  kyr.forget();
-  click(learnMore());
-  kyr.play(5);
-  EXPECT_THAT(kyr.calls(), ElementsAre("pause"));
-  EXPECT_THAT(kyr.events(), ElementsAre("AdPause"));
-  EXPECT_EQ(label(), "Your video will resume in 9 seconds");
-  kyr.session->resumeAd();
-  kyr.play(9);
-  EXPECT_FALSE(isShown());
+  start("..aa..").tell("11 |");
+  tell("more");
+  kyr->tell(R"(
+    5 => calls: pause
+      => events: AdPause)");
+  tell("=> label: Your video will resume in 9 seconds");
+  kyr->tell("resumeAd 9");
+  tell("?hidden");
 }
 
 }  // namespace

@@ -61,10 +61,9 @@ class Studio final : public OverlayWindowTest {
   }
 
   void shoot(const QString& name, double position, int key) {
-    const auto ad = makeAd({.duration = 30, .skipOffset = 5, .hasPage = true});
-    const auto session = advance();
+    advance();
     picture->forceActiveFocus();
-    play(*session, ad, position);
+    play(makeAd({.duration = 30, .skipOffset = 5, .hasPage = true}), position);
     if (key != 0) typeKey(key);
     runQt();
     window.grabWindow().save(folder_ + "/" + name + ".png");

@@ -44,25 +44,22 @@ class ScriptedSession final : public TarnPlaybackSession {
   void avPlayerPlay() override { player_->play(); }
   void avPlayerPause() override { player_->pause(); }
   void resumeVideoAtTime(CMTime, bool) override {}
-  [[nodiscard]] Tarn_RACSignal<CMTime> progress() const override { return Tarn_RACSignal<CMTime>::never(); }
-  [[nodiscard]] Tarn_RACSignal<CMTime> durationChanges() const override {
-    return Tarn_RACSignal<CMTime>::never();
-  }
-  [[nodiscard]] Tarn_RACSignal<TimeRanges> seekableRangesChanges() const override {
-    return Tarn_RACSignal<TimeRanges>::never();
-  }
-  [[nodiscard]] Tarn_RACSignal<TimeRanges> loadedTimeRangesChanges() const override {
-    return Tarn_RACSignal<TimeRanges>::never();
-  }
-  [[nodiscard]] Tarn_RACSignal<bool> isExternalPlaybackActive() const override {
-    return Tarn_RACSignal<bool>::never();
-  }
-  [[nodiscard]] Tarn_RACSignal<CuePoints> cuePoints() const override {
-    return Tarn_RACSignal<CuePoints>::never();
-  }
+  [[nodiscard]] Tarn_RACSignal<CMTime> progress() const override { return Silence(); }
+  [[nodiscard]] Tarn_RACSignal<CMTime> durationChanges() const override { return Silence(); }
+  [[nodiscard]] Tarn_RACSignal<TimeRanges> seekableRangesChanges() const override { return Silence(); }
+  [[nodiscard]] Tarn_RACSignal<TimeRanges> loadedTimeRangesChanges() const override { return Silence(); }
+  [[nodiscard]] Tarn_RACSignal<bool> isExternalPlaybackActive() const override { return Silence(); }
+  [[nodiscard]] Tarn_RACSignal<CuePoints> cuePoints() const override { return Silence(); }
   [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override { return lifecycle_; }
 
  private:
+  struct Silence {
+    template <typename T>
+    operator Tarn_RACSignal<T>() const {
+      return Tarn_RACSignal<T>::never();
+    }
+  };
+
   void sendWithAd(const char* type, const LumoAd& ad, tarn::Dictionary properties = {});
 
   std::shared_ptr<FakePlayer> player_ = std::make_shared<FakePlayer>();

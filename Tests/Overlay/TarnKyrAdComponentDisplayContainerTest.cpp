@@ -23,24 +23,24 @@ class PageStage final : public QQuickItem {
 
 class DisplayContainer : public OverlayWindowTest {
  protected:
-  const std::shared_ptr<const TarnLumoAd> ad = makeAd({.skipOffset = 5, .hasPage = true});
+  /// In a new session, 6 s inside an ad with both buttons.
+  void playAd(double itemSeconds = 600) {
+    advance(itemSeconds);
+    play(makeAd({.skipOffset = 5, .hasPage = true}), 6);
+  }
 };
 
 TEST_F(DisplayContainer, ShowsTheViewDuringBreaksAndAddsItOnce) {
-  const auto session = advance();
+  advance();
+  ad = makeAd({});
   const QSignalSpy additions(&view(), &QQuickItem::parentChanged);
   EXPECT_EQ(view().parentItem(), nullptr);
   for (int i = 0; i < 2; ++i) {
     session->enterBreak({ad});
-    EXPECT_EQ(view().isVisible() && view().parentItem() != nullptr, false) << "on the next turn only";
-    runMainQueue();
+    tell("?hidden turn ?shown");
     EXPECT_EQ(view().parentItem(), stage);
-    EXPECT_TRUE(view().isVisible());
     EXPECT_EQ(view().size(), QSizeF(1280, 720));
-    session->exitBreak();
-    runMainQueue();
-    EXPECT_FALSE(view().isVisible());
-    EXPECT_EQ(view().parentItem(), stage);
+    tell("exitBreak ?hidden");
   }
   EXPECT_EQ(additions.count(), 1);
   stage->setSize(QSizeF(800, 600));
@@ -48,95 +48,81 @@ TEST_F(DisplayContainer, ShowsTheViewDuringBreaksAndAddsItOnce) {
 }
 
 TEST_F(DisplayContainer, FollowsOneSessionAfterAnother) {
-  const auto first = advance();
-  play(*first, ad, 6);
-  first->exitAd(ad);
-  first->exitBreak();
-  const auto second = advance();
-  EXPECT_EQ(container->currentSession(), second);
-  EXPECT_FALSE(view().isVisible());
-  play(*second, ad, 6);
-  EXPECT_TRUE(view().isVisible());
-  click(skip());
-  click(learnMore());
+  playAd();
+  tell("exitAd exitBreak");
+  const auto first = session;
+  advance();
+  EXPECT_EQ(container->currentSession(), session);
+  tell(R"(
+    ?hidden
+    enterBreak enterAd 6 ?shown
+    skip more => calls: pause, seek 30.2 -0 +0, play, pause)");
   EXPECT_THAT(first->takeCalls(), IsEmpty());
-  EXPECT_THAT(second->takeCalls(), ElementsAre("pause", "seek 30.2 -0 +0", "play", "pause"));
 }
 
 TEST_F(DisplayContainer, ASessionThatEndsInsideABreakTakesTheOverlayWithIt) {
-  const auto first = advance();
-  play(*first, ad, 6);
-  first->send(kTarnPlaybackSessionLifecycleEventTerminate);
-  runMainQueue();
-  EXPECT_FALSE(view().isVisible());
-  const auto second = advance();
-  play(*second, ad, 6);
-  first->send(kTarnPlaybackSessionLifecycleEventTerminate);
-  runMainQueue();
-  EXPECT_TRUE(view().isVisible()) << "it is another session's by now";
+  playAd();
+  const auto first = session;
+  const auto terminateFirst = [&] {
+    first->send(kTarnPlaybackSessionLifecycleEventTerminate);
+    runMainQueue();
+  };
+  terminateFirst();
+  tell("?hidden");
+  playAd();
+  terminateFirst();
+  tell("?shown");  // it is another session's by now
 }
 
 TEST_F(DisplayContainer, AContainerViewThatHasGoneLeavesTheOverlayUnattached) {
-  auto session = advance();
+  advance();
   delete stage;
-  play(*session, ad, 6);
+  playAd();
   EXPECT_EQ(container->adComponentContainer(), nullptr);
   EXPECT_EQ(view().parentItem(), nullptr);
-  EXPECT_EQ(view().durationLabel()->text(), "Your video will resume in 24 seconds");
+  tell("=> label: Your video will resume in 24 seconds");
 }
 
 TEST_F(DisplayContainer, AContainerViewThatGoesUnderTheOverlayTakesItAway) {
-  const auto session = advance();
-  play(*session, ad, 6);
+  playAd();
   ASSERT_EQ(view().parentItem(), stage);
   delete stage;
-  session->exitAd(ad);
-  session->exitBreak();
-  play(*session, ad, 6);
-  EXPECT_EQ(view().parentItem(), nullptr);
+  tell("exitAd exitBreak enterBreak enterAd 6 ?hidden");
 }
 
 TEST_F(DisplayContainer, LetGoWhileAnAdShowsItTakesTheViewAwayAndListensNoMore) {
-  const auto session = advance();
-  play(*session, ad, 6);
+  playAd();
   session->progress(ad, 7);
   const QPointer<TarnKyrAdComponentView> shown = &view();
   container.reset();
   EXPECT_THAT(stage->childItems(), IsEmpty());
-  session->progress(ad, 8);
-  runMainQueue();
+  progress(8);
   runQt();
   EXPECT_TRUE(shown.isNull());
-  session->exitAd(ad);
-  session->exitBreak();
-  runMainQueue();
+  tell("exitAd exitBreak");
 }
 
 TEST_F(DisplayContainer, MayBeLetGoInsideAClick) {
   container->setNextBlock([this](const TarnKyrAdClickThrough&) { container.reset(); });
-  const auto session = advance();
-  play(*session, ad, 6);
+  playAd();
   const QPointer<TarnKyrAdComponentView> shown = &view();
-  QTest::mouseClick(&window, Qt::LeftButton, {}, centreOf(learnMore()));
+  tell("more");
   EXPECT_EQ(container, nullptr);
   runQt();
   EXPECT_TRUE(shown.isNull());
 }
 
 TEST_F(DisplayContainer, ASkipUnderWayGoesOnWhenTheContainerIsLetGo) {
-  const auto session = advance(30);
-  play(*session, ad, 6);
+  playAd(30);
   view().skipButtonDidTouchUpInside(&skip());
   tarn::MainQueue::shared().drain();
   container.reset();
   runQt();
   runMainQueue();
-  EXPECT_THAT(session->takeCalls(),
-              ElementsAre("pause", "hideLayer", "seek 30 -0 +0", "seek 30 -0 +0", "play", "showLayer"));
+  tell("=> calls: pause, hideLayer, seek 30 -0 +0, seek 30 -0 +0, play, showLayer");
 }
 
 TEST_F(DisplayContainer, AClickPausesAndLooksForWhoCanPresentThePage) {
-  const auto session = advance();
   PageStage pages(window.contentItem());
   std::vector<QObject*> presenters;
   container->setPagePresenter([&](QObject* viewController, const std::shared_ptr<const TarnAd>& clicked,
@@ -147,35 +133,27 @@ TEST_F(DisplayContainer, AClickPausesAndLooksForWhoCanPresentThePage) {
     EXPECT_FALSE(session->fakePlayer().playing().get()) << "paused before";
     presenters.push_back(viewController);
   });
-  play(*session, ad, 6);
-  click(learnMore());
+  playAd();
+  tell("more => calls: pause");
   EXPECT_THAT(presenters, IsEmpty()) << "nobody around the button can";
-  EXPECT_THAT(session->takeCalls(), ElementsAre("pause"));
   stage->setParentItem(&pages);
-  click(learnMore());
+  tell(R"(
+    more => calls: pause
+         => beacons: click-a, click-a)");
   EXPECT_THAT(presenters, ElementsAre(&pages));
-  EXPECT_THAT(session->takeCalls(), ElementsAre("pause")) << "and stays paused";
-  EXPECT_THAT(digester->take(), ElementsAre("click-a", "click-a"));
   stage->setParentItem(window.contentItem());
 }
 
 TEST_F(DisplayContainer, ItsHandlerMayOutliveIt) {
-  const auto session = advance();
+  advance();
   const auto handler = container->nextBlock();
   container.reset();
   handler(TarnKyrAdClickThrough(nullptr, session, *tarn::URL::fromString("https://shop.example/"), stage));
-  EXPECT_THAT(session->takeCalls(), ElementsAre("pause"));
+  tell("=> calls: pause");
 }
 
-TEST_F(DisplayContainer, StoresSlotsAndDelegate) {
-  const auto slot = std::make_shared<TarnKyrCompanionSlot>(nullptr, 300, 250);
-  const TarnKyrAdComponentDisplayContainer other(stage, {slot});
-  EXPECT_THAT(other.companionSlots(), ElementsAre(slot));
-  EXPECT_EQ(other.adComponentContainer(), stage);
-  auto delegate = std::make_shared<TarnKyrAdComponentDelegate>();
-  container->setDelegate(delegate);
-  EXPECT_EQ(container->delegate(), delegate);
-  delegate.reset();
+TEST_F(DisplayContainer, DoesNotKeepItsDelegateAlive) {
+  container->setDelegate(std::make_shared<TarnKyrAdComponentDelegate>());
   EXPECT_EQ(container->delegate(), nullptr);
 }
 
