@@ -1,21 +1,24 @@
 #include "Host/TarnBasicPlaybackSession.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <functional>
 #include <map>
-#include <sstream>
+#include <optional>
 
 #include "Host/TarnErrorSession.h"
 #include "Platform/Queue.h"
 #include "Support/FakePlayer.h"
 #include "Support/SessionRecorder.h"
+#include "Support/Story.h"
 #include "Support/TimePrinter.h"
 
 namespace {
 
 using tarn::test::FakePlayer;
 using tarn::test::SessionRecorder;
+using tarn::test::tellStory;
 using ::testing::ElementsAre;
 using Lines = std::vector<std::string>;
 
@@ -33,7 +36,8 @@ std::shared_ptr<const TarnVideo> videoWithCuePoint() {
       .title = "Film", .cuePoints = TarnCuePointCollection::collectionWithArray({cuePoint})});
 }
 
-/// What happens to a session, step by step. A name with a bar before it is of the player: "|play".
+/// What happens to a session, step by step. A name with a bar before it is of the player: "|play". A bar
+/// alone forgets.
 const std::map<std::string, std::function<void(TarnBasicPlaybackSession&)>> kSessionSteps = {
     {"load", [](auto& s) { s.loadVideoURL(*tarn::URL::fromString("http://host/stream.m3u8")); }},
     {"begin", [](auto& s) { s.begin(); }},
@@ -62,66 +66,49 @@ struct Stage {
       std::make_shared<TarnBasicPlaybackSession>(videoWithCuePoint(), nullptr, player);
   SessionRecorder recorder{*session};
 
-  void play(const std::string& script) const {
-    std::istringstream steps(script);
-    for (std::string step; steps >> step;) {
-      const auto sessions = kSessionSteps.find(step);
-      sessions == kSessionSteps.end() ? kPlayerSteps.at(step)(*player) : sessions->second(*session);
-    }
+  void take(const std::string& step) {
+    if (step == "|") return (void)recorder.take();
+    const auto found = kSessionSteps.find(step);
+    found == kSessionSteps.end() ? kPlayerSteps.at(step)(*player) : found->second(*session);
   }
-};
-
-struct Story {
-  const char* name;
-  const char* before;  // what need not be heard
-  const char* script;
-  Lines heard;
+  void play(const std::string& script) {
+    tellStory(
+        script, [this](const std::string& step) { take(step); }, nullptr);
+  }
 };
 
 TEST(TarnBasicPlaybackSession, TellsItsLifeInTheOrderOfTheGrammar) {
-  const auto* const ready = "load begin |ready";
-  const Story stories[] = {
-      {"silent until it begins", "", "load |ready play |advance |load", {}},
-      {"tells where it stands when it begins",
-       "load |ready play |advance |load",
-       "begin begin",
-       {"Begin", "cuePoints 1", "Ready", "duration 1", "seekable 0+1", "loaded 0+0.75", "Play",
-        "progress 0.5"}},
-      {"nothing of what is not known yet", "load", "begin", {"Begin", "cuePoints 1"}},
-      {"playing to the end is no pause",
-       ready,
-       "play |advance |advance |advance",
-       {"Play", "progress 0.5", "progress 1", "End"}},
-      {"playing goes on after a seek back from the end",
-       "load begin |ready play |advance |advance",
-       "resume turn |advance",
-       {"Play", "progress 0.5", "progress 1", "End"}},
-      {"play and pause from outside once", ready, "|play play |pause pause", {"Play", "Pause"}},
-      {"waiting for data once", ready, "|starve |starve |feed |feed", {"BufferingEnter", "BufferingExit"}},
-      {"a failure is the last thing", ready, "play |fail |starve terminate", {"Play", "Error", "Terminate"}},
-      {"a failure before the beginning",
-       "load |fail",
-       "begin",
-       {"Begin", "cuePoints 1", "Error", "Terminate"}},
-      {"another stream is ready anew",
-       ready,
-       "load |ready",
-       {"duration nan", "seekable unknown", "duration 1", "seekable 0+1", "Ready"}},
-      {"resuming without playing stays paused", ready, "resumePaused turn", {"progress 0.5"}},
-      {"a resume that is overtaken does not play", ready, "resume |seek turn", {"progress 0.25"}},
-      {"nothing after termination",
-       ready,
-       "play resume terminate terminate begin play load turn |play",
-       {"Play", "Terminate"}},
+  std::optional<Stage> stage;
+  const auto take = [&stage](const std::string& step) {
+    if (step == "new") stage.emplace();
+    if (step == "ready") stage.emplace().play("load begin |ready |");
+    if (step != "new" && step != "ready") stage->take(step);
   };
-  for (const auto& story : stories) {
-    SCOPED_TRACE(story.name);
-    Stage stage;
-    stage.play(story.before);
-    (void)stage.recorder.take();
-    stage.play(story.script);
-    EXPECT_EQ(stage.recorder.take(), story.heard);
-  }
+  const auto look = [&stage](const std::string&) {
+    return fmt::format("{}", fmt::join(stage->recorder.take(), ", "));
+  };
+  tellStory(R"(
+    // It is silent until it begins, and tells then where it stands, and nothing of what is not known yet.
+    new load |ready play |advance |load => lines:
+    begin begin => lines: Begin, cuePoints 1, Ready, duration 1, seekable 0+1, loaded 0+0.75, Play, progress 0.5
+    new load begin => lines: Begin, cuePoints 1
+    // Playing to the end is no pause, and goes on after a seek back from there.
+    ready play |advance |advance |advance => lines: Play, progress 0.5, progress 1, End
+    resume turn |advance => lines: Play, progress 0.5, progress 1, End
+    // What is said twice is told once, whoever says it.
+    ready |play play |pause pause => lines: Play, Pause
+    ready |starve |starve |feed |feed => lines: BufferingEnter, BufferingExit
+    // A failure, also one from before the beginning, is the last thing.
+    ready play |fail |starve terminate => lines: Play, Error, Terminate
+    new load |fail begin => lines: Begin, cuePoints 1, Error, Terminate
+    // Another stream is ready anew.
+    ready load |ready => lines: duration nan, seekable unknown, duration 1, seekable 0+1, Ready
+    // Resuming may stay paused, and does when it is overtaken.
+    ready resumePaused turn => lines: progress 0.5
+    ready resume |seek turn => lines: progress 0.25
+    // Nothing comes after termination.
+    ready play resume terminate terminate begin play load turn => lines: Play, Terminate)",
+            take, look);
 }
 
 TEST(TarnBasicPlaybackSession, TellsThePlayersReasonForAFailureAndLetsGoOfThePlayer) {

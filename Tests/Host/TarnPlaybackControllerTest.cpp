@@ -4,16 +4,17 @@
 
 #include <algorithm>
 #include <map>
-#include <sstream>
 
 #include "Host/TarnBasicPlaybackSession.h"
 #include "Host/TarnBasicSessionProvider.h"
 #include "Platform/Queue.h"
 #include "Support/FakePlayer.h"
+#include "Support/Story.h"
 
 namespace {
 
 using tarn::test::FakePlayer;
+using tarn::test::tellStory;
 using Session = std::shared_ptr<TarnPlaybackSession>;
 using Video = std::shared_ptr<const TarnVideo>;
 
@@ -31,19 +32,30 @@ Video makeVideo(const std::string& name) {
   return std::make_shared<const TarnVideo>(std::move(video));
 }
 
-/// What a line of the log sets going, inside the callback that writes it.
-using Reactions = std::map<std::string, std::string>;
-
-/// A controller that plays a script of steps, and a log of the sessions that its consumer is told of ("a>")
-/// and of what becomes of them ("aPlay").
+/// A controller, and a log of the sessions that its consumer is told of ("a>") and of what becomes of them
+/// ("aPlay").
 class Stage final : public TarnSessionConsumer, public std::enable_shared_from_this<Stage> {
  public:
-  explicit Stage(Reactions reactions) : reactions_(std::move(reactions)) {}
+  [[nodiscard]] const std::string& log() const { return log_; }
 
-  std::string play(const std::string& script) {
-    std::istringstream steps(script);
-    for (std::string step; steps >> step;) playStep(step);
-    return log_;
+  /// "a>=over" takes the step "over" inside the callback that writes "a>".
+  void take(const std::string& step) {
+    const auto session = controller_ ? controller_->currentSession() : nullptr;
+    if (const auto equals = step.find('='); equals != std::string::npos) {
+      reactions_[step.substr(0, equals)] = step.substr(equals + 1);
+      return;
+    }
+    if (step == "listen") return controller_->addSessionConsumer(weak_from_this());
+    if (step.starts_with('+')) return controller_->addVideo(makeVideo(step.substr(1)));
+    if (step == "quiet") return controller_->setAutoPlay(false);
+    if (step == "begin") return controller_->begin();
+    if (step == "end") return playToEnd(*players_.back().lock());
+    if (step == "back") return session->resumeVideoAtTime(kCMTimeZero, true);
+    if (step == "kill") return session->terminate();
+    if (step == "over") return controller_->terminate();
+    if (step == "gone") return controller_.reset();
+    drainAll();
+    write(where());
   }
 
   void didAdvanceToPlaybackSession(const Session& session) override {
@@ -57,20 +69,6 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
   }
 
  private:
-  void playStep(const std::string& step) {
-    const auto session = controller_ ? controller_->currentSession() : nullptr;
-    if (step == "listen") return controller_->addSessionConsumer(weak_from_this());
-    if (step.starts_with('+')) return controller_->addVideo(makeVideo(step.substr(1)));
-    if (step == "quiet") return controller_->setAutoPlay(false);
-    if (step == "begin") return controller_->begin();
-    if (step == "end") return playToEnd(*players_.back().lock());
-    if (step == "back") return session->resumeVideoAtTime(kCMTimeZero, true);
-    if (step == "kill") return session->terminate();
-    if (step == "over") return controller_->terminate();
-    if (step == "gone") return controller_.reset();
-    drainAll();
-    write(where());
-  }
   static void playToEnd(FakePlayer& player) {
     if (player.state().get() == TarnPlayerState::loading) player.becomeReady(1);
     player.advance(2);
@@ -84,10 +82,10 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
   }
   void write(const std::string& line) {
     log_ += (log_.empty() ? "" : " ") + line;
-    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) play(reaction->second);
+    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) take(reaction->second);
   }
 
-  const Reactions reactions_;
+  std::map<std::string, std::string> reactions_;
   std::string log_;
   std::vector<std::weak_ptr<FakePlayer>> players_;
   std::shared_ptr<TarnPlaybackController> controller_ =
@@ -99,46 +97,38 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
                                                nullptr);
 };
 
-struct Row {
-  const char* name;
-  const char* script;
-  const char* log;
-  Reactions reactions = {};
-};
-
 TEST(TarnPlaybackController, PlaysVideosOneAfterAnotherWithOneStreamOpenAtATime) {
-  const Row rows[] = {
-      {"one after another", "listen +a +b begin begin end turn end turn",
-       "a> aBegin aPlay aEnd aTerminate b> bBegin bPlay b:1 bEnd b:1"},
-      {"the viewer may go back into the last video",
-       "+a begin end back turn +b turn end turn end turn +c turn", "a:1 a:1 b:1 b:1 c:1"},
-      {"a later video waits for the next turn", "listen +a begin end turn +b turn",
-       "a> aBegin aPlay aEnd a:1 aTerminate b> bBegin bPlay b:1"},
-      {"does not play by itself when told not to", "listen quiet +a begin", "a> aBegin"},
-      {"goes on when a session is terminated from outside", "listen +a begin kill turn +b turn",
-       "a> aBegin aPlay aTerminate none:0 b> bBegin bPlay b:1"},
-      {"goes on after a failure", "listen +broken +a begin turn",
-       "broken> brokenBegin brokenError brokenTerminate a> aBegin aPlay a:1"},
-      {"is final when it terminates", "listen +a +b begin over +c begin turn",
-       "a> aBegin aPlay aTerminate none:0"},
-      {"ends the session when it goes", "listen +a begin gone turn", "a> aBegin aPlay aTerminate none:0"},
-      {"terminated by its consumer", "listen +a begin turn", "a> aTerminate none:0", {{"a>", "over"}}},
-      {"let go by its consumer",
-       "listen +a begin turn",
-       "a> aBegin aPlay aTerminate none:0",
-       {{"a>", "gone"}}},
+  std::shared_ptr<Stage> stage;
+  const auto take = [&stage](const std::string& step) {
+    if (step == "new") {
+      stage = std::make_shared<Stage>();
+    } else {
+      stage->take(step);
+    }
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(std::make_shared<Stage>(row.reactions)->play(row.script), row.log);
-  }
+  tellStory(R"(
+    new listen +a +b begin begin end turn => log: a> aBegin aPlay aEnd aTerminate b> bBegin bPlay b:1
+    // The viewer may go back into the last video; a later video waits for the next turn.
+    new +a begin end back turn +b turn end turn end turn => log: a:1 a:1 b:1 b:1
+    new listen +a begin end turn +b => log: a> aBegin aPlay aEnd a:1
+    turn => log: a> aBegin aPlay aEnd a:1 aTerminate b> bBegin bPlay b:1
+    new listen quiet +a begin => log: a> aBegin
+    // It goes on when a session is terminated from outside, and after a failure.
+    new listen +a begin kill turn +b turn => log: a> aBegin aPlay aTerminate none:0 b> bBegin bPlay b:1
+    new listen +broken +a begin turn => log: broken> brokenBegin brokenError brokenTerminate a> aBegin aPlay a:1
+    // It is final when it terminates, and when it goes, also inside what it tells.
+    new listen +a +b begin over +c begin turn => log: a> aBegin aPlay aTerminate none:0
+    new listen +a begin gone turn => log: a> aBegin aPlay aTerminate none:0
+    new listen a>=over +a begin turn => log: a> aTerminate none:0
+    new listen a>=gone +a begin turn => log: a> aBegin aPlay aTerminate none:0)",
+            take, [&stage](const std::string&) { return stage->log(); });
 }
 
 TEST(TarnPlaybackController, PassesOverALongRowOfVideosThatFailAndAConsumerThatIsGone) {
   constexpr int kMany = 5'000;
   const auto controller = std::make_shared<TarnPlaybackController>(
       std::make_shared<TarnBasicSessionProvider>([] { return std::make_shared<FakePlayer>(); }), nullptr);
-  controller->addSessionConsumer(std::make_shared<Stage>(Reactions()));
+  controller->addSessionConsumer(std::make_shared<Stage>());
   for (int i = 0; i < kMany; ++i) controller->addVideo(makeVideo("broken"));
   controller->addVideo(makeVideo("a"));
   controller->begin();

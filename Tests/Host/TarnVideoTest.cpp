@@ -6,30 +6,6 @@
 
 namespace {
 
-TEST(TarnVideo, UpdatesACopyAndStaysAsItIs) {
-  const auto source = std::make_shared<const TarnSource>(std::nullopt, kTarnSourceDeliveryHLS);
-  tarn::Dictionary properties;
-  properties.set("rating", std::int64_t{12});
-  const TarnVideo video({.identifier = "1",
-                         .title = "Film",
-                         .sources = {source},
-                         .cuePoints = nullptr,
-                         .properties = properties});
-  const auto cuePoint =
-      std::make_shared<const TarnCuePoint>(kTarnCuePointTypeAdSlot, kCMTimePositiveInfinity);
-
-  const auto updated = video.update([&](TarnMutableVideo& copy) {
-    copy.cuePoints = TarnCuePointCollection::collectionWithArray({cuePoint});
-  });
-
-  EXPECT_THAT(video.cuePoints()->array(), ::testing::IsEmpty());
-  EXPECT_THAT(updated->cuePoints()->array(), ::testing::ElementsAre(cuePoint));
-  EXPECT_EQ(updated->identifier(), "1");
-  EXPECT_EQ(updated->title(), "Film");
-  EXPECT_THAT(updated->sources(), ::testing::ElementsAre(source));
-  EXPECT_EQ(*updated->properties().get<std::int64_t>("rating"), 12);
-}
-
 TEST(TarnCuePointCollection, IsEqualWhenItsCuePointsAreInTheSameOrder) {
   using tarn::test::seconds;
   const auto at = [](double position) {

@@ -43,19 +43,6 @@ TEST(DisposableTest, LetsTheActionDestroyTheHandle) {
   EXPECT_EQ(log, "part ");
 }
 
-TEST(DisposableTest, EndsATokenAndFreesWhatTheActionHeld) {
-  int ended = 0;
-  auto witness = std::make_shared<int>(0);
-  const std::weak_ptr<int> held = witness;
-  const Tarn_RACDisposable disposable(tarn::Token([&ended, witness] { ++ended; }));
-  witness.reset();
-  EXPECT_EQ(ended, 0);
-  EXPECT_FALSE(held.expired());
-  disposable.dispose();
-  EXPECT_EQ(ended, 1);
-  EXPECT_TRUE(held.expired());
-}
-
 TEST(DisposableTest, ForgetsPartsThatHaveEnded) {
   const auto counted = std::make_shared<int>(0);
   const Tarn_RACDisposable whole;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Host/Tarn_RACBinding.h"
@@ -69,15 +70,13 @@ TEST(ObserveTest, GivesTheValueThatWasAssignedAlsoWhenThePropertyGoesMeanwhile) 
 TEST(ObserveTest, LetsACallbacksDestructorEndOtherObservations) {
   Observable<int> property;
   const Record record;
-  const auto held = std::make_shared<Tarn_RACDeallocDisposable>();
-  for (int i = 0; i < 3; ++i) held->add(record.listen(observe(property, Observe::newValues)));
-  auto last = std::make_optional(held);
-  auto disposable =
-      observe(property, Observe::newValues)
-          .subscribeNext([holder = std::make_shared<Tarn_RACDeallocDisposable>(), also = *last](int) {});
-  last.reset();
-  disposable.dispose();
+  auto others = std::make_shared<Tarn_RACDeallocDisposable>();
+  for (int i = 0; i < 3; ++i) others->add(record.listen(observe(property, Observe::newValues)));
+  const auto disposable =
+      observe(property, Observe::newValues).subscribeNext([others = std::move(others)](int) {});
   property.set(1);
+  disposable.dispose();
+  property.set(2);
   EXPECT_EQ(record.line(), "1 1 1");
 }
 

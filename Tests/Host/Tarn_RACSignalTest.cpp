@@ -259,61 +259,56 @@ TEST_P(SignalTable, DeliversDepthFirst) {
 INSTANTIATE_TEST_SUITE_P(Operators, SignalTable, testing::ValuesIn(kRows),
                          [](const auto& tested) { return tested.param.name; });
 
-TEST(SignalTest, CreatesOneWorkForEachSubscriptionAndCleansUpOnce) {
+/// A signal whose subscriptions are fed by hand, and the log of all that happens to them.
+class CreatedSignal : public testing::Test {
+ protected:
+  Tarn_RACDisposable listen(std::shared_ptr<int> witness = nullptr) {
+    return signal.subscribeNext([this, witness](int value) { log += std::to_string(value) + " "; },
+                                [this](const Error&) { log += "failed "; }, [this] { log += "completed "; });
+  }
+
   std::string log;
-  const auto signal = Signal::create([&log](const Tarn_RACSubscriber<int>& subscriber) {
+  bool endsAtOnce = false;
+  std::vector<Tarn_RACSubscriber<int>> fed;
+  Signal signal = Signal::create([this](const Tarn_RACSubscriber<int>& subscriber) {
     log += "start ";
-    subscriber.sendNext(1);
-    return Tarn_RACDisposable([&log] { log += "clean "; });
+    fed.push_back(subscriber);
+    if (endsAtOnce) subscriber.sendCompleted();
+    return Tarn_RACDisposable([this] { log += "clean "; });
   });
-  const Record record;
-  const auto first = record.listen(signal);
-  const auto second = record.listen(signal.map([](int v) { return v + 1; }));
-  EXPECT_EQ(log, "start start ");
+};
+
+TEST_F(CreatedSignal, HasAWorkForEachSubscriptionAndCleansUpOnce) {
+  const auto first = listen();
+  const auto second = listen();
   first.dispose();
   first.dispose();
-  EXPECT_EQ(log, "start start clean ");
+  fed[1].sendNext(1);
   second.dispose();
-  EXPECT_EQ(log, "start start clean clean ");
-  EXPECT_EQ(record.line(), "1 2");
+  EXPECT_EQ(log, "start start clean 1 clean ");
 }
 
-TEST(SignalTest, CleansUpBeforeItReportsTheEnd) {
-  std::string log;
-  const auto ending = [&log](bool fails, bool atOnce) {
-    std::optional<Tarn_RACSubscriber<int>> kept;
-    Signal::create([&](const Tarn_RACSubscriber<int>& subscriber) {
-      kept = subscriber;
-      if (atOnce) subscriber.sendCompleted();
-      return Tarn_RACDisposable([&log] { log += "clean "; });
-    }).subscribeNext([](int) {}, [&log](const Error&) { log += "failed "; }, [&log] { log += "completed "; });
-    if (fails) {
-      kept->sendError(errorNamed("e"));
-    } else {
-      kept->sendCompleted();
-    }
-  };
-  ending(false, false);
-  ending(true, false);
-  ending(true, true);  // over before there was anything to clean up
-  EXPECT_EQ(log, "clean completed clean failed completed clean ");
+TEST_F(CreatedSignal, CleansUpBeforeItReportsTheEnd) {
+  listen();
+  fed[0].sendCompleted();
+  listen();
+  fed[1].sendError(errorNamed("e"));
+  endsAtOnce = true;  // before there is anything to clean up
+  listen();
+  fed[2].sendError(errorNamed("e"));
+  EXPECT_EQ(log, "start clean completed start clean failed start completed clean ");
 }
 
-TEST(SignalTest, AKeptSubscriberHoldsNoCallbackOnceTheSubscriptionIsOver) {
-  std::optional<Tarn_RACSubscriber<int>> kept;
-  const auto signal =
-      Signal::create([&kept](const Tarn_RACSubscriber<int>& subscriber) { kept = subscriber; });
-  const Record record;
+TEST_F(CreatedSignal, HoldsNoCallbackOnceTheSubscriptionIsOver) {
   auto witness = std::make_shared<int>(0);
   const std::weak_ptr<int> held = witness;
-  const auto disposable = record.listen(signal, std::move(witness));
-  kept->sendNext(1);
+  const auto disposable = listen(std::move(witness));
   EXPECT_FALSE(held.expired());
   disposable.dispose();
   EXPECT_TRUE(held.expired());
-  EXPECT_FALSE(kept->hasSubscribers());
-  kept->sendNext(2);
-  EXPECT_EQ(record.line(), "1");
+  EXPECT_FALSE(fed[0].hasSubscribers());
+  fed[0].sendNext(2);
+  EXPECT_EQ(log, "start clean ");
 }
 
 TEST(SignalTest, StopsAtOnceAtEveryStageWhenDisposedOfInAnyFunction) {

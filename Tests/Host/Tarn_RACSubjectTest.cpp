@@ -6,14 +6,13 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Host/Tarn_RACInvocations.h"
 #include "Host/Tarn_RACReplaySubject.h"
 #include "SignalScript.h"
+#include "Support/Story.h"
 
 namespace tarn {
 namespace {
@@ -21,88 +20,84 @@ namespace {
 using test::errorNamed;
 using test::Record;
 
-/// What a line of the log sets going, inside the callback that writes it.
-using Reactions = std::map<std::string, std::string>;
-
-/// Plays a script of steps on a subject and returns the log of all its subscribers, "x1 x| y!": "1" sends 1,
-/// "|" completes, "!" fails, "+x" subscribes x, "-x" disposes of that, "~" lets go of the subject.
+/// A subject and the log of all its subscribers: "x1 x| y!".
 template <typename Subject>
-class Play {
+class Stage {
  public:
-  explicit Play(Reactions reactions) : reactions_(std::move(reactions)) {}
+  [[nodiscard]] const std::string& log() const { return log_; }
 
-  std::string operator()(const std::string& script) {
-    std::istringstream steps(script);
-    for (std::string step; steps >> step;) playStep(step);
-    return log_;
+  /// "1" sends 1, "|" completes, "!" fails, "+x" subscribes x, "-x" disposes of that, "~" lets go of the
+  /// subject; "x1=+y" takes the step "+y" inside the callback that writes "x1".
+  void take(const std::string& step) {
+    const auto rest = step.substr(1);
+    if (const auto equals = step.find('='); equals != std::string::npos) {
+      reactions_[step.substr(0, equals)] = step.substr(equals + 1);
+    } else if (step[0] == '+') {
+      subscribe(rest);
+    } else if (step[0] == '-') {
+      subscriptions_.at(rest).dispose();
+    } else if (step == "~") {
+      subject_.reset();
+    } else if (step == "|") {
+      subject_->sendCompleted();
+    } else if (step == "!") {
+      subject_->sendError(errorNamed("e"));
+    } else {
+      subject_->sendNext(std::stoi(step));
+    }
   }
 
  private:
-  void playStep(const std::string& step) {
-    const auto who = step.substr(1);
-    switch (step[0]) {
-      case '+':
-        subscriptions_.emplace(
-            who, subject_->signal().subscribeNext(
-                     [this, who](int value) { write(who + std::to_string(value)); },
-                     [this, who](const Error&) { write(who + "!"); }, [this, who] { write(who + "|"); }));
-        break;
-      case '-':
-        return subscriptions_.at(who).dispose();
-      case '~':
-        return subject_.reset();
-      case '|':
-        return subject_->sendCompleted();
-      case '!':
-        return subject_->sendError(errorNamed("e"));
-      default:
-        return subject_->sendNext(std::stoi(step));
-    }
+  void subscribe(const std::string& who) {
+    subscriptions_[who] = subject_->signal().subscribeNext(
+        [this, who](int value) { write(who + std::to_string(value)); },
+        [this, who](const Error&) { write(who + "!"); }, [this, who] { write(who + "|"); });
   }
   void write(const std::string& line) {
     log_ += (log_.empty() ? "" : " ") + line;
-    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) (*this)(reaction->second);
+    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) take(reaction->second);
   }
 
-  const Reactions reactions_;
+  std::map<std::string, std::string> reactions_;
   std::optional<Subject> subject_{std::in_place};
   std::map<std::string, Tarn_RACDisposable> subscriptions_;
   std::string log_;
 };
 
-struct Row {
-  const char* name;
-  const char* script;
-  Reactions reactions;
-  const char* log;
-};
-
+/// Begins anew at each step "new".
 template <typename Subject>
-void expectLogs(const std::vector<Row>& rows) {
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(Play<Subject>(row.reactions)(row.script), row.log);
-  }
+void tell(const std::string& story) {
+  std::optional<Stage<Subject>> stage;
+  const auto take = [&stage](const std::string& step) {
+    if (step == "new") {
+      stage.emplace();
+    } else {
+      stage->take(step);
+    }
+  };
+  test::tellStory(story, take, [&stage](const std::string&) { return stage->log(); });
 }
 
 TEST(SubjectTest, TellsItsSubscribersInOrder) {
-  expectLogs<Tarn_RACSubject<int>>({
-      {"inner sends first", "+x +y +z 1", {{"y1", "2"}}, "x1 y1 x2 y2 z2 z1"},
-      {"an end inside a callback ends all", "+x +y 1 2 !", {{"x1", "|"}}, "x1 x| y|"},
-      {"disposing inside", "+x +y +z +w 1 2", {{"x1", "-x"}, {"y1", "-z"}}, "x1 y1 w1 y2 w2"},
-      {"subscribing inside", "+x 1 2", {{"x1", "+late"}}, "x1 x2 late2"},
-      {"late for the completion", "| +x 1", {}, "x|"},
-      {"late for the error", "! +x 1", {}, "x!"},
-      {"let go in the middle of a value", "+x +y 1", {{"x1", "~"}}, "x1 y1"},
-      {"let go in the middle of the end", "+x +y |", {{"x|", "~"}}, "x| y|"},
-  });
+  tell<Tarn_RACSubject<int>>(R"(
+    // What happens inside a callback: a send, the end, disposal, a subscription.
+    new y1=2 +x +y +z 1 => log: x1 y1 x2 y2 z2 z1
+    new x1=| +x +y 1 2 ! => log: x1 x| y|
+    new x1=-x y1=-z +x +y +z +w 1 2 => log: x1 y1 w1 y2 w2
+    new x1=+late +x 1 2 => log: x1 x2 late2
+    // Who comes late is told of the end.
+    new | +x 1 => log: x|
+    new ! +x 1 => log: x!
+    // The subject is let go of in the middle of a value, of the end.
+    new x1=~ +x +y 1 => log: x1 y1
+    new x|=~ +x +y | => log: x| y|)");
 }
 
 TEST(ReplaySubjectTest, TellsThePastThenGoesOn) {
-  expectLogs<Tarn_RACReplaySubject<int>>({
-      {"live", "+x 1 2 | 3 +y", {{"x1", "+inside"}}, "x1 inside1 x2 inside2 x| inside| y1 y2 y|"},
-      {"fed while it tells the past", "1 2 +x 4", {{"x1", "3"}}, "x1 x2 x3 x4"},
-  });
+  tell<Tarn_RACReplaySubject<int>>(R"(
+    new x1=+inside +x 1 2 | 3 +y => log: x1 inside1 x2 inside2 x| inside| y1 y2 y|
+    // Fed while it tells the past.
+    new x1=3 1 2 +x 4 => log: x1 x2 x3 x4)");
 }
 
 TEST(SubjectTest, KeepsAValueStableForAllSubscribers) {
@@ -150,24 +145,6 @@ TEST(SubjectTest, LetsACallbacksDestructorUseTheSubject) {
   first.dispose();
   EXPECT_EQ(added.line(), "1");
   EXPECT_EQ(other.line(), "");
-}
-
-TEST(InvocationsTest, TellOfEachCallInsideTheCall) {
-  std::string log;
-  {
-    const Tarn_RACInvocations<> tapped;
-    const Tarn_RACInvocations<int, std::string> sought;
-    tapped.signal().subscribeNext([&](const Tarn_RACUnit&) { log += "tap "; }, rac::Ignore(),
-                                  [&] { log += "completed "; });
-    sought.signal()
-        .reduceEach([](int at, const std::string& who) { return who + std::to_string(at); })
-        .subscribeNext([&](const std::string& text) { log += text + " "; });
-    tapped();
-    sought(5, "me");
-    tapped();
-    log += "end";
-  }
-  EXPECT_EQ(log, "tap me5 tap end");
 }
 
 }  // namespace

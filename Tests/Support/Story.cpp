@@ -18,6 +18,7 @@ void tellStory(const std::string& story, const std::function<void(const std::str
                const std::function<std::string(const std::string&)>& look) {
   std::istringstream lines(story);
   for (std::string line; std::getline(lines, line);) {
+    if (trimmed(line).starts_with("//")) continue;
     SCOPED_TRACE(line);
     const auto arrow = line.find("=>");
     std::istringstream steps(line.substr(0, arrow));

@@ -5,8 +5,9 @@
 
 namespace tarn::test {
 
-/// Plays a story, whose lines are steps or an expectation or both:
+/// Plays a story, whose lines are steps or an expectation or both, or comments:
 ///
+///     // The button plays while it is held.
 ///     press release  => calls: play, pause
 ///                    => title: Skip
 ///
