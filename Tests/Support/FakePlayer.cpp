@@ -46,7 +46,7 @@ void FakePlayer::seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranc
   if (!seekable_ || !hasItem || !(CMTIME_IS_NUMERIC(time) || CMTIME_IS_POSITIVE_INFINITY(time))) {
     return refuse(std::move(completion));
   }
-  seek_ = Seek{time, toleranceBefore, toleranceAfter, std::move(completion)};
+  seek_ = Seek{time, std::move(completion)};
   ++seeks_;
   landLater();
 }

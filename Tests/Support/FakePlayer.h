@@ -17,13 +17,6 @@ namespace tarn::test {
 /// queue, so a test that does not drain the queue holds the seek under way.
 class FakePlayer final : public TarnPlayer {
  public:
-  struct Seek {
-    CMTime time;
-    CMTime toleranceBefore;
-    CMTime toleranceAfter;
-    SeekCompletion completion;
-  };
-
   FakePlayer();
 
   void loadURL(const URL& url) override;
@@ -51,6 +44,11 @@ class FakePlayer final : public TarnPlayer {
   void fail(Error error);
 
  private:
+  struct Seek {
+    CMTime time;
+    SeekCompletion completion;
+  };
+
   /// False when a listener has destroyed the player, after which nothing of it may be touched.
   template <typename T>
   [[nodiscard]] bool announce(Observable<T>& property, std::type_identity_t<T> value) {

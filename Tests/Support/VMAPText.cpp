@@ -44,9 +44,9 @@ std::string drawnExtensions(double payloadLength, double contentLength, const VM
     impressions += fmt::format("<mh:Impression url='{0}impression-{1}' time='{1}'/>", options.beacons, time);
   }
   return fmt::format(
-      "<mh:Marlith contenturi='{}' payloadlength='{}' contentlength='{}'/>"
+      "<mh:Marlith contenturi='http://stream.example/m.m3u8' payloadlength='{}' contentlength='{}'/>"
       "<mh:contentImpressions>{}</mh:contentImpressions>",
-      options.streamURL, payloadLength, options.contentLength.value_or(contentLength), impressions);
+      payloadLength, options.contentLength.value_or(contentLength), impressions);
 }
 
 }  // namespace

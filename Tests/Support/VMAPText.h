@@ -37,8 +37,7 @@ struct VMAPDrawing {
   /// Content times in seconds; the beacon of 2.5 is "impression-2.5".
   std::vector<double> contentImpressions = {};
   std::optional<double> contentLength = std::nullopt;  ///< To state another one than is drawn.
-  std::string streamURL = "http://stream.example/m.m3u8";
-  std::string beacons = "http://t.example/";  ///< What the URL of each beacon begins with.
+  std::string beacons = "http://t.example/";           ///< What the URL of each beacon begins with.
 };
 
 /// The document of a stream that is drawn as text, one character a cell of time: '.' is content, a run of one
