@@ -43,6 +43,8 @@ const std::map<std::string, std::function<void(KyrStage&)>> kSteps = {
     {"resumeAd", [](auto& stage) { stage.session->resumeAd(); }},
     {"pauseAd", [](auto& stage) { stage.session->pauseAd(); }},
     {"terminate", [](auto& stage) { stage.session->terminate(); }},
+    {"disableAds", [](auto& stage) { stage.common->adsDisabled.set(true); }},
+    {"leaveBreak", [](auto& stage) { stage.session->tracker()->setAbsoluteTime(at(61)); }},
     {"breakSeeking", [](auto& stage) { stage.player().breakSeeking(); }},
     {"load25", [](auto& stage) { stage.player().setLoadedTo(25); }},
     {"starve", [](auto& stage) { stage.player().starve(true); }},

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include "KyrStage.h"
 #include "Support/TimePrinter.h"
 
@@ -73,68 +75,47 @@ TEST(AForwardSeek, PlaysTheLastBreakThatItPasses) {
   }
 }
 
-struct SeekCase {
-  const char* name;
-  const char* drawing;
-  CMTime from;  // absolute
-  CMTime to;    // content
-  Lines calls;
-  bool adsDisabled = false;
-};
-
-Lines plain(std::string seek) {
-  return {"cannotSeek", "canSeek", std::move(seek), "finished"};
+/// Each line is the story of a stage of its own.
+void tellEach(const char* drawing, const std::string& stories) {
+  std::istringstream lines(stories);
+  for (std::string line; std::getline(lines, line);) KyrStage(drawing).tell(line);
 }
-Lines forced(std::string seek) {
-  return {"cannotSeek", "pause", std::move(seek), "play"};
-}
-const Lines kRefused{"unfinished"};
 
 TEST(ASeek, AsksThePlayerForWhatThePolicySays) {
-  const SeekCase cases[] = {
-      // Forward without a break to pass.
-      {"in content", kStream, at(27), at(20), plain("seek 35 -2 +2")},
-      {"close to a break", kStream, at(27), at(29), plain("seek 44 -2 +0")},
-      {"three seconds before a break", kStream, at(26), at(27), plain("seek 42 -2 +0")},
-      {"three seconds after a break", kStream, at(26), at(13), plain("seek 28 -0 +2")},
-      {"to a break's place", kStream, at(5), at(10), plain("seek 25 -2 +0")},
-      {"to where it is", kStream, at(0), at(0), plain("seek 0 -2 +2")},
-      {"to the end", kStream, at(70), at(60), plain("seek 90 -2 +2")},
-      {"beyond the end", kStream, at(70), at(61), plain("seek 90 -2 +2")},
-      {"to infinity", kStream, at(70), kCMTimePositiveInfinity, plain("seek 90 -2 +2")},
-      {"over breaks with ads disabled", kStream, at(5), at(50), plain("seek 80 -0 +0"), true},
-      {"to the post-roll with ads disabled", kWithPostRoll, at(5), at(99), plain("seek 60 -0 +0"), true},
-      // Forward over breaks.
-      {"over two breaks", kStream, at(5), at(50), forced("seek 45.2 -0 +0")},
-      {"over one break", kStream, at(5), at(20), forced("seek 10.2 -0 +0")},
-      {"to the next break's place", kStream, at(5), at(30), forced("seek 10.2 -0 +0")},
-      {"to the post-roll", kWithPostRoll, at(5), at(30), forced("seek 45.2 -0 +0")},
-      {"beyond the post-roll", kWithPostRoll, at(5), at(1'000), forced("seek 45.2 -0 +0")},
-      {"a tick before the post-roll", kWithPostRoll, at(26), at(30, -1),
-       plain("seek 44.998333333333335 -2 +0")},
-      // Backward.
-      {"back", kStream, at(80), at(20), plain("seek 35.2 -2 +2")},
-      {"back over breaks", kStream, at(80), at(5), plain("seek 5.2 -2 +2")},
-      {"back behind a break", kStream, at(80), at(10), plain("seek 25.2 -0 +2")},
-      {"back before a break", kStream, at(80), at(9), plain("seek 9.2 -2 +0")},
-      {"back to the start", kStream, at(80), at(0), plain("seek 0.2 -0 +0")},
-      {"back to the start behind a pre-roll", "aa....", at(20), at(0), plain("seek 10.2 -0 +0")},
-      {"back with ads disabled", kStream, at(80), at(20), plain("seek 35.2 -2 +2"), true},
-      // Refused.
-      {"to a negative time", kStream, at(5), at(0, -1), kRefused},
-      {"to negative infinity", kStream, at(5), kCMTimeNegativeInfinity, kRefused},
-      {"to an invalid time", kStream, at(5), kCMTimeInvalid, kRefused},
-      {"during a break", kStream, at(12), at(50), kRefused},
-  };
-  for (const auto& seek : cases) {
-    SCOPED_TRACE(seek.name);
-    KyrStage stage(seek.drawing);
-    stage.common->adsDisabled.set(seek.adsDisabled);
-    stage.jump(seek.from);
-    stage.forget();
-    stage.seek(seek.to);
-    EXPECT_EQ(stage.calls(), seek.calls);
-  }
+  tellEach(kStream, R"(
+    // Forward without a break to pass.
+    @27 | >20         => calls: cannotSeek, canSeek, seek 35 -2 +2, finished
+    @27 | >29         => calls: cannotSeek, canSeek, seek 44 -2 +0, finished
+    @26 | >27         => calls: cannotSeek, canSeek, seek 42 -2 +0, finished
+    @26 | >13         => calls: cannotSeek, canSeek, seek 28 -0 +2, finished
+    @5  | >10         => calls: cannotSeek, canSeek, seek 25 -2 +0, finished
+    @0  | >0          => calls: cannotSeek, canSeek, seek 0 -2 +2, finished
+    @70 | >60         => calls: cannotSeek, canSeek, seek 90 -2 +2, finished
+    @70 | >61         => calls: cannotSeek, canSeek, seek 90 -2 +2, finished
+    @70 | >inf        => calls: cannotSeek, canSeek, seek 90 -2 +2, finished
+    disableAds @5 | >50  => calls: cannotSeek, canSeek, seek 80 -0 +0, finished
+    // Forward over breaks.
+    @5  | >50         => calls: cannotSeek, pause, seek 45.2 -0 +0, play
+    @5  | >20         => calls: cannotSeek, pause, seek 10.2 -0 +0, play
+    @5  | >30         => calls: cannotSeek, pause, seek 10.2 -0 +0, play
+    // Backward.
+    @80 | >20         => calls: cannotSeek, canSeek, seek 35.2 -2 +2, finished
+    @80 | >5          => calls: cannotSeek, canSeek, seek 5.2 -2 +2, finished
+    @80 | >10         => calls: cannotSeek, canSeek, seek 25.2 -0 +2, finished
+    @80 | >9          => calls: cannotSeek, canSeek, seek 9.2 -2 +0, finished
+    @80 | >0          => calls: cannotSeek, canSeek, seek 0.2 -0 +0, finished
+    disableAds @80 | >20 => calls: cannotSeek, canSeek, seek 35.2 -2 +2, finished
+    // Refused: times that are none, and what is asked for inside a break.
+    @5  | >0-1        => calls: unfinished
+    @5  | >-inf       => calls: unfinished
+    @5  | >nan        => calls: unfinished
+    @12 | >50         => calls: unfinished)");
+  tellEach(kWithPostRoll, R"(
+    @5  | >30         => calls: cannotSeek, pause, seek 45.2 -0 +0, play
+    @5  | >1000       => calls: cannotSeek, pause, seek 45.2 -0 +0, play
+    @26 | >30-1       => calls: cannotSeek, canSeek, seek 44.998333333333335 -2 +0, finished
+    disableAds @5 | >99 => calls: cannotSeek, canSeek, seek 60 -0 +0, finished)");
+  tellEach("aa....", "@20 | >0 => calls: cannotSeek, canSeek, seek 10.2 -0 +0, finished");
 }
 
 TEST(ASeek, IsRefusedWhereTheDocumentPromisesMoreContentThanItHas) {

@@ -52,19 +52,14 @@ TEST(SkippingAnAd, DoesNothingAfterTheSessionHasEndedInTheAd) {
 
 TEST(SkippingAnAd, CountsOnceHoweverOftenTheButtonIsPressed) {
   KyrStage stage(kStream);
-  stage.play(12);
-  stage.forget();
+  stage.tell("12 | skip skip => beacons: a-skip");
   const auto press =
       *stage.lastAd()->privateProperties().get<TarnAdSkipHandler>(kTarnAdPrivatePropertyKeySkipHandler);
-  press();
-  press();
-  EXPECT_THAT(stage.beacons(), ElementsAre("a-skip"));
-  drainAll();
-  EXPECT_THAT(stage.calls(), ElementsAre("pause", "seek 20.2 -0 +0", "play"));
+  stage.tell("turn => calls: pause, seek 20.2 -0 +0, play");
   press();  // the next ad plays
   stage.play(15);
   press();  // content plays
-  EXPECT_THAT(stage.calls(), ElementsAre("canSeek"));
+  stage.tell("=> calls: canSeek");
   EXPECT_THAT(stage.beacons(), Not(Contains("a-skip")));
 }
 
@@ -94,14 +89,9 @@ TEST(AHostAd, CarriesTheParsedAdItsExtensionsAndWhatItsControlsNeed) {
 }
 
 TEST(AHostAd, IsSkippableFromMoreThanASecondOn) {
-  struct Row {
-    const char* attribute;
-    int skippable;
-    float time;
-  };
   for (const auto& [attribute, skippable, time] :
-       {Row{"skipoffset='00:00:01'", 0, 1.0F}, Row{"skipoffset='00:00:01.500'", 1, 1.5F},
-        Row{"skipoffset='50%'", 1, 5.0F}}) {
+       {std::tuple("skipoffset='00:00:01'", 0, 1.0F), std::tuple("skipoffset='00:00:01.500'", 1, 1.5F),
+        std::tuple("skipoffset='50%'", 1, 5.0F)}) {
     KyrStage stage("aa..", {.linearAttributes = attribute});
     stage.play(1);
     const auto ad = stage.lastAd();
@@ -116,8 +106,9 @@ TEST(AHostAd, HasEmptyListsWhereThereIsNothingToClickAndNoEntriesForAbsentExtens
   const auto ad = stage.lastAd();
   EXPECT_EQ(ad->properties().size(), 1U);
   EXPECT_EQ(ad->privateProperties().size(), 5U);
-  EXPECT_THAT(*ad->privateProperties().get<Lines>(kTarnAdPrivatePropertyKeyClickthroughURLs), IsEmpty());
-  EXPECT_THAT(*ad->privateProperties().get<Lines>(kTarnAdPrivatePropertyKeyTrackingURLs), IsEmpty());
+  for (const auto* const key :
+       {kTarnAdPrivatePropertyKeyClickthroughURLs, kTarnAdPrivatePropertyKeyTrackingURLs})
+    EXPECT_THAT(*ad->privateProperties().get<Lines>(key), IsEmpty());
   EXPECT_EQ(*ad->privateProperties().get<int>(kTarnAdPrivatePropertyKeySkippable), 0);
 }
 
