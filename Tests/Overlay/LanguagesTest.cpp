@@ -30,27 +30,27 @@ class Languages : public OverlayWindowTest {
 
 TEST_F(Languages, EachHasAllTexts) {
   const auto texts = [] {
-    return std::vector<QString>{TarnKyrAdComponentView::learnMoreButtonTitle(),
-                                TarnKyrAdComponentView::skipButtonTitleWithProgress(0),
-                                TarnKyrAdComponentView::skipButtonTitleWithProgress(1),
-                                TarnKyrAdComponentView::skipButtonTitleWithProgress(17),
-                                TarnKyrAdComponentView::formatAdRemainTime(CMTimeMake(0, 1)),
-                                TarnKyrAdComponentView::formatAdRemainTime(CMTimeMake(1, 1)),
-                                TarnKyrAdComponentView::formatAdRemainTime(CMTimeMake(17, 1))};
+    std::vector<QString> all{TarnKyrAdComponentView::learnMoreButtonTitle()};
+    for (const int count : {0, 1, 17}) {
+      all.push_back(TarnKyrAdComponentView::skipButtonTitleWithProgress(count));
+      all.push_back(TarnKyrAdComponentView::formatAdRemainTime(CMTimeMake(count, 1)));
+    }
+    return all;
   };
   use("none");
   const auto own = texts();
+  EXPECT_EQ(own[0].toStdString(), "Learn More") << "without a catalogue the key is the text";
   for (const char* const language : {"ar", "de", "es", "fr", "ja"}) {
     use(language);
     const auto translated = texts();
     for (std::size_t i = 0; i < own.size(); ++i) {
-      EXPECT_NE(translated[i], own[i]) << language;
-      EXPECT_EQ(translated[i].count('\n'), own[i].count('\n')) << language << own[i].toStdString();
-      EXPECT_EQ(translated[i].contains("17"), own[i].contains("17")) << language << own[i].toStdString();
-      EXPECT_FALSE(translated[i].contains('%')) << language;
+      SCOPED_TRACE(language + own[i].toStdString());
+      EXPECT_NE(translated[i], own[i]);
+      EXPECT_EQ(translated[i].count('\n'), own[i].count('\n'));
+      EXPECT_EQ(translated[i].contains("17"), own[i].contains("17"));
+      EXPECT_FALSE(translated[i].contains('%'));
     }
   }
-  EXPECT_EQ(own[0].toStdString(), "Learn More") << "without a catalogue the key is the text";
 }
 
 TEST_F(Languages, AScriptFromRightToLeftMirrorsTheOverlay) {

@@ -54,10 +54,9 @@ class OverlayWindowTest : public ::testing::Test {
 
   /// Plays a story (see `tellStory`). Steps: a number is progress; an arrow, "ok", "back" or "escape" is
   /// typed; "skip" and "more" are clicked on, "press" and "release" are of the mouse on the skip button;
-  /// "?skip",
-  /// "?more", "?picture" and "?none" expect the focus there, "?shown" and "?hidden" are of the view; the
-  /// others are of the session. To be looked at: the "label", the "buttons" that are there, those that cannot
-  /// be clicked in brackets, the player's "calls", the "beacons".
+  /// "?skip", "?more", "?picture" and "?none" expect the focus there, "?shown" and "?hidden" are of the view;
+  /// the others are of the session. To be looked at: the "label", the "buttons" that are there, those that
+  /// cannot be clicked in brackets, the player's "calls", the "beacons".
   void tell(const std::string& story);
 
   [[nodiscard]] QPoint centreOf(const QQuickItem& item) const;

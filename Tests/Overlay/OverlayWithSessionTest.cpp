@@ -24,23 +24,22 @@ class OverlayWithSession : public OverlayWindowTest {
 };
 
 TEST_F(OverlayWithSession, FollowsTheStreamThroughItsBreaks) {
-  start("..aabb...cc").tell("9.75");
+  start("..aabb...cc").play(9.75);
   tell("?hidden");
-  kyr->tell("0.25");
+  kyr->play(0.25);
   tell(R"(
     ?shown  => label: Your video will resume in 20 seconds
             => buttons: (You can skip this ad/in 3 seconds), Learn More)");
-  kyr->tell("3");
+  kyr->play(3);
   tell("=> label: Your video will resume in 17 seconds");
-  tell("skip");
-  kyr->tell("turn");  // lands 0.2 s inside the next ad
+  tell("skip");  // lands 0.2 s inside the next ad
   tell(R"(
             => label: Your video will resume in 9 seconds
             => buttons: (You can skip this ad/in 3 seconds), Learn More
             => beacons: a-skip)");
-  kyr->tell("9.8");
+  kyr->play(9.8);
   tell("?hidden");
-  kyr->tell("15");
+  kyr->play(15);
   tell("?shown  => label: Your video will resume in 10 seconds");
 }
 

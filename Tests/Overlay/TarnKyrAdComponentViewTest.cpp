@@ -43,8 +43,7 @@ TEST_F(AdComponentLayout, IsAsStatedInPointsAtEverySize) {
   for (const auto& size : {QSizeF(640, 360), QSizeF(1280, 720), QSizeF(1920, 1080), QSizeF(3840, 2160)}) {
     stage->setSize(size);
     const double point = size.height() / 360;
-    const QRectF bar = inPixels(*view().topComponentContainer());
-    EXPECT_EQ(bar, QRectF(0, 0, size.width(), 30 * point));
+    EXPECT_EQ(inPixels(*view().topComponentContainer()), QRectF(0, 0, size.width(), 30 * point));
     const QRectF label = inPixels(*view().durationLabel());
     EXPECT_DOUBLE_EQ(label.left(), 5 * point);
     EXPECT_DOUBLE_EQ(label.height(), 30 * point);
@@ -62,8 +61,7 @@ TEST_F(AdComponentLayout, IsAsStatedInPointsAtEverySize) {
 
 TEST_F(AdComponentLayout, GivesWayWhereThereIsLittleRoom) {
   stage->setSize(QSizeF(200, 20));
-  const QRectF bar = inPixels(*view().topComponentContainer());
-  EXPECT_EQ(bar, QRectF(0, 0, 200, 20));
+  EXPECT_EQ(inPixels(*view().topComponentContainer()), QRectF(0, 0, 200, 20));
   EXPECT_GE(inPixels(learnMore()).left() - inPixels(*view().durationLabel()).right(), 5);
   EXPECT_DOUBLE_EQ(inPixels(learnMore()).right(), 195);
 }
