@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <map>
 #include <thread>
+#include <utility>
 
 namespace tarn::test {
 namespace {
@@ -42,14 +43,17 @@ std::size_t Frame::headerNumber(std::size_t index) const {
   return number;
 }
 
-Colour Frame::at(int x, int y) const {
+Frame::Frame(std::string dump) : dump_(std::move(dump)) {
   constexpr std::size_t kColourMapEntry = 12;
-  const std::size_t begin = headerNumber(0) + headerNumber(19) * kColourMapEntry;
-  const std::size_t bytesPerLine = headerNumber(12);
-  const std::size_t pixel =
-      begin + static_cast<std::size_t>(y) * bytesPerLine + static_cast<std::size_t>(x) * 4;
-  const auto part = [&](std::size_t i) { return static_cast<unsigned char>(dump_.at(pixel + i)); };
-  return {part(2), part(1), part(0)};
+  pixels_ = headerNumber(0) + headerNumber(19) * kColourMapEntry;
+  bytesPerLine_ = headerNumber(12);
+}
+
+Colour Frame::at(int x, int y) const {
+  const std::size_t place =
+      pixels_ + static_cast<std::size_t>(y) * bytesPerLine_ + static_cast<std::size_t>(x) * 4;
+  const auto* const pixel = reinterpret_cast<const unsigned char*>(&dump_.at(place));
+  return {pixel[2], pixel[1], pixel[0]};
 }
 
 int Frame::count(const Area& area, const Colour& colour) const {

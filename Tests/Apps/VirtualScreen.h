@@ -5,7 +5,6 @@
 #include <compare>
 #include <functional>
 #include <string>
-#include <utility>
 
 #include "KyrProcess.h"
 
@@ -32,7 +31,7 @@ struct Area {
 class Frame {
  public:
   /// An X window dump (X11/XWDFile.h) with four bytes a pixel, blue first.
-  explicit Frame(std::string dump) : dump_(std::move(dump)) {}
+  explicit Frame(std::string dump);
 
   [[nodiscard]] Colour at(int x, int y) const;
   /// How many pixels of the area are of the colour, or near it.
@@ -44,6 +43,8 @@ class Frame {
   [[nodiscard]] std::size_t headerNumber(std::size_t index) const;
 
   std::string dump_;
+  std::size_t pixels_ = 0;  ///< Where they begin.
+  std::size_t bytesPerLine_ = 0;
 };
 
 /// An X server of its own with a screen of 1280×720 that nobody sees (Xvfb), for programs started from here.
