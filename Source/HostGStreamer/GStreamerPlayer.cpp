@@ -17,7 +17,7 @@ const CMTime kEndSlack = CMTimeMake(2, 1);
 /// An accurate seek shows the picture that covers the target; within this the playhead is the target itself.
 const CMTime kPicture = CMTimeMake(1, 10);
 
-constexpr std::chrono::seconds kRangesInterval{1};
+constexpr std::chrono::seconds kRangesInterval{2};
 
 CMTime earlierOf(CMTime a, CMTime b) {
   return CMTimeCompare(a, b) <= 0 ? a : b;

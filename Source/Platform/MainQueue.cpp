@@ -12,7 +12,7 @@ namespace tarn {
 namespace {
 
 /// How long `runUntil` sleeps at most before it asks again: its condition may change without a task.
-constexpr std::chrono::milliseconds kLongestTurn{100};
+constexpr std::chrono::milliseconds kLongestTurn{1000};
 
 /// Keeps "for ever" from overflowing the clock.
 constexpr std::chrono::hours kLongestRun{24 * 365};

@@ -61,7 +61,7 @@ class MainQueue final : public Queue {
   /// `wake` under way: it should do no more than post. The newest installation is the one woken.
   [[nodiscard]] Token installEventLoop(std::function<void()> wake);
 
-  /// A plain event loop: drains until `done` answers true (asked after every turn, and ten times a second
+  /// A plain event loop: drains until `done` answers true (asked after every turn, and once a second
   /// without one) or the time is up. Main thread only. Returns whether `done` was reached.
   bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
 
