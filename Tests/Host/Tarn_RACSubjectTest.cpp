@@ -90,7 +90,8 @@ TEST(SubjectTest, TellsItsSubscribersInOrder) {
     new ! +x 1 => log: x!
     // The subject is let go of in the middle of a value, of the end.
     new x1=~ +x +y 1 => log: x1 y1
-    new x|=~ +x +y | => log: x| y|)");
+    new x|=~ +x +y | => log: x| y|
+    new x!=~ +x +y ! => log: x! y!)");
 }
 
 TEST(ReplaySubjectTest, TellsThePastThenGoesOn) {
