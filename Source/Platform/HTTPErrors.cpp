@@ -153,6 +153,12 @@ std::optional<Error> refusal(const HTTPRequest& request) {
 }
 
 Error cancelledError(const URL& url) {
+  return makeError(
+      HTTPErrorCode::cancelled,
+      fmt::format("GET {} was cancelled before the response was complete", url.absoluteString()));
+}
+
+Error sessionEndedError(const URL& url) {
   return makeError(HTTPErrorCode::cancelled,
                    fmt::format("GET {} was cancelled: its session ended before the response was complete",
                                url.absoluteString()),

@@ -75,7 +75,8 @@ std::optional<Error> HTTPLoop::setUp() {
   return std::nullopt;
 }
 
-void HTTPLoop::submit(Submission submission) {
+std::uint64_t HTTPLoop::submit(Submission submission) {
+  std::uint64_t number = 0;
   bool first = false;
   bool closed = false;
   {
@@ -83,14 +84,26 @@ void HTTPLoop::submit(Submission submission) {
     first = submissions_.empty();
     closed = closed_;
     ++outstanding_;
+    number = submission.number = ++lastNumber_;
     if (!closed) submissions_.push_back(std::move(submission));
   }
   if (closed) {
-    auto error = cancelledError(submission.request.url);  // NOLINT(bugprone-use-after-move): kept if closed
+    auto error =
+        sessionEndedError(submission.request.url);  // NOLINT(bugprone-use-after-move): kept if closed
     complete(std::move(submission), std::move(error));
   } else if (first) {
     wake();
   }
+  return number;
+}
+
+void HTTPLoop::cancel(const std::string& origin, std::uint64_t number) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (closed_) return;
+    cancellations_.push_back({origin, number});
+  }
+  wake();
 }
 
 bool HTTPLoop::flush(std::chrono::milliseconds timeout) {
@@ -136,12 +149,15 @@ void HTTPLoop::run() {
 
 bool HTTPLoop::takeSubmissions() {
   std::vector<Submission> taken;
+  std::vector<Cancellation> cancellations;
   {
     const std::lock_guard lock(mutex_);
     if (stopping_) return false;
     taken.swap(submissions_);
+    cancellations.swap(cancellations_);
   }
   for (auto& submission : taken) enqueue(std::move(submission));
+  for (const auto& cancellation : cancellations) carryOut(cancellation);
   return true;
 }
 
@@ -150,6 +166,24 @@ void HTTPLoop::enqueue(Submission submission) {
   Lane& lane = lanes_.try_emplace(origin, origin).first->second;
   lane.waiting.push_back(std::move(submission));
   markReady(lane);
+}
+
+void HTTPLoop::carryOut(const Cancellation& cancellation) {
+  const auto found = lanes_.find(cancellation.origin);
+  if (found == lanes_.end()) return;
+  Lane& lane = found->second;
+  const auto isMeant = [&](const Submission& each) { return each.number == cancellation.number; };
+  const auto waiting = std::find_if(lane.waiting.begin(), lane.waiting.end(), isMeant);
+  if (waiting != lane.waiting.end()) {
+    Submission submission = std::move(*waiting);
+    lane.waiting.erase(waiting);
+    auto error = cancelledError(submission.request.url);
+    return complete(std::move(submission), std::move(error));
+  }
+  for (const auto& slot : slots_) {
+    if (slot->submission && isMeant(*slot->submission))
+      return finish(*slot, cancelledError(slot->submission->request.url));
+  }
 }
 
 void HTTPLoop::markReady(Lane& lane) {
@@ -164,7 +198,11 @@ void HTTPLoop::startReadyLanes() {
     Lane& lane = *readyLanes_.front();
     readyLanes_.pop_front();
     lane.ready = false;
-    startNext(lane);
+    if (lane.waiting.empty()) {
+      retireIfEmpty(lane);
+    } else {
+      startNext(lane);
+    }
   }
 }
 
@@ -211,10 +249,13 @@ bool HTTPLoop::reap() {
 }
 
 void HTTPLoop::conclude(Slot& slot, CURLcode code) {
+  finish(slot, slot.transfer.finish(slot.submission->request.url, code));
+}
+
+void HTTPLoop::finish(Slot& slot, Result<HTTPResponse> result) {
   curl_multi_remove_handle(multi_.get(), slot.transfer.handle());
   Submission submission = std::move(*slot.submission);
   slot.submission.reset();
-  auto result = slot.transfer.finish(submission.request.url, code);
 
   Lane& lane = *std::exchange(slot.lane, nullptr);
   spareSlots_.push_back(&slot);
@@ -226,7 +267,7 @@ void HTTPLoop::conclude(Slot& slot, CURLcode code) {
 }
 
 void HTTPLoop::retireIfEmpty(Lane& lane) {
-  if (lane.active == 0 && lane.waiting.empty()) lanes_.erase(lane.origin);
+  if (lane.active == 0 && !lane.ready && lane.waiting.empty()) lanes_.erase(lane.origin);
 }
 
 void HTTPLoop::complete(Submission submission, Result<HTTPResponse> result) {
@@ -260,7 +301,7 @@ void HTTPLoop::cancelEverything() {
   slots_.clear();
   multi_.reset();
   for (auto& submission : cancelled) {
-    auto error = cancelledError(submission.request.url);
+    auto error = sessionEndedError(submission.request.url);
     complete(std::move(submission), std::move(error));
   }
 }

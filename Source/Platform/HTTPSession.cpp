@@ -52,20 +52,34 @@ class HTTPSession::Worker {
   std::shared_ptr<HTTPLoop> loop_;
 };
 
+struct HTTPTask::Request {
+  std::weak_ptr<HTTPLoop> loop;
+  std::string origin;
+  std::uint64_t number = 0;
+};
+
+void HTTPTask::cancel() const {
+  if (!request_) return;
+  if (const auto loop = request_->loop.lock()) loop->cancel(request_->origin, request_->number);
+}
+
 HTTPSession::HTTPSession(HTTPConfiguration configuration)
     : worker_(std::make_unique<Worker>(configuration)) {}
 
 HTTPSession::~HTTPSession() = default;
 
-void HTTPSession::start(HTTPRequest request, Queue& deliveryQueue, Completion completion) {
+HTTPTask HTTPSession::start(HTTPRequest request, Queue& deliveryQueue, Completion completion) {
   const auto fail = [&](Error error) {
     deliveryQueue.async(
         [completion = std::move(completion), error = std::move(error)] { completion(error); });
+    return HTTPTask();
   };
   if (auto error = refusal(request)) return fail(std::move(*error));
   auto loop = worker_->loop();
   if (!loop) return fail(std::move(loop).error());
-  (*loop)->submit({std::move(request), &deliveryQueue, std::move(completion)});
+  std::string origin = request.url.origin();
+  const auto number = (*loop)->submit({std::move(request), &deliveryQueue, std::move(completion)});
+  return HTTPTask(std::make_shared<HTTPTask::Request>(HTTPTask::Request{*loop, std::move(origin), number}));
 }
 
 void HTTPSession::startAndForget(HTTPRequest request) {

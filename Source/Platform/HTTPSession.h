@@ -27,7 +27,8 @@ enum class HTTPErrorCode : std::int64_t {
   tooManyRedirects = 6,
   responseTooLarge = 7,
   connectionLost = 8,  ///< The exchange broke off before its end.
-  cancelled = 9,       ///< The session was destroyed while the request was under way.
+  cancelled =
+      9,  ///< `HTTPTask::cancel` was called, or the session destroyed, before the response was complete.
   other = 10,
 };
 
@@ -58,6 +59,24 @@ struct HTTPConfiguration {
   bool neverResend = false;
 };
 
+/// Refers to one request of a session; a copy refers to the same request. May outlive the session.
+class HTTPTask {
+ public:
+  /// Refers to no request.
+  HTTPTask() = default;
+
+  /// Ends the request: its completion is called with `cancelled`, and its connection is closed (of HTTP/2:
+  /// its stream). Returns at once. No effect once the request has ended, or been cancelled. Any thread.
+  void cancel() const;
+
+ private:
+  friend class HTTPSession;
+  struct Request;
+  explicit HTTPTask(std::shared_ptr<const Request> request) : request_(std::move(request)) {}
+
+  std::shared_ptr<const Request> request_;
+};
+
 /// Sends GET requests over libcurl on one worker thread that all requests of the session share.
 ///
 /// Connections are kept and reused, HTTP/2 where the server offers it over TLS, compression accepted (where
@@ -78,7 +97,7 @@ class HTTPSession {
 
   /// Starts the request and returns at once. `completion` is called exactly once, on `deliveryQueue`, which
   /// must outlive the request. Any HTTP status counts as a response.
-  void start(HTTPRequest request, Queue& deliveryQueue, Completion completion);
+  HTTPTask start(HTTPRequest request, Queue& deliveryQueue, Completion completion);
 
   /// Starts the request and forgets it: no completion, errors are dropped.
   void startAndForget(HTTPRequest request);

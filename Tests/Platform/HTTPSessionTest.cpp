@@ -160,6 +160,37 @@ TEST_F(HTTPSessionTest, RepeatsARequestOnADeadConnectionOnlyWhereItMay) {
   }
 }
 
+TEST_F(HTTPSessionTest, CancellingEndsOneRequestWaitingOrInFlightAndNoOther) {
+  ScriptedServer server([](Connection& connection) {
+    if (connection.number() == 0) {
+      connection.readRequest();
+      return connection.waitForHangUp();
+    }
+    behave(connection);
+  });
+  auto session = std::make_unique<HTTPSession>(HTTPConfiguration{.maximumConnectionsPerHost = 1});
+  std::vector<std::promise<Result<HTTPResponse>>> outcomes(3);
+  std::vector<HTTPTask> tasks{HTTPTask()};
+  for (std::size_t i = 0; i < outcomes.size(); ++i) {
+    tasks.push_back(session->start({server.url("/" + std::to_string(i)), {}}, queue,
+                                   [&, i](auto result) { outcomes[i].set_value(std::move(result)); }));
+  }
+  while (server.targets().empty()) std::this_thread::yield();
+  for (const std::size_t i : {1U, 0U}) {
+    tasks[i + 1].cancel();
+    const auto result = outcomes[i].get_future().get();
+    EXPECT_EQ(codeOf(result), HTTPErrorCode::cancelled);
+    EXPECT_EQ(result.error().description, "GET " + server.url("/" + std::to_string(i)).absoluteString() +
+                                              " was cancelled before the response was complete");
+  }
+  EXPECT_TRUE(outcomes[2].get_future().get());
+  for (const auto& task : tasks) task.cancel();
+  EXPECT_TRUE(session->flush(20s));
+  EXPECT_THAT(server.targets(), ElementsAre("/0", "/2"));
+  session.reset();
+  tasks.back().cancel();
+}
+
 TEST_F(HTTPSessionTest, ItsEndCancelsWhatIsUnderWayAndWhatWaits) {
   ScriptedServer server(sayNothing);
   std::vector<std::future<Result<HTTPResponse>>> outcomes;

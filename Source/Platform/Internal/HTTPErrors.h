@@ -13,7 +13,11 @@ namespace tarn {
 /// Why the request cannot be sent at all; absent when it can.
 [[nodiscard]] std::optional<Error> refusal(const HTTPRequest& request);
 
+/// `HTTPTask::cancel` ended the request.
 [[nodiscard]] Error cancelledError(const URL& url);
+
+/// The session was destroyed before the request ended.
+[[nodiscard]] Error sessionEndedError(const URL& url);
 
 /// The session itself could not be set up: `what` failed with the system error `number`.
 [[nodiscard]] Error setupError(std::string_view what, int number);

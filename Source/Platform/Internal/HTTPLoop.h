@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -26,14 +27,15 @@ namespace tarn {
 /// its next request once the one before is about to go onto the wire or has failed: otherwise a later request
 /// on an idle connection would overtake an earlier one that still connects.
 ///
-/// `submit`, `flush`, `stop` and `waitForEnd` may be called on any thread; `run` is the worker thread, to
-/// which all else belongs.
+/// `submit`, `cancel`, `flush`, `stop` and `waitForEnd` may be called on any thread; `run` is the worker
+/// thread, to which all else belongs.
 class HTTPLoop {
  public:
   struct Submission {
     HTTPRequest request;
     Queue* deliveryQueue = nullptr;      ///< Used only with a completion.
     HTTPSession::Completion completion;  ///< Absent: nobody waits for the outcome.
+    std::uint64_t number = 0;            ///< Set by `submit`.
   };
 
   /// Fails when the system gives no more descriptors or memory.
@@ -42,7 +44,10 @@ class HTTPLoop {
   HTTPLoop& operator=(const HTTPLoop&) = delete;
   ~HTTPLoop() = default;
 
-  void submit(Submission submission);
+  /// Returns the submission's number, by which it can be cancelled.
+  std::uint64_t submit(Submission submission);
+  /// Ends submission `number`, whose URL has `origin`, unless it has ended.
+  void cancel(const std::string& origin, std::uint64_t number);
   bool flush(std::chrono::milliseconds timeout);
   /// Makes `run` cancel what is under way and return.
   void stop();
@@ -64,6 +69,11 @@ class HTTPLoop {
     bool ready = false;         // stands in `readyLanes_`
   };
 
+  struct Cancellation {
+    std::string origin;
+    std::uint64_t number = 0;
+  };
+
   /// A transfer with what it carries; kept for reuse.
   struct Slot {
     explicit Slot(HTTPLoop& loop);
@@ -78,6 +88,7 @@ class HTTPLoop {
   // What waits.
   bool takeSubmissions();
   void enqueue(Submission submission);
+  void carryOut(const Cancellation& cancellation);
   void startReadyLanes();
   void markReady(Lane& lane);
   void retireIfEmpty(Lane& lane);
@@ -88,6 +99,7 @@ class HTTPLoop {
   void departed(Slot& slot);
   bool reap();
   void conclude(Slot& slot, CURLcode code);
+  void finish(Slot& slot, Result<HTTPResponse> result);
   void complete(Submission submission, Result<HTTPResponse> result);
   void cancelEverything();
 
@@ -106,6 +118,8 @@ class HTTPLoop {
   std::mutex mutex_;                 // guards what stands up to the blank line
   std::condition_variable changed_;  // `outstanding_` has become 0, or `ended_` true
   std::vector<Submission> submissions_;
+  std::vector<Cancellation> cancellations_;
+  std::uint64_t lastNumber_ = 0;
   std::size_t outstanding_ = 0;
   bool stopping_ = false;
   bool closed_ = false;  // takes no more submissions
