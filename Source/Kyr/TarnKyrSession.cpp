@@ -51,6 +51,7 @@ TarnKyrSession::TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybac
 
 TarnKyrSession::~TarnKyrSession() {
   loadQueue_.cancelAllOperations();
+  if (const auto loading = loadOperation_.lock()) loading->abortRetrieval();
 }
 
 std::weak_ptr<TarnKyrSession> TarnKyrSession::weakSelf() {
@@ -72,6 +73,7 @@ void TarnKyrSession::load() {
       if (const auto self = weak.lock()) self->concludeLoad(*concluded);
     });
   });
+  loadOperation_ = operation;
   loadQueue_.addOperation(operation);
 }
 

@@ -34,9 +34,10 @@ enum TarnKyrSessionLoadState : std::int64_t {
 /// out, seeks are made in content time and held to the ad policy, ads arrive as lifecycle events, and the
 /// beacons of what is played are sent. What it does not change it leaves to the inner session.
 ///
-/// Main thread. Made as a `std::shared_ptr` and owned by whoever plays it; everything that it has under way
-/// ends when it is let go, also inside one of its own callbacks. Its signals are the inner session's plus the
-/// ads': only the inner lifecycle flows until the load has completed, and none of them ends by itself.
+/// Main thread. Made as a `std::shared_ptr` and owned by the player's user. Destroying it, also inside one of
+/// its own callbacks, ends all of its work: subscriptions, seeks, and the request for the document. Its
+/// signals are the inner session's plus the ads': only the inner lifecycle flows until the load has
+/// completed, and none of them ends by itself.
 class TarnKyrSession final : public TarnPlaybackSession,
                              public TarnSessionSeeking,
                              public TarnSessionTimeMapping {
@@ -186,6 +187,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
   std::shared_ptr<const TarnVideo> updatedVideoWithCuePoints_;
 
   tarn::OperationQueue loadQueue_{"TarnKyrSession.load"};
+  std::weak_ptr<TarnLumoTimelineOperation> loadOperation_;
   tarn::Observable<TarnKyrSessionLoadState> loadState_{TarnKyrLoadStateInitial};
   std::optional<tarn::Error> loadError_;
   std::shared_ptr<const TarnLumoTimeline> timeline_;

@@ -110,11 +110,16 @@ void TarnLumoDocument::retrieve(tarn::Queue& queue, TarnLumoHTTPHeaders headers,
     state_ = session ? TarnLumoDocumentStateRetrieving : TarnLumoDocumentStateErrored;
   }
   if (!session) return completion(nullptr, multipleRetrievalError(lumoURL_));
-  session->start({lumoURL_, std::move(headers)}, connectionOperationQueue_,
-                 [self = shared_from_this(), &queue, completion = std::move(completion)](auto response) {
-                   auto error = self->receive(std::move(response));
-                   queue.async([self, completion, error = std::move(error)] { completion(self, error); });
-                 });
+  request_ =
+      session->start({lumoURL_, std::move(headers)}, connectionOperationQueue_,
+                     [self = shared_from_this(), &queue, completion = std::move(completion)](auto response) {
+                       auto error = self->receive(std::move(response));
+                       queue.async([self, completion, error = std::move(error)] { completion(self, error); });
+                     });
+}
+
+void TarnLumoDocument::abortRetrieval() {
+  retrievalQueue_.async([self = shared_from_this()] { self->request_.cancel(); });
 }
 
 std::optional<tarn::Error> TarnLumoDocument::receive(tarn::Result<tarn::HTTPResponse> response) {

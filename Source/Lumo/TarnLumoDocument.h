@@ -78,8 +78,14 @@ class TarnLumoDocument : public std::enable_shared_from_this<TarnLumoDocument> {
   /// Fetches and reads the document; returns at once. `completion` is called on `queue`, which must outlive
   /// the retrieval, and at once on the document's retrieval queue when the document was already retrieved
   /// (4012). Any HTTP status's body is read. Errors: 4010 with the transport error beneath, 4011 with the
-  /// reader's error beneath.
+  /// reader's error beneath. The session's total time limit applies (60 s by default, and not a limit on idle
+  /// time): a viewer waits for the document, and a server that sends it a byte at a time must not keep the
+  /// load open for ever.
   void retrieveOnQueue(tarn::Queue& queue, TarnLumoHTTPHeaders headers, Completion completion);
+  /// Aborts the request of a retrieval in progress: its completion is called with 4010 and the cause
+  /// `HTTPErrorCode::cancelled`. Without effect before a retrieval and after its response has arrived. Any
+  /// thread; returns at once.
+  void abortRetrieval();
 
  private:
   void retrieve(tarn::Queue& queue, TarnLumoHTTPHeaders headers, Completion completion);
@@ -89,6 +95,7 @@ class TarnLumoDocument : public std::enable_shared_from_this<TarnLumoDocument> {
 
   const tarn::URL lumoURL_;
   tarn::SerialQueue retrievalQueue_{"TarnLumoDocument.retrievalQueue"};
+  tarn::HTTPTask request_;  // belongs to the retrieval queue
   tarn::OperationQueue connectionOperationQueue_{"com.tarn.lumo.TarnLumoDocument"};
   mutable std::mutex mutex_;  // guards what follows
   TarnLumoDocumentState state_ = TarnLumoDocumentStateInitial;

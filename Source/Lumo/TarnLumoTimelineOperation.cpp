@@ -50,7 +50,14 @@ void TarnLumoTimelineOperation::begin() {
                             [self = shared_from_this(), this](const auto& retrieved, const auto& error) {
                               conclude(retrieved.get(), error);
                             });
+  document_ = document;
   announceExecuting();
+}
+
+void TarnLumoTimelineOperation::abortRetrieval() {
+  isolationQueue_.async([self = shared_from_this(), this] {
+    if (const auto document = document_.lock()) document->abortRetrieval();
+  });
 }
 
 void TarnLumoTimelineOperation::conclude(const TarnLumoDocument* document,

@@ -13,8 +13,9 @@ class TarnLumoTimeline;
 /// Loads one timeline: fetches and reads the document at a URL, and ends holding a timeline or an error,
 /// never both.
 ///
-/// Completion arrives on the main queue. An operation that is cancelled before it begins, or has no URL, ends
-/// with neither.
+/// It finishes on the main queue when the document has been retrieved. An operation that is cancelled before
+/// it begins, or has no URL, finishes with neither on a queue of its own. A cancellation after the start is
+/// not observed: the retrieval runs to its end.
 class TarnLumoTimelineOperation final : public tarn::Operation {
  public:
   explicit TarnLumoTimelineOperation(std::optional<tarn::URL> lumoUXURL);
@@ -30,8 +31,14 @@ class TarnLumoTimelineOperation final : public tarn::Operation {
   /// What the reader noticed in the document; empty before the operation has finished.
   [[nodiscard]] std::vector<TarnLumoWarning> warnings() const;
 
-  /// A second start is ignored.
+  /// A second start is ignored, with one exception: on an operation that has been cancelled it announces
+  /// "isFinished" at once, on the operation's own queue and without a result. If a retrieval is in progress,
+  /// "isFinished" is announced again on the main queue with its result. The completion block runs only the
+  /// first time.
   void start() override;
+  /// Aborts the retrieval in progress, which then ends like one that fails: with 4010, on the main queue. For
+  /// an owner that has no more use for the result. Any thread; returns at once.
+  void abortRetrieval();
   [[nodiscard]] bool isConcurrent() const override { return true; }
   [[nodiscard]] bool isExecuting() const override;
   [[nodiscard]] bool isFinished() const override;
@@ -44,6 +51,7 @@ class TarnLumoTimelineOperation final : public tarn::Operation {
   std::optional<tarn::URL> lumoUXURL_;
   TarnLumoHTTPHeaders httpHeaders_;
   tarn::SerialQueue isolationQueue_;
+  std::weak_ptr<TarnLumoDocument> document_;  // belongs to the isolation queue
   mutable std::mutex lockObject_;
   bool executing_ = false;
   bool finished_ = false;

@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <future>
 
 #include "Host/TarnBasicPlaybackSession.h"
 #include "KyrStage.h"
+#include "Support/ScriptedServer.h"
 #include "Support/TimePrinter.h"
 
 namespace {
@@ -98,6 +100,24 @@ TEST_F(TarnKyrSessionTest, TouchesNothingWhenItWasLetGoOrTerminatedWhileLoading)
   server.release();
   EXPECT_TRUE(await([&] { return other->loadState().get() == TarnKyrLoadStateComplete; }));
   EXPECT_THAT(*calls, ElementsAre("pause"));
+}
+
+TEST_F(TarnKyrSessionTest, AbortsItsRequestWhenItIsReleased) {
+  std::promise<void> asked;
+  std::promise<void> hungUp;
+  ScriptedServer silent([&](ScriptedServer::Connection& connection) {
+    connection.readRequest();
+    asked.set_value();
+    connection.waitForHangUp();
+    hungUp.set_value();
+  });
+  const auto source = std::make_shared<const TarnSource>(silent.url("/vmap"), kTarnSourceDeliveryHLS);
+  inner = std::make_shared<TarnBasicPlaybackSession>(ssaiVideo(silent.url("/vmap")), source, player);
+  session = std::make_shared<TarnKyrSession>(inner, TarnLumoHTTPHeaders{});
+  session->load();
+  asked.get_future().wait();
+  session.reset();
+  EXPECT_EQ(hungUp.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
 TEST_F(TarnKyrSessionTest, TranslatesTimesOnceItHasLoaded) {

@@ -30,7 +30,11 @@ struct Outcome {
 class HeldQueue final : public Queue {
  public:
   void async(Task task) override { task_.set_value(std::move(task)); }
-  void runOne() { task_.get_future().get()(); }
+  void runOne() {
+    auto task = task_.get_future();
+    ASSERT_EQ(task.wait_for(20s), std::future_status::ready) << "nothing was delivered on this queue";
+    task.get()();
+  }
 
  private:
   std::promise<Task> task_;
@@ -117,7 +121,10 @@ TEST_F(TarnLumoDocumentTest, WrapsTransportErrors) {
         Case{"http://127.0.0.1/", {{"Bad\r\nName", "x"}}, HTTPErrorCode::invalidHeader}}) {
     SCOPED_TRACE(url);
     const auto document = std::make_shared<TarnLumoDocument>(*URL::fromString(url));
-    const auto outcome = retrieve(*document, queue, headers).get();
+    HeldQueue held;
+    auto pending = retrieve(*document, held, headers);
+    held.runOne();
+    const auto outcome = pending.get();
     EXPECT_EQ(outcome.document, document);
     EXPECT_EQ(document->state(), TarnLumoDocumentStateErrored);
     expectCode(outcome.error, TarnLumoDocumentErrorCodeConnection);
@@ -132,6 +139,8 @@ TEST_F(TarnLumoDocumentTest, ASecondRetrievalIsRefusedAtOnceAndTheFirstEndsWithI
   server.hold("/vmap");
   const auto document = makeDocument("/vmap");
   auto first = retrieve(*document, queue);
+  ASSERT_TRUE(server.waitForRequests(1));
+  EXPECT_EQ(document->state(), TarnLumoDocumentStateRetrieving);
   HeldQueue neverRun;
   const auto second = retrieve(*document, neverRun).get();  // told although its queue runs nothing
 
@@ -165,10 +174,14 @@ TEST_F(TarnLumoDocumentTest, LivesUntilItsCompletionHasRun) {
 }
 
 TEST_F(TarnLumoDocumentTest, SharesASessionAndMakesAFreshOneForNone) {
-  const auto session = std::make_shared<HTTPSession>();
+  const auto session = std::make_shared<HTTPSession>(HTTPConfiguration{.maximumBodySize = 1});
   const auto document = makeDocument("/vmap");
-  for (int i = 0; i < 2; ++i) document->setSharedURLSession(session);
-  EXPECT_EQ(document->sharedURLSession(), session);
+  EXPECT_NE(document->sharedURLSession(), makeDocument("/vmap")->sharedURLSession());
+  for (const auto& sharing : {document, makeDocument("/vmap")}) {
+    for (int i = 0; i < 2; ++i) sharing->setSharedURLSession(session);
+    EXPECT_EQ(sharing->sharedURLSession(), session);
+    if (sharing != document) expectCode(retrieve(*sharing, queue).get().error, 4010);
+  }
   document->setSharedURLSession(nullptr);
   EXPECT_THAT(document->sharedURLSession(), AllOf(Ne(nullptr), Ne(session)));
   EXPECT_FALSE(retrieve(*document, queue).get().error);
@@ -257,15 +270,49 @@ TEST_F(TarnLumoTimelineOperationTest, EndsWithoutRequestOrResultWhenCancelledBef
   EXPECT_THAT(server.targets(), IsEmpty());
 }
 
-TEST_F(TarnLumoTimelineOperationTest, ACancellationAfterTheStartIsNotObserved) {
+TEST_F(TarnLumoTimelineOperationTest, ObservesACancellationAfterTheStartOnlyWhenStartedAgain) {
+  for (const bool startedAgain : {false, true}) {
+    SCOPED_TRACE(startedAgain);
+    server.hold("/vmap");
+    const auto operation = makeOperation("/vmap");
+    std::vector<std::string> finishes;
+    std::promise<void> firstFinish;
+    int completions = 0;
+    operation->setCompletionBlock([&] { ++completions; });
+    operation->observeFinished([&, main = std::this_thread::get_id()](const auto&) {
+      finishes.push_back(std::string(operation->resultTimeline() ? "timeline" : "nothing") +
+                         (std::this_thread::get_id() == main ? " on the main queue" : " elsewhere"));
+      if (finishes.size() == 1) firstFinish.set_value();
+    });
+    operation->start();
+    ASSERT_TRUE(server.waitForRequests(startedAgain ? 2 : 1));
+    operation->cancel();
+    if (startedAgain) {
+      operation->start();
+      firstFinish.get_future().wait();
+    }
+    server.release();
+    ASSERT_TRUE(
+        MainQueue::shared().runUntil([&] { return operation->resultTimeline() && completions == 1; }, 20s));
+    if (startedAgain) {
+      EXPECT_THAT(finishes, ElementsAre("nothing elsewhere", "timeline on the main queue"));
+    } else {
+      EXPECT_THAT(finishes, ElementsAre("timeline on the main queue"));
+    }
+  }
+}
+
+TEST_F(TarnLumoTimelineOperationTest, EndsAnAbortedRetrievalWithoutWaitingForTheServer) {
   server.hold("/vmap");
   const auto operation = makeOperation("/vmap");
+  operation->abortRetrieval();  // none is in progress
   operation->start();
   ASSERT_TRUE(server.waitForRequests(1));
-  operation->cancel();
-  server.release();
+  operation->abortRetrieval();
   ASSERT_TRUE(finish(*operation));
-  EXPECT_NE(operation->resultTimeline(), nullptr);
+  expectCode(operation->error(), TarnLumoDocumentErrorCodeConnection);
+  EXPECT_EQ(operation->error()->underlying->code, static_cast<std::int64_t>(HTTPErrorCode::cancelled));
+  server.release();
 }
 
 TEST_F(TarnLumoTimelineOperationTest, RetrievesOnceHoweverOftenItIsStarted) {
