@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "CountingDigester.h"
+#include "CountingBeaconSink.h"
 #include "Host/TarnBasicSessionProvider.h"
 #include "Host/TarnPlaybackController.h"
 #include "KeepAliveResponder.h"
@@ -76,7 +76,7 @@ class Viewing final : public TarnSessionConsumer, public std::enable_shared_from
  public:
   explicit Viewing(const tarn::URL& document) {
     auto options = std::make_shared<TarnKyrSessionProviderOptions>();
-    options->makeAnalyticsDigester = [digester = digester_] { return digester; };
+    options->beaconSink = beaconSink_;
     auto players = std::make_shared<TarnBasicSessionProvider>(
         [this] { return player_ = std::make_shared<GivenPlayer>(); });
     controller_ = std::make_shared<TarnPlaybackController>(
@@ -104,13 +104,13 @@ class Viewing final : public TarnSessionConsumer, public std::enable_shared_from
   [[nodiscard]] const TarnKyrSession& session() const {
     return dynamic_cast<const TarnKyrSession&>(*controller_->currentSession());
   }
-  [[nodiscard]] std::int64_t beacons() const { return digester_->beacons; }
+  [[nodiscard]] std::int64_t beacons() const { return beaconSink_->beacons; }
 
   std::int64_t contentTimes = 0;
   std::int64_t lifecycleEvents = 0;
 
  private:
-  std::shared_ptr<CountingDigester> digester_ = std::make_shared<CountingDigester>();
+  std::shared_ptr<CountingBeaconSink> beaconSink_ = std::make_shared<CountingBeaconSink>();
   std::shared_ptr<GivenPlayer> player_;
   std::shared_ptr<TarnPlaybackController> controller_;
 };

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "AllocationCounter.h"
-#include "CountingDigester.h"
+#include "CountingBeaconSink.h"
 #include "Lumo/TarnLumoAnalyticsSession.h"
 #include "StreamOfBreaks.h"
 
@@ -20,8 +20,9 @@ constexpr std::int64_t kStep = kTimescale / 4;  // players report four times a s
 template <typename NextPosition>
 void measureUpdates(benchmark::State& state, const NextPosition& nextPosition) {
   const auto tracker = std::make_shared<TarnLumoProgressTracker>(streamOfBreaks(kBreaks));
-  const auto digester = std::make_shared<CountingDigester>();
-  const auto analytics = TarnLumoAnalyticsSession::initWithProgessTracker(tracker, digester);
+  const auto sink = std::make_shared<CountingBeaconSink>();
+  const auto analytics = TarnLumoAnalyticsSession::initWithProgessTracker(
+      tracker, std::make_shared<TarnLumoAnalyticsDigester>(sink));
   std::int64_t position = 0;
   const std::size_t allocationsBefore = allocationCount();
   for (auto _ : state) {
@@ -30,7 +31,7 @@ void measureUpdates(benchmark::State& state, const NextPosition& nextPosition) {
   }
   const auto updates = static_cast<double>(state.iterations());
   state.counters["allocations"] = static_cast<double>(allocationCount() - allocationsBefore) / updates;
-  state.counters["beacons"] = static_cast<double>(digester->beacons) / updates;
+  state.counters["beacons"] = static_cast<double>(sink->beacons) / updates;
 }
 
 void updateInContent(benchmark::State& state) {
@@ -63,7 +64,8 @@ void contentAnalyticsAtTheEndOfManyImpressions(benchmark::State& state) {
   }
   const auto timeline =
       TarnLumoTimeline::make(std::nullopt, seconds(state.range(0)), seconds(state.range(0)), {}, impressions);
-  TarnLumoContentAnalyticsSession session(timeline, std::make_shared<CountingDigester>());
+  TarnLumoContentAnalyticsSession session(
+      timeline, std::make_shared<TarnLumoAnalyticsDigester>(std::make_shared<CountingBeaconSink>()));
   std::int64_t turn = 0;
   for (auto _ : state) {
     turn ^= 1;

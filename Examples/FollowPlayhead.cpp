@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "Lumo/HTTPBeaconSink.h"
 #include "Lumo/TarnLumoAnalyticsSession.h"
 #include "Lumo/TarnLumoTimelineOperation.h"
 
@@ -38,5 +39,5 @@ int main(int argc, char** argv) {
   }
 
   // 4. Before the application ends, let the beacons that are under way finish.
-  digester->flush(std::chrono::seconds(5));
+  tarn::HTTPBeaconSink::shared()->flush(std::chrono::seconds(5));
 }

@@ -10,7 +10,7 @@
 
 #include "Host/TarnPlayerSDKManager.h"
 #include "Kyr/TarnKyrComponent.h"
-#include "Lumo/TarnLumoAnalyticsDigester.h"
+#include "Lumo/HTTPBeaconSink.h"
 #include "Platform/Queue.h"
 
 /// Each operation and each task holds the player, so that a listener may drop it in the middle of a report.
@@ -196,5 +196,5 @@ int main(int argc, char** argv) {
   controller->begin();
   tarn::MainQueue::shared().runUntil([&] { return screen->over; }, std::chrono::hours(24));
   controller->terminate();
-  TarnLumoAnalyticsDigester().flush(std::chrono::seconds(5));  // the last ad's beacons
+  tarn::HTTPBeaconSink::shared()->flush(std::chrono::seconds(5));  // the last ad's beacons
 }

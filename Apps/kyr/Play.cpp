@@ -76,7 +76,7 @@ std::optional<Error> playInWindow(const PlayOptions& options, const DocumentAddr
   const auto printed = makeView(options);
   TeeSessionView views{printed.get(), &(*window)->view()};
   Viewing viewing(viewingOptions(address, script), playerMaker((*window)->playerOptions()), views);
-  const auto overlay = (*window)->makeOverlay(viewing.digester());
+  const auto overlay = (*window)->makeOverlay(viewing.beaconSink());
   viewing.addSessionConsumer(overlay);
   Show show(viewing, options.seconds,
             [&window](const auto& done, auto limit) { return (*window)->runUntil(done, limit); });

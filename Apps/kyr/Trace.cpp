@@ -9,7 +9,7 @@
 #include "Lumo/TarnLumoProgressTracker.h"
 #include "Report.h"
 #include "Script.h"
-#include "ShowingDigester.h"
+#include "ShowingBeaconSink.h"
 #include "TracePrinter.h"
 
 namespace tarn::cli {
@@ -28,8 +28,8 @@ class Trace {
         tracker_->contentLoadedTimeRanges().observe(
             [this](const auto& ranges) { printer_.ranges(line_, "loaded", ranges); })};
     analytics_ = TarnLumoAnalyticsSession::initWithProgessTracker(
-        tracker_,
-        makeShowingDigester(Beacons::shown, [this](const URL& url) { printer_.beacon(line_, url); }));
+        tracker_, std::make_shared<TarnLumoAnalyticsDigester>(std::make_shared<ShowingBeaconSink>(
+                      Beacons::shown, [this](const URL& url) { printer_.beacon(line_, url); })));
   }
 
   /// Answers what was expected instead when the line is no command.

@@ -76,10 +76,10 @@ Viewing::Viewing(const ViewingOptions& options, MakePlayer makePlayer, SessionVi
   });
   const auto providerOptions = std::make_shared<TarnKyrSessionProviderOptions>();
   addHeaders(providerOptions->httpHeaders, options.headers);
-  digester_ = makeShowingDigester(options.beacons, [weakView](const URL& url) {
+  beaconSink_ = std::make_shared<ShowingBeaconSink>(options.beacons, [weakView](const URL& url) {
     if (const auto told = weakView.lock()) told->beacon(url);
   });
-  providerOptions->makeAnalyticsDigester = [digester = digester_] { return digester; };
+  providerOptions->beaconSink = beaconSink_;
   const auto provider = std::make_shared<TarnKyrSessionProvider>(
       providerOptions, std::make_shared<TarnBasicSessionProvider>(manager->playerFactory()));
   controller_ = manager->createPlaybackControllerWithSessionProvider(provider);

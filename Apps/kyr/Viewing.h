@@ -10,7 +10,7 @@
 #include "Host/TarnPlaybackController.h"
 #include "Kyr/TarnKyrSession.h"
 #include "SessionView.h"
-#include "ShowingDigester.h"
+#include "ShowingBeaconSink.h"
 #include "WatchedPlayer.h"
 
 namespace tarn::cli {
@@ -41,7 +41,7 @@ class Viewing {
     controller_->addSessionConsumer(std::move(consumer));
   }
   /// Shows beacons to the view, and sends them if the viewing does.
-  [[nodiscard]] const std::shared_ptr<TarnLumoAnalyticsDigester>& digester() const { return digester_; }
+  [[nodiscard]] const std::shared_ptr<BeaconSink>& beaconSink() const { return beaconSink_; }
 
   /// Waits, running the main queue, until the session has begun or `isOver` answers true. Answers whether
   /// there is a session; without one `error` tells why, unless it was over.
@@ -57,8 +57,8 @@ class Viewing {
   [[nodiscard]] bool isReady() const { return ready_; }
   [[nodiscard]] bool hasEnded() const { return ended_; }
 
-  /// Waits until the beacons under way are through, at most `limit`. Only for beacons that are sent.
-  bool flush(std::chrono::milliseconds limit) { return digester_->flush(limit); }
+  /// Waits until the beacons in flight are through, at most `limit`.
+  bool flush(std::chrono::milliseconds limit) { return beaconSink_->flush(limit); }
 
   // What the viewer does. To be called when there is a session.
 
@@ -89,7 +89,7 @@ class Viewing {
   const URL document_;
   /// Gone when the viewing is: what then still happens is nobody's business.
   std::shared_ptr<SessionView> view_;
-  std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
+  std::shared_ptr<BeaconSink> beaconSink_;
   std::shared_ptr<Consumer> consumer_;
   std::shared_ptr<TarnPlaybackController> controller_;
   bool begun_ = false;

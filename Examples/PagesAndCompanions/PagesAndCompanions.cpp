@@ -16,6 +16,7 @@
 #include "Kyr/TarnKyrAdComponentDisplayContainer.h"
 #include "Kyr/TarnKyrComponent.h"
 #include "Kyr/TarnKyrConstants.h"
+#include "Lumo/HTTPBeaconSink.h"
 #include "Lumo/TarnLumoAd.h"
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
 
@@ -93,9 +94,8 @@ class BannerSlot final : public TarnKyrCompanionSlot {
 /// The application's ear: prints what happens, and changes the banner with the ads.
 class Listener final : public TarnSessionConsumer {
  public:
-  Listener(Events pageEvents, std::shared_ptr<BannerSlot> slot,
-           std::shared_ptr<TarnLumoAnalyticsDigester> digester)
-      : pageEvents_(std::move(pageEvents)), slot_(std::move(slot)), digester_(std::move(digester)) {}
+  Listener(Events pageEvents, std::shared_ptr<BannerSlot> slot)
+      : pageEvents_(std::move(pageEvents)), slot_(std::move(slot)) {}
 
   void didAdvanceToPlaybackSession(const Session& session) override {
     const auto events = session->lifecycle().merge(pageEvents_);
@@ -126,7 +126,7 @@ class Listener final : public TarnSessionConsumer {
 
   Events pageEvents_;
   std::shared_ptr<BannerSlot> slot_;
-  std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
+  std::shared_ptr<TarnLumoAnalyticsDigester> digester_ = std::make_shared<TarnLumoAnalyticsDigester>();
   Tarn_RACDeallocDisposable subscriptions_;
 };
 
@@ -169,15 +169,14 @@ int main(int argc, char** argv) {
   if (view.status() != QQuickView::Ready) return 1;  // Qt has told why
   view.resize(1280, 720);
 
-  const auto digester = std::make_shared<TarnLumoAnalyticsDigester>();
   const auto slot = std::make_shared<BannerSlot>(part(view, "bannerPlace"), 300, 60);
   const auto overlay = std::make_shared<TarnKyrAdComponentDisplayContainer>(
-      part(view, "overlayPlace"), TarnKyrAdComponentDisplayContainer::CompanionSlots{slot}, digester);
+      part(view, "overlayPlace"), TarnKyrAdComponentDisplayContainer::CompanionSlots{slot});
   overlay->setPagePresenter(
       [&pages](QObject* viewController, const Ad& ad, const tarn::URL& url, const Session& session) {
         pages.present(viewController, ad, url, session);
       });
-  const auto listener = std::make_shared<Listener>(pageEvents, slot, digester);
+  const auto listener = std::make_shared<Listener>(pageEvents, slot);
 
   const auto controller = makeController(part(view, "video"));
   controller->addSessionConsumer(overlay);
@@ -192,7 +191,7 @@ int main(int argc, char** argv) {
   view.requestActivate();
   QGuiApplication::exec();
   controller->terminate();
-  digester->flush(std::chrono::seconds(5));
+  tarn::HTTPBeaconSink::shared()->flush(std::chrono::seconds(5));
 }
 
 #include "PagesAndCompanions.moc"

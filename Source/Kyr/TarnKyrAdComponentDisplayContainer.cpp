@@ -64,9 +64,9 @@ TarnKyrAdComponentDisplayContainer::TarnKyrAdComponentDisplayContainer(Companion
 /// The common set-up is done anew: the view of the first is never shown.
 TarnKyrAdComponentDisplayContainer::TarnKyrAdComponentDisplayContainer(
     QQuickItem* adComponentContainer, CompanionSlots companionSlots,
-    std::shared_ptr<TarnLumoAnalyticsDigester> digester)
+    std::shared_ptr<tarn::BeaconSink> beaconSink)
     : TarnKyrAdComponentDisplayContainer(companionSlots) {
-  digester_ = std::move(digester);
+  beaconSink_ = std::move(beaconSink);
   configureCommon();
   configureAdComponentContainer(adComponentContainer);
   configureCompanionSlots(std::move(companionSlots));
@@ -99,7 +99,7 @@ void TarnKyrAdComponentDisplayContainer::configureAdComponentContainer(QQuickIte
   const auto sessions = advances_.signal().reduceEach([](const Session& session) { return session; });
   subscriptions_.add(sessions.subscribeNext([this](const Session& session) { currentSession_ = session; }));
   constructSignals(sessions);
-  const auto clicks = adComponentView_->adsByLearnMoreWithSessions(sessions, digester_);
+  const auto clicks = adComponentView_->adsByLearnMoreWithSessions(sessions, beaconSink_);
   subscriptions_.add(clicks.subscribeNext([this](const TarnKyrAdClickThrough& click) {
     const auto handler = nextBlock_;  // it may replace itself, or let go of this container
     if (handler) handler(click);

@@ -12,7 +12,7 @@
 #include "Kyr/TarnKyrAdClickThrough.h"
 #include "Kyr/TarnKyrAdComponentView.h"
 #include "Kyr/TarnKyrCompanionSlot.h"
-#include "Lumo/TarnLumoAnalyticsDigester.h"
+#include "Lumo/BeaconSink.h"
 
 /// Kept for the application; nothing is asked of it.
 class TarnKyrAdComponentDelegate {
@@ -43,10 +43,10 @@ class TarnKyrAdComponentDisplayContainer : public TarnSessionConsumer {
   /// Must not be used: throws `tarn::ProgrammingError`.
   TarnKyrAdComponentDisplayContainer();
   /// `adComponentContainer`, which receives the overlay, is kept weakly; without it nothing is shown.
-  /// `companionSlots` are stored. `digester` sends the beacons of clicks and skips; without one, one of the
-  /// overlay's own does.
+  /// `companionSlots` are stored. `beaconSink` receives the beacons of clicks and skips; null:
+  /// `tarn::HTTPBeaconSink::shared()`.
   TarnKyrAdComponentDisplayContainer(QQuickItem* adComponentContainer, CompanionSlots companionSlots,
-                                     std::shared_ptr<TarnLumoAnalyticsDigester> digester = nullptr);
+                                     std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr);
   /// With a view that nothing puts anywhere.
   explicit TarnKyrAdComponentDisplayContainer(CompanionSlots companionSlots);
   ~TarnKyrAdComponentDisplayContainer() override;
@@ -94,7 +94,7 @@ class TarnKyrAdComponentDisplayContainer : public TarnSessionConsumer {
   std::unique_ptr<TarnKyrAdComponentView, DeleteLater> adComponentView_;
   ClickThroughHandler nextBlock_;
   PagePresenter pagePresenter_;
-  std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
+  std::shared_ptr<tarn::BeaconSink> beaconSink_;
   Tarn_RACInvocations<Session> advances_;
   std::shared_ptr<TarnKyrAdComponentDisplayContainer*> alive_ =
       std::make_shared<TarnKyrAdComponentDisplayContainer*>(this);

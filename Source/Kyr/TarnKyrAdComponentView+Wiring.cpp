@@ -89,8 +89,8 @@ void seekExactly(const std::shared_ptr<TarnPlayer>& player, CMTime time,
 }  // namespace
 
 Tarn_RACSignal<TarnKyrAdClickThrough> TarnKyrAdComponentView::adsByLearnMoreWithSessions(
-    const Sessions& sessions, std::shared_ptr<TarnLumoAnalyticsDigester> digester) {
-  if (!digester) digester = std::make_shared<TarnLumoAnalyticsDigester>();
+    const Sessions& sessions, std::shared_ptr<tarn::BeaconSink> beaconSink) {
+  const auto digester = std::make_shared<TarnLumoAnalyticsDigester>(std::move(beaconSink));
   // Subscribed to last, so that what comes at once finds everything wired.
   const Tarn_RACSubject<LifecycleEvent> events;
   // Told once for all who listen: an ad entered is one play of it.

@@ -14,7 +14,7 @@
 #include "Kyr/OverlayLabel.h"
 #include "Kyr/OverlayLook.h"
 #include "Kyr/TarnKyrAdClickThrough.h"
-#include "Lumo/TarnLumoAnalyticsDigester.h"
+#include "Lumo/BeaconSink.h"
 #include "Platform/MediaTime.h"
 
 /// The overlay that is drawn over the video while ads play: at the top a bar that tells how long the break
@@ -51,10 +51,10 @@ class TarnKyrAdComponentView : public QQuickItem {
   [[nodiscard]] QQuickItem* topComponentContainer() const { return topComponentContainer_; }
 
   /// Has the overlay follow the sessions, none of which it keeps alive, until it is destroyed. The signal
-  /// returned sends each click on "Learn More", after the click's beacons. `digester` sends the beacons;
-  /// without one, one of this call's own does.
+  /// returned sends each click on "Learn More", after the click's beacons. `beaconSink` receives the
+  /// beacons; null: `tarn::HTTPBeaconSink::shared()`.
   Tarn_RACSignal<TarnKyrAdClickThrough> adsByLearnMoreWithSessions(
-      const Sessions& sessions, std::shared_ptr<TarnLumoAnalyticsDigester> digester = nullptr);
+      const Sessions& sessions, std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr);
 
   /// What the buttons call; they do nothing themselves and are watched.
   void skipButtonDidTouchUpInside(QQuickItem* sender) { skipTouches_(sender); }

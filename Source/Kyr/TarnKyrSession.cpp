@@ -40,11 +40,10 @@ CMTime behindAllAds(const TarnLumoTimeline& timeline) {
 }  // namespace
 
 TarnKyrSession::TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybackSession,
-                               TarnLumoHTTPHeaders httpHeaders,
-                               std::shared_ptr<TarnLumoAnalyticsDigester> digester)
+                               TarnLumoHTTPHeaders httpHeaders, std::shared_ptr<tarn::BeaconSink> beaconSink)
     : inner_(std::move(innerPlaybackSession)),
       httpHeaders_(std::move(httpHeaders)),
-      sharedDigester_(digester ? std::move(digester) : std::make_shared<TarnLumoAnalyticsDigester>()),
+      sharedDigester_(std::make_shared<TarnLumoAnalyticsDigester>(std::move(beaconSink))),
       terminationSignal_(makeTerminationSignal(inner_)) {
   subscribeKyrSubjectsToInnerPlaybackSession();
 }

@@ -43,9 +43,9 @@ class TarnKyrSession final : public TarnPlaybackSession,
                              public TarnSessionTimeMapping {
  public:
   /// Without an inner session the operations that would go to it write a log line. `httpHeaders` go with the
-  /// request for the document. `digester` sends the beacons; without one, one of the session's own does.
+  /// request for the document. `beaconSink` receives the beacons; null: `tarn::HTTPBeaconSink::shared()`.
   TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybackSession, TarnLumoHTTPHeaders httpHeaders,
-                 std::shared_ptr<TarnLumoAnalyticsDigester> digester = nullptr);
+                 std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr);
   ~TarnKyrSession() override;
 
   [[nodiscard]] const std::shared_ptr<TarnPlaybackSession>& innerPlaybackSession() const { return inner_; }

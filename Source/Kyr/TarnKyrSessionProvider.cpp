@@ -46,9 +46,8 @@ struct TarnKyrSessionProvider::State {
   std::weak_ptr<TarnSessionCommonProperties> commonProperties;
 
   [[nodiscard]] Sessions loadedSession(const Session& upstreamSession) const {
-    auto digester = options->makeAnalyticsDigester ? options->makeAnalyticsDigester() : nullptr;
     const auto session =
-        std::make_shared<TarnKyrSession>(upstreamSession, options->httpHeaders, std::move(digester));
+        std::make_shared<TarnKyrSession>(upstreamSession, options->httpHeaders, options->beaconSink);
     session->setSessionCommonProperties(commonProperties.lock());
     session->load();
     // The subscription holds the session until its load has come to an end, and no longer.

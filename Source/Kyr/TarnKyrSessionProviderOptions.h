@@ -1,10 +1,9 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 
-#include "Lumo/TarnLumoAnalyticsDigester.h"
+#include "Lumo/BeaconSink.h"
 #include "Lumo/TarnLumoDocument.h"
 
 /// What an application may set on a provider, for the sessions made from then on. Main thread.
@@ -15,6 +14,7 @@ struct TarnKyrSessionProviderOptions {
   /// Added to each request for a VMAP document. Not to beacons, which go to other parties.
   TarnLumoHTTPHeaders httpHeaders = {{"User-Agent", defaultUserAgent()}};
 
-  /// Makes what sends a session's beacons. Empty, or answering null: a plain `TarnLumoAnalyticsDigester`.
-  std::function<std::shared_ptr<TarnLumoAnalyticsDigester>()> makeAnalyticsDigester;
+  /// Receives the sessions' beacons. Null: `tarn::HTTPBeaconSink::shared()`. An application with an overlay
+  /// gives it the same sink.
+  std::shared_ptr<tarn::BeaconSink> beaconSink;
 };

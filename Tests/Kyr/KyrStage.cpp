@@ -96,7 +96,7 @@ KyrStage::KyrStage(std::string_view drawing, const VMAPDrawing& options, double 
     return player;
   });
   auto providerOptions = std::make_shared<TarnKyrSessionProviderOptions>();
-  providerOptions->makeAnalyticsDigester = [digester = digester_] { return digester; };
+  providerOptions->beaconSink = sink_;
   TarnKyrSessionProvider provider(providerOptions, upstream);
   provider.setSessionCommonProperties(common);
   provider

@@ -94,13 +94,13 @@ class KyrStage {
   [[nodiscard]] Lines lines() { return recorder_->take(); }
   /// The lifecycle alone, without AdProgress.
   [[nodiscard]] Lines events();
-  [[nodiscard]] Lines beacons() const { return digester_->take(); }
+  [[nodiscard]] Lines beacons() const { return sink_->take(); }
   void forget();
 
   [[nodiscard]] TarnPlaybackSession::LifecycleEvent lastEvent(std::string_view type) const;
   [[nodiscard]] std::shared_ptr<const TarnAd> lastAd() const;
   [[nodiscard]] bool isSuspended() const { return session->tracker()->shouldSuspendProgress(); }
-  [[nodiscard]] std::weak_ptr<void> digester() const { return digester_; }
+  [[nodiscard]] std::weak_ptr<void> sink() const { return sink_; }
 
   std::shared_ptr<TarnSessionCommonProperties> common = std::make_shared<TarnSessionCommonProperties>();
   std::shared_ptr<TarnKyrSession> session;
@@ -108,7 +108,7 @@ class KyrStage {
  private:
   void take(const std::string& step);
 
-  std::shared_ptr<RecordingDigester> digester_ = std::make_shared<RecordingDigester>();
+  std::shared_ptr<RecordingSink> sink_ = std::make_shared<RecordingSink>();
   std::weak_ptr<FakePlayer> player_;
   std::shared_ptr<Lines> calls_;
   std::unique_ptr<SessionRecorder> recorder_;

@@ -158,7 +158,7 @@ TEST(ManySessions, LeaveNothingBehind) {
     for (const std::weak_ptr<void>& part :
          {std::weak_ptr<void>(stage.session), std::weak_ptr<void>(stage.session->innerPlaybackSession()),
           std::weak_ptr<void>(stage.session->tracker()), std::weak_ptr<void>(stage.session->player()),
-          stage.digester()})
+          stage.sink()})
       made.push_back(part);
     stage.play(12);
     if (i % 2 == 0) stage.pressSkip();

@@ -2,12 +2,14 @@
 
 #include <gmock/gmock.h>
 
+#include "Lumo/HTTPBeaconSink.h"
 #include "Support/LoopbackServer.h"
 #include "Support/ScriptedServer.h"
 
 using namespace std::chrono_literals;
 using namespace tarn::test;
 using namespace testing;
+using tarn::HTTPBeaconSink;
 using tarn::URL;
 
 TEST(TarnLumoAnalyticsDigesterTest, SendsOnePlainRequestAURLAndReturnsAtOnce) {
@@ -18,15 +20,15 @@ TEST(TarnLumoAnalyticsDigesterTest, SendsOnePlainRequestAURLAndReturnsAtOnce) {
   for (const auto& nothing :
        {std::optional<URL>(), URL::fromString("file:///etc/passwd"), URL::fromString("data:text/plain,x")}) {
     digester.digestEvent(nothing);
-    EXPECT_TRUE(digester.flush(0ms));
+    EXPECT_TRUE(HTTPBeaconSink::shared()->flush(0ms));
   }
   digester.digestEvent(server.url("/impression?id=%5BX%5D"));
   ASSERT_TRUE(server.waitForRequests(1));
-  EXPECT_FALSE(digester.flush(0ms)) << "the answer is still held";
+  EXPECT_FALSE(HTTPBeaconSink::shared()->flush(0ms)) << "the answer is still held";
   digester.digestEvent(server.url("/moved"));
   ASSERT_TRUE(server.waitForRequests(3)) << "no beacon waits for another's answer";
   server.release();
-  EXPECT_TRUE(digester.flush(20s));
+  EXPECT_TRUE(HTTPBeaconSink::shared()->flush(20s));
 
   EXPECT_THAT(server.targets(), ElementsAre("/impression?id=%5BX%5D", "/moved", "/here"));
   std::vector<std::string> names;
@@ -45,7 +47,7 @@ TEST(TarnLumoAnalyticsDigesterTest, ManyBeaconsAllArriveOnceOverFewConnections) 
     expected.push_back("/" + std::to_string(i));
     digester.digestEvent(server.url(expected.back()));
   }
-  EXPECT_TRUE(digester.flush(60s));
+  EXPECT_TRUE(HTTPBeaconSink::shared()->flush(60s));
   EXPECT_THAT(server.targets(), UnorderedElementsAreArray(expected));
   EXPECT_LE(server.connections(), tarn::HTTPConfiguration{}.maximumConnectionsPerHost);
 }
@@ -60,7 +62,7 @@ TEST(TarnLumoAnalyticsDigesterTest, NoBeaconIsSentTwice) {
   TarnLumoAnalyticsDigester digester;
   for (const char* target : {"/1", "/2", "/3"}) {
     digester.digestEvent(server.url(target));
-    EXPECT_TRUE(digester.flush(20s));
+    EXPECT_TRUE(HTTPBeaconSink::shared()->flush(20s));
   }
   EXPECT_THAT(server.targets(), ElementsAre("/1", "/2", "/3"));
 }
@@ -70,7 +72,7 @@ TEST(TarnLumoAnalyticsDigesterTest, FailuresAreSilentAndDelayNoOther) {
   ScriptedServer silent([](ScriptedServer::Connection& connection) { connection.waitForHangUp(); });
   LoopbackServer server;
   server.answer("/broken", {500, "no"});
-  TarnLumoAnalyticsDigester digester(std::make_shared<tarn::HTTPSession>());
+  TarnLumoAnalyticsDigester digester(std::make_shared<HTTPBeaconSink>());
   for (int i = 0; i < 1'000; ++i) digester.digestEvent(silent.url("/"));
   digester.digestEvent(gone);
   digester.digestEvent(server.url("/broken"));

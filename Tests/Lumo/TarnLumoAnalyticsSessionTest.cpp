@@ -44,9 +44,10 @@ TarnLumoAdBuilder fullAd(double begin) {
 }
 
 struct Played {
-  explicit Played(const TarnLumoAdBuilder& ad) : session(ad.buildAd(), digester) {}
+  explicit Played(const TarnLumoAdBuilder& ad)
+      : session(ad.buildAd(), std::make_shared<TarnLumoAnalyticsDigester>(sink)) {}
 
-  std::shared_ptr<RecordingDigester> digester = std::make_shared<RecordingDigester>();
+  std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>();
   TarnLumoAdAnalyticsSession session;
 };
 
@@ -54,7 +55,7 @@ TEST(TarnLumoAdAnalyticsSessionTest, SendsTheBeaconsOfEachMomentInTheirOrder) {
   using Session = TarnLumoAdAnalyticsSession;
   const auto sent = [](Played& played, const std::function<void(Session&)>& track) {
     track(played.session);
-    return played.digester->take();
+    return played.sink->take();
   };
   const std::vector<std::pair<std::function<void(Session&)>, Beacons>> table = {
       {&Session::trackImpression, {"i1", "i2"}},
@@ -120,7 +121,7 @@ TEST(TarnLumoAdAnalyticsSessionTest, SendsTimeBasedEventsOnceAForwardPass) {
     Played played(fullAd(begin));
     for (const auto& [time, sent] : reports) {
       played.session.trackProgressToTime(time);
-      EXPECT_EQ(played.digester->take(), sent) << CMTimeGetSeconds(time);
+      EXPECT_EQ(played.sink->take(), sent) << CMTimeGetSeconds(time);
     }
   }
 }
@@ -129,14 +130,15 @@ class Analytics : public Test {
  protected:
   void watch(std::shared_ptr<const TarnLumoTimeline> timeline) {
     tracker = std::make_shared<TarnLumoProgressTracker>(std::move(timeline));
-    session = TarnLumoAnalyticsSession::initWithProgessTracker(tracker, digester);
+    session = TarnLumoAnalyticsSession::initWithProgessTracker(
+        tracker, std::make_shared<TarnLumoAnalyticsDigester>(sink));
   }
   Beacons at(double time) {
     tracker->setAbsoluteTime(seconds(time));
-    return digester->take();
+    return sink->take();
   }
 
-  std::shared_ptr<RecordingDigester> digester = std::make_shared<RecordingDigester>();
+  std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>();
   std::shared_ptr<TarnLumoProgressTracker> tracker;
   std::unique_ptr<TarnLumoAnalyticsSession> session;
 };
@@ -148,7 +150,7 @@ TEST_F(Analytics, IgnoreEventsWithoutAnAdOrAnEntryAndEndWithTheSession) {
        {TarnLumoProgressTrackerEventTypeExitAd, TarnLumoProgressTrackerEventTypeAdProgress,
         TarnLumoProgressTrackerEventTypeEnterAd, TarnLumoProgressTrackerEventTypeExitAdSequence}) {
     tracker->event().set(std::make_shared<const TarnLumoProgressTrackerEvent>(type, std::nullopt));
-    EXPECT_THAT(digester->take(), IsEmpty());
+    EXPECT_THAT(sink->take(), IsEmpty());
     EXPECT_EQ(session->adAnalaytics(), nullptr);
   }
   EXPECT_THAT(at(1), ElementsAre("a"));
@@ -192,10 +194,10 @@ TEST(ContentImpressionsTest, FireInTheReportThatPassesThem) {
   };
   for (const auto& row : table) {
     const auto timeline = drawTimeline(std::string(100, '.'), {.contentImpressions = row.impressions});
-    const auto digester = std::make_shared<RecordingDigester>();
-    TarnLumoContentAnalyticsSession session(timeline, digester);
+    const auto sink = std::make_shared<RecordingSink>();
+    TarnLumoContentAnalyticsSession session(timeline, std::make_shared<TarnLumoAnalyticsDigester>(sink));
     for (const double time : row.times) session.trackProgressToTime(seconds(time));
-    EXPECT_EQ(digester->take(), row.sent) << row.situation;
+    EXPECT_EQ(sink->take(), row.sent) << row.situation;
   }
 }
 
@@ -213,10 +215,10 @@ TEST(ContentImpressionsTest, FireByTheWalkOverThemAll) {
     if (!withNegativeTimes) {
       std::erase_if(ordered, [](const auto& each) { return each->logicalTime().value < 0; });
     }
-    const auto digester = std::make_shared<RecordingDigester>();
+    const auto sink = std::make_shared<RecordingSink>();
     const auto stream = TarnLumoTimeline::make(std::nullopt, timeline->contentLength(),
                                                timeline->payloadLength(), timeline->adSequences(), ordered);
-    TarnLumoContentAnalyticsSession session(stream, digester);
+    TarnLumoContentAnalyticsSession session(stream, std::make_shared<TarnLumoAnalyticsDigester>(sink));
     CMTime previous = kCMTimeZero;
     for (int step = 0; step < 400; ++step) {
       const CMTime time = CMTimeMake(step * 7919 % 97 * (step % 3 == 0 ? 150 : 7) + step * 40, 600);
@@ -232,7 +234,7 @@ TEST(ContentImpressionsTest, FireByTheWalkOverThemAll) {
       }
       previous = time;
       session.trackProgressToTime(time);
-      ASSERT_EQ(digester->take(), expected) << "step " << step;
+      ASSERT_EQ(sink->take(), expected) << "step " << step;
     }
   }
 }

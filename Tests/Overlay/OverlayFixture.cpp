@@ -47,7 +47,7 @@ OverlayWindowTest::OverlayWindowTest() {
   stage = new QQuickItem(window.contentItem());
   stage->setSize(QSizeF(1280, 720));
   container = std::make_shared<TarnKyrAdComponentDisplayContainer>(
-      stage, TarnKyrAdComponentDisplayContainer::CompanionSlots(), digester);
+      stage, TarnKyrAdComponentDisplayContainer::CompanionSlots(), sink);
   window.show();
   window.requestActivate();
   EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
@@ -117,7 +117,7 @@ void OverlayWindowTest::take(const std::string& step) {
 std::string OverlayWindowTest::found(const std::string& place) {
   if (place == "label") return view().durationLabel()->text().toStdString();
   if (place == "buttons") return buttons();
-  const auto lines = place == "calls" ? session->takeCalls() : digester->take();
+  const auto lines = place == "calls" ? session->takeCalls() : sink->take();
   return fmt::format("{}", fmt::join(lines, ", "));
 }
 

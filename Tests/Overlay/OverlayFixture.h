@@ -70,7 +70,7 @@ class OverlayWindowTest : public ::testing::Test {
   QQuickWindow window;
   Picture* picture;
   QQuickItem* stage;
-  std::shared_ptr<RecordingDigester> digester = std::make_shared<RecordingDigester>();
+  std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>();
   std::shared_ptr<TarnKyrAdComponentDisplayContainer> container;
 
  private:

@@ -92,15 +92,12 @@ std::shared_ptr<const TarnLumoAd> adNamed(const TarnLumoTimeline& timeline, char
   return nullptr;
 }
 
-RecordingDigester::RecordingDigester() : TarnLumoAnalyticsDigester(nullptr) {}
-
-void RecordingDigester::digestEvent(const std::optional<tarn::URL>& url) {
-  if (!url) return;
-  const std::string& text = url->absoluteString();
+void RecordingSink::send(const URL& url) {
+  const std::string& text = url.absoluteString();
   sent_.push_back(text.substr(text.rfind('/') + 1));
 }
 
-std::vector<std::string> RecordingDigester::take() {
+std::vector<std::string> RecordingSink::take() {
   return std::exchange(sent_, {});
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Lumo/BeaconSink.h"
 #include "Lumo/TarnLumoAd+Private.h"
 #include "Lumo/TarnLumoAnalyticsDigester.h"
 #include "Lumo/TarnLumoTimeline.h"
@@ -34,11 +35,10 @@ struct TimelineOptions {
 [[nodiscard]] std::shared_ptr<const TarnLumoAd> adNamed(const TarnLumoTimeline& timeline, char letter);
 
 /// Sends nothing; remembers the URLs' last path components in order.
-class RecordingDigester final : public TarnLumoAnalyticsDigester {
+class RecordingSink final : public BeaconSink {
  public:
-  RecordingDigester();
-
-  void digestEvent(const std::optional<tarn::URL>& url) override;
+  void send(const URL& url) override;
+  bool flush(std::chrono::milliseconds) override { return true; }
   /// What was sent since the last call.
   [[nodiscard]] std::vector<std::string> take();
 

@@ -216,10 +216,9 @@ GStreamerPlayerOptions PlayWindow::playerOptions() const {
   return {.audioSink = "autoaudiosink", .quickVideoItem = stage_->part("video")};
 }
 
-std::shared_ptr<TarnSessionConsumer> PlayWindow::makeOverlay(
-    std::shared_ptr<TarnLumoAnalyticsDigester> digester) {
+std::shared_ptr<TarnSessionConsumer> PlayWindow::makeOverlay(std::shared_ptr<BeaconSink> beaconSink) {
   const auto overlay = std::make_shared<TarnKyrAdComponentDisplayContainer>(
-      stage_->part("stage"), TarnKyrAdComponentDisplayContainer::CompanionSlots(), std::move(digester));
+      stage_->part("stage"), TarnKyrAdComponentDisplayContainer::CompanionSlots(), std::move(beaconSink));
   overlay->setPagePresenter([](QObject* viewController, const auto&, const URL& page, const auto&) {
     QMetaObject::invokeMethod(viewController, "presentViewController",
                               Q_ARG(QVariant, QString::fromStdString(page.absoluteString())));

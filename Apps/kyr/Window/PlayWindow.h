@@ -6,7 +6,7 @@
 #include "EventLoop.h"
 #include "Host/TarnSessionConsumer.h"
 #include "HostGStreamer/GStreamerPlayer.h"
-#include "Lumo/TarnLumoAnalyticsDigester.h"
+#include "Lumo/BeaconSink.h"
 #include "SessionView.h"
 
 namespace tarn::cli {
@@ -34,8 +34,7 @@ class PlayWindow {
   /// For a player whose picture it shows; the player goes before the window.
   [[nodiscard]] GStreamerPlayerOptions playerOptions() const;
   /// The ad overlay, to be told of the sessions. Goes before the window.
-  [[nodiscard]] std::shared_ptr<TarnSessionConsumer> makeOverlay(
-      std::shared_ptr<TarnLumoAnalyticsDigester> digester);
+  [[nodiscard]] std::shared_ptr<TarnSessionConsumer> makeOverlay(std::shared_ptr<BeaconSink> beaconSink);
   bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
   void hide();
 
