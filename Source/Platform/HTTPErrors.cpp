@@ -63,7 +63,7 @@ Kind timeout(const HTTPFailure& failure, const HTTPConfiguration& configuration)
   if (!failure.sent) {
     return {HTTPErrorCode::cannotConnect,
             fmt::format("the server did not answer the connection within {} ms",
-                        std::min(configuration.connectTimeout, configuration.totalTimeout).count()),
+                        std::min(configuration.connectTimeout, failure.timeAllowed).count()),
             "Check the host name and the port, and that the server is running and reachable."};
   }
   return {HTTPErrorCode::timedOut,
@@ -163,6 +163,20 @@ Error sessionEndedError(const URL& url) {
                    fmt::format("GET {} was cancelled: its session ended before the response was complete",
                                url.absoluteString()),
                    "Keep the session until its requests have completed.");
+}
+
+Error expiredError(const URL& url, const HTTPConfiguration& configuration) {
+  return makeError(HTTPErrorCode::timedOut,
+                   fmt::format("GET {} was not sent: its turn did not come within {} ms",
+                               url.absoluteString(), configuration.totalTimeout.count()),
+                   "Check that the server is running and reachable, or allow more time.");
+}
+
+Error droppedError(const URL& url) {
+  return makeError(HTTPErrorCode::dropped,
+                   fmt::format("GET {} was not sent: newer requests took its place among those that wait",
+                               url.absoluteString()),
+                   "Check that the server is running and reachable, or let more requests wait.");
 }
 
 Error setupError(std::string_view what, int number) {

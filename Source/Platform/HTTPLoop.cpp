@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -19,10 +18,13 @@ namespace tarn {
 namespace {
 
 /// Bounds the sockets and name look-ups of a session, over all origins.
-constexpr std::size_t kMaximumTransfers = 256;
+constexpr std::size_t kMaxTransfers = 256;
+
+/// Origins without requests that are remembered until their pause ends.
+constexpr std::size_t kMaxRememberedOrigins = 1'024;
 
 /// Keeps "for ever" from overflowing the clock.
-constexpr std::chrono::hours kLongestWait{24 * 365};
+constexpr std::chrono::hours kMaxWait{24 * 365};
 
 /// Why a wait ended early, in libcurl's terms. It finds out about an error or a hang-up by reading.
 int actionFor(std::uint32_t events) {
@@ -35,7 +37,7 @@ int actionFor(std::uint32_t events) {
 }  // namespace
 
 HTTPLoop::Slot::Slot(HTTPLoop& loop)
-    : transfer(loop.configuration_, [&loop, this] { loop.departed(*this); }) {
+    : transfer(loop.configuration_, [&loop, this] { loop.connected(*this); }) {
   CURL* handle = transfer.handle();
   if (handle == nullptr) return;
   curl_easy_setopt(handle, CURLOPT_PRIVATE, this);
@@ -45,7 +47,8 @@ HTTPLoop::Slot::Slot(HTTPLoop& loop)
   curl_easy_setopt(handle, CURLOPT_CLOSESOCKETDATA, &loop);
 }
 
-HTTPLoop::HTTPLoop(const HTTPConfiguration& configuration) : configuration_(configuration) {}
+HTTPLoop::HTTPLoop(const HTTPConfiguration& configuration)
+    : configuration_(configuration), backlog_(configuration_) {}
 
 Result<std::shared_ptr<HTTPLoop>> HTTPLoop::make(const HTTPConfiguration& configuration) {
   prepareCurl();
@@ -71,11 +74,11 @@ std::optional<Error> HTTPLoop::setUp() {
   curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETDATA, this);
   curl_multi_setopt(multi_.get(), CURLMOPT_TIMERFUNCTION, &HTTPLoop::onTimer);
   curl_multi_setopt(multi_.get(), CURLMOPT_TIMERDATA, this);
-  curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(kMaximumTransfers));
+  curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(kMaxTransfers));
   return std::nullopt;
 }
 
-std::uint64_t HTTPLoop::submit(Submission submission) {
+std::uint64_t HTTPLoop::submit(HTTPSubmission submission) {
   std::uint64_t number = 0;
   bool first = false;
   bool closed = false;
@@ -85,6 +88,8 @@ std::uint64_t HTTPLoop::submit(Submission submission) {
     closed = closed_;
     ++outstanding_;
     number = submission.number = ++lastNumber_;
+    submission.deadline =
+        Clock::now() + std::min<std::chrono::milliseconds>(configuration_.totalTimeout, kMaxWait);
     if (!closed) submissions_.push_back(std::move(submission));
   }
   if (closed) {
@@ -108,8 +113,13 @@ void HTTPLoop::cancel(const std::string& origin, std::uint64_t number) {
 
 bool HTTPLoop::flush(std::chrono::milliseconds timeout) {
   std::unique_lock lock(mutex_);
-  const auto bounded = std::min<std::chrono::milliseconds>(timeout, kLongestWait);
+  const auto bounded = std::min<std::chrono::milliseconds>(timeout, kMaxWait);
   return changed_.wait_for(lock, bounded, [this] { return outstanding_ == 0; });
+}
+
+HTTPStatistics HTTPLoop::statistics() {
+  const std::lock_guard lock(mutex_);
+  return statistics_;
 }
 
 void HTTPLoop::stop() {
@@ -137,6 +147,8 @@ void HTTPLoop::run() {
     worker_ = std::this_thread::get_id();
   }
   while (running && takeSubmissions()) {
+    giveUpExpired();
+    wakeLanes();
     do startReadyLanes();
     while (reap());
     waitForEvents();
@@ -148,7 +160,7 @@ void HTTPLoop::run() {
 }
 
 bool HTTPLoop::takeSubmissions() {
-  std::vector<Submission> taken;
+  std::vector<HTTPSubmission> taken;
   std::vector<Cancellation> cancellations;
   {
     const std::lock_guard lock(mutex_);
@@ -161,45 +173,88 @@ bool HTTPLoop::takeSubmissions() {
   return true;
 }
 
-void HTTPLoop::enqueue(Submission submission) {
+void HTTPLoop::enqueue(HTTPSubmission submission) {
   const std::string origin = submission.request.url.origin();
-  Lane& lane = lanes_.try_emplace(origin, origin).first->second;
-  lane.waiting.push_back(std::move(submission));
-  markReady(lane);
+  const auto [entry, isNew] = lanes_.try_emplace(origin, origin, configuration_);
+  if (isNew) countOrigins();
+  Lane& lane = entry->second;
+  backlog_.push(lane.waiting, std::move(submission));
+  settle(lane);
+  while (auto excess = backlog_.takeExcess(lane.waiting)) {
+    auto error = droppedError(excess->request.url);
+    giveUp(std::move(*excess), std::move(error), &HTTPStatistics::dropped);
+  }
 }
 
 void HTTPLoop::carryOut(const Cancellation& cancellation) {
   const auto found = lanes_.find(cancellation.origin);
   if (found == lanes_.end()) return;
   Lane& lane = found->second;
-  const auto isMeant = [&](const Submission& each) { return each.number == cancellation.number; };
-  const auto waiting = std::find_if(lane.waiting.begin(), lane.waiting.end(), isMeant);
-  if (waiting != lane.waiting.end()) {
-    Submission submission = std::move(*waiting);
-    lane.waiting.erase(waiting);
-    auto error = cancelledError(submission.request.url);
-    return complete(std::move(submission), std::move(error));
+  if (auto waiting = backlog_.take(lane.waiting, cancellation.number)) {
+    auto error = cancelledError(waiting->request.url);
+    return complete(std::move(*waiting), std::move(error));
   }
   for (const auto& slot : slots_) {
-    if (slot->submission && isMeant(*slot->submission))
-      return finish(*slot, cancelledError(slot->submission->request.url));
+    if (!slot->submission || slot->submission->number != cancellation.number) continue;
+    slot->connected ? lane.pacing.ended(false) : lane.pacing.abandoned();
+    return release(*slot, cancelledError(slot->submission->request.url));
   }
 }
 
-void HTTPLoop::markReady(Lane& lane) {
-  const int limit = std::max(configuration_.maximumConnectionsPerHost, 1);
-  if (lane.ready || lane.departing != nullptr || lane.waiting.empty() || lane.active >= limit) return;
-  lane.ready = true;
-  readyLanes_.push_back(&lane);
+void HTTPLoop::giveUpExpired() {
+  const auto now = Clock::now();
+  while (auto expired = backlog_.takeExpired(now)) {
+    auto error = expiredError(expired->request.url, configuration_);
+    giveUp(std::move(*expired), std::move(error), &HTTPStatistics::expired);
+  }
+}
+
+void HTTPLoop::giveUp(HTTPSubmission submission, Error error, std::uint64_t HTTPStatistics::*counter) {
+  {
+    const std::lock_guard lock(mutex_);
+    ++(statistics_.*counter);
+  }
+  complete(std::move(submission), std::move(error));
+}
+
+void HTTPLoop::countOrigins() {
+  const std::lock_guard lock(mutex_);
+  statistics_.origins = lanes_.size();
+}
+
+/// Brings a lane that has changed to where it belongs: among the ready ones, to its timer, or to its end.
+void HTTPLoop::settle(Lane& lane) {
+  if (lane.ready) return;
+  if (lane.timer) laneTimers_.erase(*std::exchange(lane.timer, std::nullopt));
+  const bool unused = lane.waiting.empty() && lane.pacing.active() == 0;
+  const auto start = lane.pacing.nextStart();
+  const bool pausing = start && *start > Clock::now();
+  if (unused && (!pausing || lanes_.size() > kMaxRememberedOrigins)) {
+    lanes_.erase(lane.origin);
+    countOrigins();
+  } else if (pausing) {
+    lane.timer = laneTimers_.emplace(*start, &lane);
+  } else if (start && !lane.waiting.empty()) {
+    lane.ready = true;
+    readyLanes_.push_back(&lane);
+  }
+}
+
+void HTTPLoop::wakeLanes() {
+  const auto now = Clock::now();
+  while (!laneTimers_.empty() && laneTimers_.begin()->first <= now) settle(*laneTimers_.begin()->second);
 }
 
 void HTTPLoop::startReadyLanes() {
-  while (!readyLanes_.empty() && slots_.size() - spareSlots_.size() < kMaximumTransfers) {
+  while (!readyLanes_.empty()) {
     Lane& lane = *readyLanes_.front();
+    const bool free = slots_.size() - spareSlots_.size() < kMaxTransfers;
+    if (!free && !lane.waiting.empty()) return;
     readyLanes_.pop_front();
     lane.ready = false;
-    if (lane.waiting.empty()) {
-      retireIfEmpty(lane);
+    const auto start = lane.pacing.nextStart();  // an attempt may have failed meanwhile
+    if (lane.waiting.empty() || !start || *start > Clock::now()) {
+      settle(lane);
     } else {
       startNext(lane);
     }
@@ -214,25 +269,26 @@ HTTPLoop::Slot& HTTPLoop::takeSlot() {
 }
 
 void HTTPLoop::startNext(Lane& lane) {
+  const auto now = Clock::now();
   Slot& slot = takeSlot();
   slot.lane = &lane;
-  slot.submission.emplace(std::move(lane.waiting.front()));
-  lane.waiting.pop_front();
-  ++lane.active;
-  lane.departing = &slot;
+  slot.connected = false;
+  slot.submission.emplace(backlog_.pop(lane.waiting));
+  lane.pacing.started(now);
 
-  CURLcode code = slot.transfer.prepare(slot.submission->request);
+  CURLcode code = slot.transfer.prepare(slot.submission->request, slot.submission->deadline - now);
   if (code == CURLE_OK && curl_multi_add_handle(multi_.get(), slot.transfer.handle()) != CURLM_OK) {
     code = CURLE_FAILED_INIT;
   }
   if (code != CURLE_OK) return conclude(slot, code);
   runTimers();  // on an idle connection the request goes out in here
+  settle(lane);
 }
 
-void HTTPLoop::departed(Slot& slot) {
-  if (slot.lane->departing != &slot) return;
-  slot.lane->departing = nullptr;
-  markReady(*slot.lane);
+void HTTPLoop::connected(Slot& slot) {
+  if (std::exchange(slot.connected, true)) return;
+  slot.lane->pacing.connected();
+  settle(*slot.lane);
 }
 
 bool HTTPLoop::reap() {
@@ -249,28 +305,25 @@ bool HTTPLoop::reap() {
 }
 
 void HTTPLoop::conclude(Slot& slot, CURLcode code) {
-  finish(slot, slot.transfer.finish(slot.submission->request.url, code));
+  auto result = slot.transfer.finish(slot.submission->request.url, code);
+  if (slot.connected) {
+    slot.lane->pacing.ended(code == CURLE_OK);
+  } else {
+    slot.lane->pacing.failedToConnect(Clock::now());
+  }
+  release(slot, std::move(result));
 }
 
-void HTTPLoop::finish(Slot& slot, Result<HTTPResponse> result) {
+void HTTPLoop::release(Slot& slot, Result<HTTPResponse> result) {
   curl_multi_remove_handle(multi_.get(), slot.transfer.handle());
-  Submission submission = std::move(*slot.submission);
+  HTTPSubmission submission = std::move(*slot.submission);
   slot.submission.reset();
-
-  Lane& lane = *std::exchange(slot.lane, nullptr);
   spareSlots_.push_back(&slot);
-  --lane.active;
-  if (lane.departing == &slot) lane.departing = nullptr;
-  markReady(lane);
-  retireIfEmpty(lane);
+  settle(*std::exchange(slot.lane, nullptr));
   complete(std::move(submission), std::move(result));
 }
 
-void HTTPLoop::retireIfEmpty(Lane& lane) {
-  if (lane.active == 0 && !lane.ready && lane.waiting.empty()) lanes_.erase(lane.origin);
-}
-
-void HTTPLoop::complete(Submission submission, Result<HTTPResponse> result) {
+void HTTPLoop::complete(HTTPSubmission submission, Result<HTTPResponse> result) {
   if (submission.completion) {
     submission.deliveryQueue->async(
         [completion = std::move(submission.completion), result = std::move(result)]() mutable {
@@ -282,20 +335,19 @@ void HTTPLoop::complete(Submission submission, Result<HTTPResponse> result) {
 }
 
 void HTTPLoop::cancelEverything() {
-  std::vector<Submission> cancelled;
+  std::vector<HTTPSubmission> cancelled;
   {
     const std::lock_guard lock(mutex_);
     closed_ = true;
     cancelled.swap(submissions_);
   }
-  for (auto& [origin, lane] : lanes_) {
-    std::move(lane.waiting.begin(), lane.waiting.end(), std::back_inserter(cancelled));
-  }
+  while (auto waiting = backlog_.takeAny()) cancelled.push_back(std::move(*waiting));
   for (const auto& slot : slots_) {
     if (slot->submission) cancelled.push_back(std::move(*slot->submission));
     curl_multi_remove_handle(multi_.get(), slot->transfer.handle());
   }
   readyLanes_.clear();
+  laneTimers_.clear();
   lanes_.clear();
   spareSlots_.clear();
   slots_.clear();
@@ -309,7 +361,7 @@ void HTTPLoop::cancelEverything() {
 void HTTPLoop::waitForEvents() {
   std::array<epoll_event, 64> events{};
   const int count =
-      epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), millisecondsToTimer());
+      epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), millisecondsToNextTimer());
   for (int i = 0; i < count; ++i) {
     const auto& event = events[static_cast<std::size_t>(i)];
     if (event.data.fd == wakeUp_.get()) {
@@ -321,13 +373,17 @@ void HTTPLoop::waitForEvents() {
     int running = 0;
     curl_multi_socket_action(multi_.get(), event.data.fd, actionFor(event.events), &running);
   }
-  if (timer_ && std::chrono::steady_clock::now() >= *timer_) runTimers();
+  if (timer_ && Clock::now() >= *timer_) runTimers();
 }
 
-int HTTPLoop::millisecondsToTimer() const {
+int HTTPLoop::millisecondsToNextTimer() const {
   using std::chrono::milliseconds;
-  if (!timer_) return -1;
-  const auto left = std::chrono::ceil<milliseconds>(*timer_ - std::chrono::steady_clock::now());
+  auto next = Clock::time_point::max();
+  if (timer_) next = *timer_;
+  if (const auto deadline = backlog_.firstDeadline()) next = std::min(next, *deadline);
+  if (!laneTimers_.empty()) next = std::min(next, laneTimers_.begin()->first);
+  if (next == Clock::time_point::max()) return -1;
+  const auto left = std::chrono::ceil<milliseconds>(next - Clock::now());
   return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, std::numeric_limits<int>::max()));
 }
 
@@ -340,7 +396,7 @@ void HTTPLoop::runTimers() {
 int HTTPLoop::onTimer(CURLM*, long timeout, void* self) {
   auto& timer = static_cast<HTTPLoop*>(self)->timer_;
   timer.reset();
-  if (timeout >= 0) timer = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
+  if (timeout >= 0) timer = Clock::now() + std::chrono::milliseconds(timeout);
   return 0;
 }
 

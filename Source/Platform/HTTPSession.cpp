@@ -18,7 +18,7 @@ class HTTPSession::Worker {
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  /// A queue that drops its tasks may make the worker let go of the last owner of its own session, hence a
+  /// A queue that drops its tasks may make the worker release the last owner of its own session, hence a
   /// thread that is not joined.
   ~Worker() {
     if (!loop_) return;
@@ -86,6 +86,11 @@ void HTTPSession::startAndForget(HTTPRequest request) {
   if (refusal(request)) return;
   const auto loop = worker_->loop();
   if (loop) (*loop)->submit({std::move(request), nullptr, {}});
+}
+
+HTTPStatistics HTTPSession::statistics() const {
+  const auto loop = worker_->loopIfStarted();
+  return loop ? loop->statistics() : HTTPStatistics();
 }
 
 bool HTTPSession::flush(std::chrono::milliseconds timeout) {

@@ -30,6 +30,7 @@ enum class HTTPErrorCode : std::int64_t {
   cancelled =
       9,  ///< `HTTPTask::cancel` was called, or the session destroyed, before the response was complete.
   other = 10,
+  dropped = 11,  ///< Too many requests waited for their turn, and this one was the oldest.
 };
 
 struct HTTPRequest {
@@ -46,17 +47,37 @@ struct HTTPResponse {
 };
 
 struct HTTPConfiguration {
+  /// For one connection attempt, name look-up and TLS handshake included.
   std::chrono::milliseconds connectTimeout{15'000};
-  /// From the request's turn (after others to its origin) to the last byte received, connecting included.
+  /// From `start` to the last byte received: waiting for other requests, connecting and redirects included. A
+  /// request whose turn comes late has only the rest, also for connecting.
   std::chrono::milliseconds totalTimeout{60'000};
+  /// How long a connection attempt that hangs holds back the next request to its origin.
+  std::chrono::milliseconds connectionAttemptDelay{1'000};
+  /// The pause of an origin between a failed connection attempt and the next one. It doubles with each
+  /// further failure, up to 16 times this value, and ends as soon as a connection is made.
+  std::chrono::milliseconds failedConnectionPause{500};
   int maximumRedirects = 10;
   /// After decompression. A longer body ends the exchange, also where bodies are discarded.
   std::size_t maximumBodySize = std::size_t{64} << 20U;
   int maximumConnectionsPerHost = 16;
-  /// Keep no response body: for requests whose answer nobody reads.
+  /// How many requests to one origin may wait for their turn; all origins together four times as many. When
+  /// one more comes, the oldest is dropped.
+  std::size_t maximumWaitingRequests = 20'000;
+  /// The same for the bytes of their URLs and header fields.
+  std::size_t maximumWaitingBytes = std::size_t{16} << 20U;
+  /// Keep no response body: for requests whose response nobody reads.
   bool discardBodies = false;
   /// Send every request at most once: do not repeat it when a reused connection turns out to be dead.
   bool neverResend = false;
+};
+
+struct HTTPStatistics {
+  // Requests that the session has given up before they were sent, since it was made.
+  std::uint64_t expired = 0;  ///< Waited for `totalTimeout`.
+  std::uint64_t dropped = 0;  ///< The oldest, when too many waited.
+
+  std::size_t origins = 0;  ///< That have requests now, or a pause.
 };
 
 /// Refers to one request of a session; a copy refers to the same request. May outlive the session.
@@ -80,11 +101,17 @@ class HTTPTask {
 /// Sends GET requests over libcurl on one worker thread that all requests of the session share.
 ///
 /// Connections are kept and reused, HTTP/2 where the server offers it over TLS, compression accepted (where
-/// bodies are kept), TLS verified against
-/// the system's certificates, http and https only, also across redirects. Nothing is stored: no cookies,
-/// cache or credentials. Any thread. A server that is slow, dead or hangs holds up requests to its own origin
-/// only, and those only once `maximumConnectionsPerHost` requests wait for it. Requests to one origin leave
-/// in the order in which they were started. At most 256 requests are under way at once, over all origins.
+/// bodies are kept), TLS verified against the system's certificates, http and https only, also across
+/// redirects. Nothing is stored: no cookies, cache or credentials. Any thread. A server that is slow, dead or
+/// hangs delays requests to its own origin only, as long as fewer than 256 requests are in flight, the limit
+/// over all origins.
+///
+/// Requests to one origin leave in the order in which they were started, as long as connections are made: a
+/// request starts when the one before has a connection, or after `connectionAttemptDelay`. At most four
+/// attempts hang side by side. A failed attempt fails its request, which is not tried again; the requests
+/// behind it wait for the end of the origin's pause. Every request ends within `totalTimeout`, whether its
+/// turn has come or not. Where a host has IPv6 and IPv4 addresses, an attempt tries both side by side (RFC
+/// 8305).
 class HTTPSession {
  public:
   using Completion = std::function<void(Result<HTTPResponse>)>;
@@ -92,7 +119,7 @@ class HTTPSession {
   explicit HTTPSession(HTTPConfiguration configuration = {});
   HTTPSession(const HTTPSession&) = delete;
   HTTPSession& operator=(const HTTPSession&) = delete;
-  /// Ends the requests under way with `cancelled` and waits for the worker.
+  /// Ends all requests with `cancelled` and waits for the worker.
   ~HTTPSession();
 
   /// Starts the request and returns at once. `completion` is called exactly once, on `deliveryQueue`, which
@@ -102,7 +129,9 @@ class HTTPSession {
   /// Starts the request and forgets it: no completion, errors are dropped.
   void startAndForget(HTTPRequest request);
 
-  /// Waits until no request is under way, at most `timeout`; answers whether that was reached.
+  [[nodiscard]] HTTPStatistics statistics() const;
+
+  /// Waits until every request has ended, at most `timeout`; returns whether that was reached.
   bool flush(std::chrono::milliseconds timeout);
 
  private:

@@ -47,7 +47,6 @@ void HTTPTransfer::configure() {
   curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
   curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
   curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, milliseconds(configuration_.connectTimeout));
-  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, milliseconds(configuration_.totalTimeout));
   curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
   // Without it, libcurl waits for a name look-up that was given up, and with it every other transfer.
   curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
@@ -61,8 +60,10 @@ void HTTPTransfer::configure() {
   curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
 }
 
-CURLcode HTTPTransfer::prepare(const HTTPRequest& request) {
+CURLcode HTTPTransfer::prepare(const HTTPRequest& request, std::chrono::nanoseconds timeAllowed) {
   if (!handle_) return CURLE_FAILED_INIT;
+  timeAllowed_ = std::chrono::ceil<std::chrono::milliseconds>(timeAllowed);
+  curl_easy_setopt(handle_.get(), CURLOPT_TIMEOUT_MS, milliseconds(timeAllowed_));
   errorText_.front() = '\0';
   response_ = {};
   headerSize_ = 0;
@@ -96,6 +97,7 @@ Result<HTTPResponse> HTTPTransfer::finish(const URL& url, CURLcode code) {
                           {.code = code,
                            .text = errorText_.data(),
                            .effectiveURL = std::move(response_.effectiveURL),
+                           .timeAllowed = timeAllowed_,
                            .sent = wasSent(),
                            .bodyTooLarge = bodySize_ > configuration_.maximumBodySize,
                            .headerTooLarge = headerSize_ > kMaximumHeaderSize},

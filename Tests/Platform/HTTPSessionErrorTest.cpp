@@ -71,7 +71,7 @@ TEST_F(HTTPSessionErrorTest, RefusesWhatMustNotBeSentAndSaysWhy) {
 TEST_F(HTTPSessionErrorTest, NamesEachFailureTheURLAndTheCause) {
   const HTTPConfiguration small{.maximumRedirects = 3, .maximumBodySize = 10'000};
   HTTPConfiguration impatient = small;
-  impatient.totalTimeout = 150ms;
+  impatient.totalTimeout = 500ms;
   const std::string ok = "HTTP/1.1 200 OK\r\n";
   const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
   const std::string cut = ok + "Content-Length: 9\r\n\r\n1234";
@@ -97,7 +97,7 @@ TEST_F(HTTPSessionErrorTest, NamesEachFailureTheURLAndTheCause) {
        {{"not HTTP", answering("SSH-2.0-OpenSSH_9.2\r\n"), "not HTTP"},
         {"broken gzip", answering(brokenGzip), "failed"}}},
       {HTTPErrorCode::timedOut,
-       {{"silent", sayNothing, "within 150 ms"}, {"silent in the body", silentInTheBody, "within 150 ms"}}},
+       {{"silent", sayNothing, "within 500 ms"}, {"silent in the body", silentInTheBody, "within 500 ms"}}},
       {HTTPErrorCode::tooManyRedirects,
        {{"redirect loop", answering(redirection("/again")), "more than 3 times"}}},
       {HTTPErrorCode::unsupportedScheme,

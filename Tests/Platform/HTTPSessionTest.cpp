@@ -72,6 +72,7 @@ TEST_F(HTTPSessionTest, OverOneConnectionRequestsArriveInTheOrderOfTheirStart) {
   EXPECT_TRUE(session.flush(60s));
   EXPECT_EQ(server.targets(), expected);
   EXPECT_EQ(server.connections(), 1);
+  EXPECT_EQ(session.statistics().origins, 0U);
 }
 
 // "/first" holds the only connection. "/second" needs another, which the server does not let it have yet; the
@@ -84,6 +85,8 @@ TEST_F(HTTPSessionTest, ARequestDoesNotOvertakeOneThatStillConnects) {
     if (connection.number() == 0) {
       connection.readRequest();
       answerFirst.get_future().wait();
+      connection.send("HTTP/1.1 302 Found\r\nLocation: /again\r\nContent-Length: 0\r\n\r\n");
+      connection.readRequest();
       connection.respond();
       lookForThird.get_future().wait();
       thirdArrivedEarly.set_value(connection.hasInput());
@@ -91,7 +94,7 @@ TEST_F(HTTPSessionTest, ARequestDoesNotOvertakeOneThatStillConnects) {
     behave(connection);
   });
   ScriptedServer other(behave);
-  HTTPSession session;
+  HTTPSession session({.connectionAttemptDelay = std::chrono::hours(1)});
   auto first = start(session, {server.url("/first"), {}});
   while (server.targets().empty()) std::this_thread::yield();
 
@@ -110,30 +113,74 @@ TEST_F(HTTPSessionTest, ARequestDoesNotOvertakeOneThatStillConnects) {
   EXPECT_TRUE(third.get());
 }
 
-TEST_F(HTTPSessionTest, TenThousandRequestsToADeadServerDelayNoOther) {
-  ScriptedServer dead(sayNothing);
-  ScriptedServer alive(behave);
+TEST_F(HTTPSessionTest, WithAllTransfersInUseTheOriginThatHasWaitedLongestIsNext) {
+  std::vector<std::unique_ptr<ScriptedServer>> silent;
   HTTPSession session;
-  for (int i = 0; i < 10'000; ++i) session.startAndForget({dead.url("/" + std::to_string(i)), {}});
-  for (int i = 0; i < 10; ++i) EXPECT_TRUE(get(session, alive.url("/")));
-  EXPECT_LE(dead.connections(), 16);
-  EXPECT_FALSE(session.flush(0ms));
+  HTTPTask task;
+  for (int i = 0; i < 256; ++i) {
+    if (i % 16 == 0) silent.push_back(std::make_unique<ScriptedServer>(sayNothing));
+    task = session.start({silent.back()->url("/"), {}}, queue, [](auto) {});
+  }
+  for (const auto& server : silent) {
+    while (server->connections() < 16) std::this_thread::yield();
+  }
+  ScriptedServer first(behave);
+  ScriptedServer second([&first](Connection& connection) {
+    EXPECT_THAT(first.targets(), SizeIs(1));
+    behave(connection);
+  });
+  auto early = start(session, {first.url("/"), {}});
+  auto late = start(session, {second.url("/"), {}});
+  task.cancel();
+  EXPECT_TRUE(late.get());
+  EXPECT_TRUE(early.get());
 }
 
-TEST_F(HTTPSessionTest, ManyDeadServersLeaveTheRestWaitingButLoseNothing) {
-  constexpr int kServers = 20;  // at 16 connections each more than may be under way at once
-  constexpr int kRequests = 16;
+TEST_F(HTTPSessionTest, AnOriginThatCannotBeReachedIsTriedSeldomAndItsRequestsEndInTime) {
+  constexpr int kRequests = 6;
+  constexpr std::chrono::milliseconds kLong = 1h;
+  const auto hangUp = [](Connection&) {};
+  struct Case {
+    ScriptedServer::Script script;  ///< Absent: packets are dropped.
+    std::chrono::milliseconds delay;
+    std::chrono::milliseconds pause;
+    int attempts;
+  };
+  const Case cases[] = {
+      {{}, 1ms, kLong, 4}, {sayNothing, kLong, kLong, 1}, {hangUp, kLong, kLong, 1}, {hangUp, kLong, 1ms, 6}};
   std::vector<std::unique_ptr<ScriptedServer>> servers;
-  HTTPSession session({.totalTimeout = 300ms});
-  std::latch ended(kServers * kRequests);
-  for (int i = 0; i < kServers; ++i) {
-    servers.push_back(std::make_unique<ScriptedServer>(sayNothing));
-    for (int j = 0; j < kRequests; ++j) {
-      session.start({servers.back()->url("/"), {}}, queue, [&ended](auto) { ended.count_down(); });
-    }
+  std::vector<std::unique_ptr<HTTPSession>> sessions;
+  std::vector<std::future<Result<HTTPResponse>>> outcomes;
+  for (const auto& [script, delay, pause, attempts] : cases) {
+    auto& server = *servers.emplace_back(std::make_unique<ScriptedServer>(script));
+    if (!script) server.stall();
+    sessions.push_back(std::make_unique<HTTPSession>(HTTPConfiguration{
+        .totalTimeout = 2s, .connectionAttemptDelay = delay, .failedConnectionPause = pause}));
+    const auto url = URL::fromString("https" + server.url("/").absoluteString().substr(4));
+    for (int i = 0; i < kRequests; ++i) outcomes.push_back(start(*sessions.back(), {*url, {}}));
   }
-  ended.wait();
-  EXPECT_TRUE(session.flush(20s));
+  for (std::size_t i = 0; i < outcomes.size(); ++i) {
+    const auto result = outcomes[i].get();
+    const bool isAttempted = static_cast<int>(i % kRequests) < cases[i / kRequests].attempts;
+    ASSERT_EQ(codeOf(result) == HTTPErrorCode::timedOut, !isAttempted) << i;
+    EXPECT_EQ(result.error().description->ends_with("its turn did not come within 2000 ms"), !isAttempted);
+  }
+  for (std::size_t i = 0; i < servers.size(); ++i) {
+    const auto& [script, delay, pause, attempts] = cases[i];
+    EXPECT_EQ(sessions[i]->statistics().expired, kRequests - attempts);
+    EXPECT_EQ(servers[i]->connections(), script ? attempts : 0);
+  }
+}
+
+TEST_F(HTTPSessionTest, RemembersOnlySoManyOriginsThatCouldNotBeReached) {
+  const int port = *[] { return ScriptedServer(behave).url("/"); }().port();
+  HTTPSession session({.failedConnectionPause = std::chrono::hours(1)});
+  for (int i = 0; i < 1'100; ++i) {
+    const std::string host = "127.1." + std::to_string(i / 100) + "." + std::to_string(i % 100);
+    session.startAndForget({*URL::fromString("http://" + host + ":" + std::to_string(port)), {}});
+  }
+  EXPECT_TRUE(session.flush(60s));
+  EXPECT_EQ(session.statistics().origins, 1'024U);
 }
 
 // The server reads the second request of a connection and hangs up without an answer: the client cannot know
@@ -160,33 +207,37 @@ TEST_F(HTTPSessionTest, RepeatsARequestOnADeadConnectionOnlyWhereItMay) {
   }
 }
 
-TEST_F(HTTPSessionTest, CancellingEndsOneRequestWaitingOrInFlightAndNoOther) {
+TEST_F(HTTPSessionTest, EndsWhatIsCancelledInFlightOrWaitingAndTheOldestOfTooManyThatWait) {
   ScriptedServer server([](Connection& connection) {
-    if (connection.number() == 0) {
-      connection.readRequest();
-      return connection.waitForHangUp();
-    }
-    behave(connection);
+    if (connection.number() > 0) return behave(connection);
+    connection.readRequest();
+    connection.waitForHangUp();
   });
-  auto session = std::make_unique<HTTPSession>(HTTPConfiguration{.maximumConnectionsPerHost = 1});
-  std::vector<std::promise<Result<HTTPResponse>>> outcomes(3);
+  auto session = std::make_unique<HTTPSession>(
+      HTTPConfiguration{.maximumConnectionsPerHost = 1, .maximumWaitingRequests = 2});
+  std::vector<std::promise<Result<HTTPResponse>>> outcomes(4);
   std::vector<HTTPTask> tasks{HTTPTask()};
   for (std::size_t i = 0; i < outcomes.size(); ++i) {
     tasks.push_back(session->start({server.url("/" + std::to_string(i)), {}}, queue,
                                    [&, i](auto result) { outcomes[i].set_value(std::move(result)); }));
+    while (server.targets().empty()) std::this_thread::yield();
   }
-  while (server.targets().empty()) std::this_thread::yield();
-  for (const std::size_t i : {1U, 0U}) {
-    tasks[i + 1].cancel();
+  const auto expectError = [&](std::size_t i, HTTPErrorCode code, const std::string& text) {
     const auto result = outcomes[i].get_future().get();
-    EXPECT_EQ(codeOf(result), HTTPErrorCode::cancelled);
-    EXPECT_EQ(result.error().description, "GET " + server.url("/" + std::to_string(i)).absoluteString() +
-                                              " was cancelled before the response was complete");
+    EXPECT_EQ(codeOf(result), code);
+    EXPECT_THAT(*result.error().description,
+                StartsWith("GET " + server.url("/" + std::to_string(i)).absoluteString() + text));
+  };
+  expectError(1, HTTPErrorCode::dropped, " was not sent");
+  for (const std::size_t i : {2U, 0U}) {
+    tasks[i + 1].cancel();
+    expectError(i, HTTPErrorCode::cancelled, " was cancelled before");
   }
-  EXPECT_TRUE(outcomes[2].get_future().get());
+  EXPECT_TRUE(outcomes[3].get_future().get());
+  EXPECT_EQ(session->statistics().dropped, 1U);
   for (const auto& task : tasks) task.cancel();
   EXPECT_TRUE(session->flush(20s));
-  EXPECT_THAT(server.targets(), ElementsAre("/0", "/2"));
+  EXPECT_THAT(server.targets(), ElementsAre("/0", "/3"));
   session.reset();
   tasks.back().cancel();
 }

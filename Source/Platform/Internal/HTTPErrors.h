@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,12 +23,19 @@ namespace tarn {
 /// The session itself could not be set up: `what` failed with the system error `number`.
 [[nodiscard]] Error setupError(std::string_view what, int number);
 
+/// The request's time was over before its turn came.
+[[nodiscard]] Error expiredError(const URL& url, const HTTPConfiguration& configuration);
+
+/// The request was the oldest when too many waited.
+[[nodiscard]] Error droppedError(const URL& url);
+
 /// How an exchange ended, as far as it tells failures apart.
 struct HTTPFailure {
   CURLcode code = CURLE_OK;
   std::string text;          ///< libcurl's own words; may be empty.
   std::string effectiveURL;  ///< After the redirects so far.
-  bool sent = false;         ///< The request went onto the wire, behind the last redirect.
+  std::chrono::milliseconds timeAllowed{0};
+  bool sent = false;  ///< The request went onto the wire, behind the last redirect.
   bool bodyTooLarge = false;
   bool headerTooLarge = false;
 };

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -13,8 +14,10 @@
 #include <vector>
 
 #include "Platform/HTTPSession.h"
+#include "Platform/Internal/ConnectionPacing.h"
 #include "Platform/Internal/CurlHandles.h"
 #include "Platform/Internal/FileDescriptor.h"
+#include "Platform/Internal/HTTPBacklog.h"
 #include "Platform/Internal/HTTPTransfer.h"
 #include "Platform/Internal/SocketWatches.h"
 
@@ -23,21 +26,14 @@ namespace tarn {
 /// Drives the transfers of one session with libcurl's socket interface over epoll.
 ///
 /// Requests wait in lanes, one lane an origin, and take up a transfer only when they get their turn; so a
-/// dead server with ten thousand requests waiting costs their texts and delays no other origin. A lane sends
-/// its next request once the one before is about to go onto the wire or has failed: otherwise a later request
-/// on an idle connection would overtake an earlier one that still connects.
+/// dead server with ten thousand requests waiting costs their texts and delays no other origin. When a lane
+/// starts its next request is decided by its `ConnectionPacing`; how many may wait, and how long, by the
+/// `HTTPBacklog`.
 ///
 /// `submit`, `cancel`, `flush`, `stop` and `waitForEnd` may be called on any thread; `run` is the worker
 /// thread, to which all else belongs.
 class HTTPLoop {
  public:
-  struct Submission {
-    HTTPRequest request;
-    Queue* deliveryQueue = nullptr;      ///< Used only with a completion.
-    HTTPSession::Completion completion;  ///< Absent: nobody waits for the outcome.
-    std::uint64_t number = 0;            ///< Set by `submit`.
-  };
-
   /// Fails when the system gives no more descriptors or memory.
   static Result<std::shared_ptr<HTTPLoop>> make(const HTTPConfiguration& configuration);
   HTTPLoop(const HTTPLoop&) = delete;
@@ -45,11 +41,12 @@ class HTTPLoop {
   ~HTTPLoop() = default;
 
   /// Returns the submission's number, by which it can be cancelled.
-  std::uint64_t submit(Submission submission);
+  std::uint64_t submit(HTTPSubmission submission);
   /// Ends submission `number`, whose URL has `origin`, unless it has ended.
   void cancel(const std::string& origin, std::uint64_t number);
   bool flush(std::chrono::milliseconds timeout);
-  /// Makes `run` cancel what is under way and return.
+  [[nodiscard]] HTTPStatistics statistics();
+  /// Makes `run` cancel all requests and return.
   void stop();
   /// Waits until `run` has returned, unless the worker itself asks.
   void waitForEnd();
@@ -58,15 +55,19 @@ class HTTPLoop {
   void run();
 
  private:
-  struct Slot;
+  struct Lane;
+  using Clock = std::chrono::steady_clock;
+  using LaneTimers = std::multimap<Clock::time_point, Lane*>;
 
+  /// While requests wait in it, it is in `readyLanes_`, has a timer, or has active requests.
   struct Lane {
-    explicit Lane(std::string name) : origin(std::move(name)) {}
+    Lane(std::string name, const HTTPConfiguration& configuration)
+        : origin(std::move(name)), pacing(configuration) {}
     const std::string origin;
-    std::deque<Submission> waiting;
-    int active = 0;
-    Slot* departing = nullptr;  // started, and not yet about to send
-    bool ready = false;         // stands in `readyLanes_`
+    HTTPBacklog::OriginQueue waiting;
+    ConnectionPacing pacing;
+    bool ready = false;  // is in `readyLanes_`
+    std::optional<LaneTimers::iterator> timer;
   };
 
   struct Cancellation {
@@ -78,35 +79,39 @@ class HTTPLoop {
   struct Slot {
     explicit Slot(HTTPLoop& loop);
     Lane* lane = nullptr;
-    std::optional<Submission> submission;
+    std::optional<HTTPSubmission> submission;
+    bool connected = false;
     HTTPTransfer transfer;
   };
 
   explicit HTTPLoop(const HTTPConfiguration& configuration);
   [[nodiscard]] std::optional<Error> setUp();
 
-  // What waits.
+  // Requests that wait.
   bool takeSubmissions();
-  void enqueue(Submission submission);
+  void enqueue(HTTPSubmission submission);
   void carryOut(const Cancellation& cancellation);
+  void giveUpExpired();
+  void giveUp(HTTPSubmission submission, Error error, std::uint64_t HTTPStatistics::*counter);
   void startReadyLanes();
-  void markReady(Lane& lane);
-  void retireIfEmpty(Lane& lane);
+  void wakeLanes();
+  void countOrigins();
+  void settle(Lane& lane);
 
-  // What is under way.
+  // Requests in flight.
   void startNext(Lane& lane);
   Slot& takeSlot();
-  void departed(Slot& slot);
+  void connected(Slot& slot);
   bool reap();
   void conclude(Slot& slot, CURLcode code);
-  void finish(Slot& slot, Result<HTTPResponse> result);
-  void complete(Submission submission, Result<HTTPResponse> result);
+  void release(Slot& slot, Result<HTTPResponse> result);
+  void complete(HTTPSubmission submission, Result<HTTPResponse> result);
   void cancelEverything();
 
   // Events.
   void waitForEvents();
   void runTimers();
-  [[nodiscard]] int millisecondsToTimer() const;
+  [[nodiscard]] int millisecondsToNextTimer() const;
   void wake();
   static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void*);
   static curl_socket_t openSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
@@ -117,9 +122,10 @@ class HTTPLoop {
 
   std::mutex mutex_;                 // guards what stands up to the blank line
   std::condition_variable changed_;  // `outstanding_` has become 0, or `ended_` true
-  std::vector<Submission> submissions_;
+  std::vector<HTTPSubmission> submissions_;
   std::vector<Cancellation> cancellations_;
   std::uint64_t lastNumber_ = 0;
+  HTTPStatistics statistics_;
   std::size_t outstanding_ = 0;
   bool stopping_ = false;
   bool closed_ = false;  // takes no more submissions
@@ -130,9 +136,11 @@ class HTTPLoop {
   FileDescriptor wakeUp_;
   std::optional<SocketWatches> watches_;  // outlives the connections, which close with `multi_`
   CurlMulti multi_;
-  std::optional<std::chrono::steady_clock::time_point> timer_;
+  std::optional<Clock::time_point> timer_;  // libcurl's
+  HTTPBacklog backlog_;
   std::unordered_map<std::string, Lane> lanes_;
   std::deque<Lane*> readyLanes_;
+  LaneTimers laneTimers_;
   std::vector<std::unique_ptr<Slot>> slots_;
   std::vector<Slot*> spareSlots_;
 };

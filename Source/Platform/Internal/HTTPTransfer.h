@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string_view>
@@ -23,8 +24,9 @@ class HTTPTransfer {
 
   [[nodiscard]] CURL* handle() const { return handle_.get(); }
 
-  /// Makes the handle ready to be added to a multi handle. Anything but CURLE_OK: the handle cannot be used.
-  [[nodiscard]] CURLcode prepare(const HTTPRequest& request);
+  /// Makes the handle ready to be added to a multi handle; the exchange may take `timeAllowed`. Anything but
+  /// CURLE_OK: the handle cannot be used.
+  [[nodiscard]] CURLcode prepare(const HTTPRequest& request, std::chrono::nanoseconds timeAllowed);
 
   /// The outcome of the exchange for `url` that ended with `code`; leaves the transfer ready for the next.
   [[nodiscard]] Result<HTTPResponse> finish(const URL& url, CURLcode code);
@@ -47,6 +49,7 @@ class HTTPTransfer {
   const std::function<void()> aboutToSend_;
   CurlList headers_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
+  std::chrono::milliseconds timeAllowed_{0};
   HTTPResponse response_;
   std::size_t headerSize_ = 0;
   std::size_t bodySize_ = 0;
