@@ -75,7 +75,7 @@ TEST(HTTPWaitingTest, TheBacklogIsBoundedForEachOriginAndInAllAndTheOldestGoesFi
   HTTPBacklog backlog(configuration);
   std::array<HTTPBacklog::OriginQueue, 6> queues;
   const auto excess = [&](auto& queue) { return numbersOf([&] { return backlog.takeExcess(queue); }); };
-  for (const std::uint64_t number : {1, 2, 3}) backlog.push(queues[0], submission(number));
+  for (const std::uint64_t number : {1U, 2U, 3U}) backlog.push(queues[0], submission(number));
   EXPECT_THAT(excess(queues[0]), IsEmpty());
   backlog.push(queues[0], submission(4));
   EXPECT_THAT(excess(queues[0]), ElementsAre(1));

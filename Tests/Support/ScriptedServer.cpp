@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <condition_variable>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -41,39 +40,11 @@ struct ScriptedServer::State {
   explicit State(Script s) : script(std::move(s)) {}
 
   void acceptClients(ScriptedServer& server) {
-    while (true) {
-      std::array<pollfd, 2> wanted{{{wakeUp, POLLIN, 0}, {listening, POLLIN, 0}}};
-      poll(wanted.data(), isAccepting() ? 2 : 1, -1);
-      if (wanted[0].revents != 0) {
-        eventfd_t value = 0;
-        eventfd_read(wakeUp, &value);
-        if (!acknowledge()) return;
-      } else if ((wanted[1].revents & POLLIN) != 0) {
-        serve(server, accept4(listening, nullptr, nullptr, SOCK_CLOEXEC));
-      }
+    std::array<pollfd, 2> wanted{{{wakeUp, POLLIN, 0}, {listening, POLLIN, 0}}};
+    while (poll(wanted.data(), wanted.size(), -1) > 0 && wanted[0].revents == 0) {
+      const std::lock_guard turn(accepting);
+      serve(server, accept4(listening, nullptr, nullptr, SOCK_CLOEXEC));
     }
-  }
-
-  bool isAccepting() {
-    const std::lock_guard lock(mutex);
-    return accepting;
-  }
-
-  /// Tells who changed the mode that it holds; false at the end.
-  bool acknowledge() {
-    const std::lock_guard lock(mutex);
-    acknowledged = true;
-    changed.notify_all();
-    return !ending;
-  }
-
-  void setMode(bool accepts, bool ends) {
-    std::unique_lock lock(mutex);
-    accepting = accepts;
-    ending = ends;
-    acknowledged = false;
-    eventfd_write(wakeUp, 1);
-    changed.wait(lock, [this] { return acknowledged; });
   }
 
   void serve(ScriptedServer& server, int socket) {
@@ -93,11 +64,9 @@ struct ScriptedServer::State {
   int wakeUp = -1;
   int occupant = -1;
   std::uint16_t port = 0;
-  std::mutex mutex;  // guards what follows
-  std::condition_variable changed;
-  bool accepting = true;
-  bool ending = false;
-  bool acknowledged = false;
+  std::mutex accepting;
+  std::unique_lock<std::mutex> stalled{accepting, std::defer_lock};
+  std::mutex mutex;  // guards the rest
   std::vector<int> sockets;
   std::vector<std::thread> threads;
   std::vector<std::string> targets;
@@ -107,7 +76,7 @@ struct ScriptedServer::State {
 ScriptedServer::ScriptedServer(Script script) : state_(std::make_unique<State>(std::move(script))) {
   auto& state = *state_;
   state.wakeUp = checked(eventfd(0, EFD_CLOEXEC));
-  state.listening = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  state.listening = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   auto address = loopback(0);
   socklen_t length = sizeof address;
   checked(bind(state.listening, reinterpret_cast<sockaddr*>(&address), length));
@@ -119,12 +88,12 @@ ScriptedServer::ScriptedServer(Script script) : state_(std::make_unique<State>(s
 
 ScriptedServer::~ScriptedServer() {
   auto& state = *state_;
-  state.setMode(false, true);
+  if (state.stalled) resume();
+  eventfd_write(state.wakeUp, 1);
   state.acceptor.join();
   for (const int socket : state.sockets) shutdown(socket, SHUT_RDWR);
   for (auto& thread : state.threads) thread.join();
   for (const int socket : state.sockets) close(socket);
-  if (state.occupant >= 0) close(state.occupant);
   close(state.listening);
   close(state.wakeUp);
 }
@@ -145,7 +114,7 @@ int ScriptedServer::connections() const {
 
 void ScriptedServer::stall() {
   auto& state = *state_;
-  state.setMode(false, false);
+  state.stalled.lock();
   checked(listen(state.listening, 0));  // room for one client, whom nobody accepts
   state.occupant = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const auto address = loopback(state.port);
@@ -157,7 +126,7 @@ void ScriptedServer::resume() {
   close(checked(accept4(state.listening, nullptr, nullptr, SOCK_CLOEXEC)));
   close(std::exchange(state.occupant, -1));
   checked(listen(state.listening, SOMAXCONN));
-  state.setMode(true, false);
+  state.stalled.unlock();
 }
 
 std::optional<std::string> ScriptedServer::Connection::readRequest() {
