@@ -252,8 +252,7 @@ void HTTPLoop::startReadyLanes() {
     if (!free && !lane.waiting.empty()) return;
     readyLanes_.pop_front();
     lane.ready = false;
-    const auto start = lane.pacing.nextStart();  // an attempt may have failed meanwhile
-    if (lane.waiting.empty() || !start || *start > Clock::now()) {
+    if (lane.waiting.empty()) {
       settle(lane);
     } else {
       startNext(lane);

@@ -128,6 +128,7 @@ TEST_F(HTTPSessionTest, WithAllTransfersInUseTheOriginThatHasWaitedLongestIsNext
     EXPECT_THAT(first.targets(), SizeIs(1));
     behave(connection);
   });
+  session.start({*URL::fromString("http://127.0.0.1:1/"), {}}, queue, [](auto) {}).cancel();
   auto early = start(session, {first.url("/"), {}});
   auto late = start(session, {second.url("/"), {}});
   task.cancel();
@@ -153,8 +154,10 @@ TEST_F(HTTPSessionTest, AnOriginThatCannotBeReachedIsTriedSeldomAndItsRequestsEn
   for (const auto& [script, delay, pause, attempts] : cases) {
     auto& server = *servers.emplace_back(std::make_unique<ScriptedServer>(script));
     if (!script) server.stall();
-    sessions.push_back(std::make_unique<HTTPSession>(HTTPConfiguration{
-        .totalTimeout = 2s, .connectionAttemptDelay = delay, .failedConnectionPause = pause}));
+    const HTTPConfiguration configuration{.totalTimeout = attempts < kRequests ? 2s : 60s,
+                                          .connectionAttemptDelay = delay,
+                                          .failedConnectionPause = pause};
+    sessions.push_back(std::make_unique<HTTPSession>(configuration));
     const auto url = URL::fromString("https" + server.url("/").absoluteString().substr(4));
     for (int i = 0; i < kRequests; ++i) outcomes.push_back(start(*sessions.back(), {*url, {}}));
   }
