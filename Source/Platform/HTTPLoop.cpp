@@ -149,9 +149,9 @@ void HTTPLoop::run() {
   while (running && takeSubmissions()) {
     giveUpExpired();
     wakeLanes();
-    do startReadyLanes();
-    while (reap());
-    waitForEvents();
+    startReadyLanes();
+    const bool hasConcluded = reap();
+    waitForEvents(hasConcluded ? 0 : millisecondsToNextTimer());
   }
   cancelEverything();
   const std::lock_guard lock(mutex_);
@@ -357,10 +357,9 @@ void HTTPLoop::cancelEverything() {
   }
 }
 
-void HTTPLoop::waitForEvents() {
+void HTTPLoop::waitForEvents(int timeout) {
   std::array<epoll_event, 64> events{};
-  const int count =
-      epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), millisecondsToNextTimer());
+  const int count = epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), timeout);
   for (int i = 0; i < count; ++i) {
     const auto& event = events[static_cast<std::size_t>(i)];
     if (event.data.fd == wakeUp_.get()) {

@@ -210,10 +210,12 @@ TEST_F(HTTPSessionTest, RepeatsARequestOnADeadConnectionOnlyWhereItMay) {
 }
 
 TEST_F(HTTPSessionTest, EndsWhatIsCancelledInFlightOrWaitingAndTheOldestOfTooManyThatWait) {
-  ScriptedServer server([](Connection& connection) {
+  std::promise<void> hungUp;
+  ScriptedServer server([&hungUp](Connection& connection) {
     if (connection.number() > 0) return behave(connection);
     connection.readRequest();
     connection.waitForHangUp();
+    hungUp.set_value();
   });
   auto session = std::make_unique<HTTPSession>(
       HTTPConfiguration{.maximumConnectionsPerHost = 1, .maximumWaitingRequests = 2});
@@ -236,6 +238,7 @@ TEST_F(HTTPSessionTest, EndsWhatIsCancelledInFlightOrWaitingAndTheOldestOfTooMan
     expectError(i, HTTPErrorCode::cancelled, " was cancelled before");
   }
   EXPECT_TRUE(outcomes[3].get_future().get());
+  hungUp.get_future().wait();
   EXPECT_EQ(session->statistics().dropped, 1U);
   for (const auto& task : tasks) task.cancel();
   EXPECT_TRUE(session->flush(20s));

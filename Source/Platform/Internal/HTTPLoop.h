@@ -109,7 +109,7 @@ class HTTPLoop {
   void cancelEverything();
 
   // Events.
-  void waitForEvents();
+  void waitForEvents(int timeout);
   void runTimers();
   [[nodiscard]] int millisecondsToNextTimer() const;
   void wake();
