@@ -12,7 +12,8 @@
 /// One click of the viewer on an ad. Immutable; main thread.
 class TarnKyrAdClickThrough {
  public:
-  /// `ad` is not null and holds the parsed ad in its properties; `sender` is the button that was clicked.
+  /// `ad` holds the parsed ad in its properties, `session` plays it, and `sender` is the button that was
+  /// clicked. None is null.
   TarnKyrAdClickThrough(std::shared_ptr<const TarnAd> ad, std::shared_ptr<TarnPlaybackSession> session,
                         tarn::URL clickThroughURL, QQuickItem* sender)
       : ad_(std::move(ad)),
@@ -21,7 +22,7 @@ class TarnKyrAdClickThrough {
         sender_(sender) {}
 
   [[nodiscard]] const std::shared_ptr<const TarnAd>& ad() const { return ad_; }
-  /// The session that was current at the click; null when it has gone.
+  /// The session that was current at the click.
   [[nodiscard]] const std::shared_ptr<TarnPlaybackSession>& session() const { return session_; }
   [[nodiscard]] const tarn::URL& clickThroughURL() const { return clickThroughURL_; }
   /// Null when it has gone.

@@ -5,24 +5,27 @@
 #include <QQuickWindow>
 #include <utility>
 
+#include "Kyr/OverlaySession.h"
 #include "Platform/ProgrammingError.h"
 
 namespace {
 
 using LifecycleEvent = TarnPlaybackSession::LifecycleEvent;
 
-using WeakSession = std::weak_ptr<TarnPlaybackSession>;
-
-/// Each session when it has ended.
-Tarn_RACSignal<WeakSession> terminations(
-    const Tarn_RACSignal<TarnKyrAdComponentDisplayContainer::Session>& sessions) {
-  return sessions.flattenMap([](const TarnKyrAdComponentDisplayContainer::Session& session) {
-    return session->lifecycle()
-        .filter([](const LifecycleEvent& event) {
-          return event && event->is(kTarnPlaybackSessionLifecycleEventTerminate);
-        })
-        .map([weak = WeakSession(session)](const auto&) { return weak; });
-  });
+/// Whether the session plays a break: false when it becomes current, and last when it has ended.
+Tarn_RACSignal<bool> isInBreak(const TarnKyrAdComponentDisplayContainer::Session& session) {
+  if (!session) return Tarn_RACSignal<bool>::returnValue(false);
+  const auto isEnter = [](const LifecycleEvent& event) {
+    return event->is(kTarnPlaybackSessionLifecycleEventAdSequenceEnter);
+  };
+  const auto isEnterOrExit = [isEnter](const LifecycleEvent& event) {
+    return isEnter(event) || event->is(kTarnPlaybackSessionLifecycleEventAdSequenceExit);
+  };
+  return tarn::lifecycleUntilEnd(session)
+      .filter(isEnterOrExit)
+      .map(isEnter)
+      .startWith(false)
+      .concat(Tarn_RACSignal<bool>::returnValue(false));
 }
 
 /// Whether QML or C++ code has given the object an operation `presentViewController`.
@@ -83,8 +86,7 @@ void TarnKyrAdComponentDisplayContainer::DeleteLater::operator()(TarnKyrAdCompon
 
 void TarnKyrAdComponentDisplayContainer::configureCommon() {
   nextBlock_ = [weak = std::weak_ptr(alive_)](const TarnKyrAdClickThrough& click) {
-    const auto player = click.session() ? click.session()->player() : nullptr;
-    if (player) player->pause();
+    if (const auto player = click.session()->player()) player->pause();
     const auto self = weak.lock();
     auto* const viewController = self ? presentingResponder(click.sender()) : nullptr;
     if (viewController == nullptr) return;
@@ -107,23 +109,9 @@ void TarnKyrAdComponentDisplayContainer::configureAdComponentContainer(QQuickIte
 }
 
 void TarnKyrAdComponentDisplayContainer::constructSignals(const Tarn_RACSignal<Session>& sessions) {
-  const auto eventsOfType = [events = sessions.flattenMap([](const Session& session) {
-    return session->lifecycle();
-  })](const char* type) {
-    return events.filter([type](const LifecycleEvent& event) { return event && event->is(type); })
-        .deliverOnMainThread();
-  };
-  subscriptions_.add(
-      eventsOfType(kTarnPlaybackSessionLifecycleEventAdSequenceEnter).subscribeNext([this](const auto&) {
-        showView();
-      }));
-  subscriptions_.add(
-      eventsOfType(kTarnPlaybackSessionLifecycleEventAdSequenceExit).subscribeNext([this](const auto&) {
-        adComponentView_->setVisible(false);
-      }));
-  subscriptions_.add(terminations(sessions).deliverOnMainThread().subscribeNext([this](const auto& ended) {
-    // Ended inside a break, which therefore has no end: its buttons must not stay over what is played next.
-    if (ended.lock() == currentSession_.lock()) adComponentView_->setVisible(false);
+  subscriptions_.add(sessions.map(isInBreak).switchToLatest().subscribeNext([this](bool inBreak) {
+    if (inBreak) return showView();
+    adComponentView_->setVisible(false);
   }));
 }
 

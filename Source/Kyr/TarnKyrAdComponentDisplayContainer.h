@@ -25,10 +25,11 @@ class TarnKyrAdComponentDelegate {
 ///     auto container = std::make_shared<TarnKyrAdComponentDisplayContainer>(videoItem, slots);
 ///     controller->addSessionConsumer(container);
 ///
-/// It puts the overlay over the application's item when a break starts, hides it when the break ends, or the
-/// session does, and handles the viewer's clicks: the player is paused, the item that can present a page is
-/// looked for, and the presenting operation is called, which is the application's to fill. Playback stays
-/// paused until the application resumes it.
+/// It puts the overlay over the application's item when a break of the current session starts, and hides it
+/// when that break or session ends: the session terminates, is destroyed, or another one, or none, becomes
+/// current. It handles the viewer's clicks: the player is paused, the item that can present a page is looked
+/// for, and the presenting operation is called, which is the application's to fill. Playback stays paused
+/// until the application resumes it.
 ///
 /// Main thread; lives as long as the application holds it, at most as long as the `QGuiApplication`, and
 /// takes the overlay away when it goes.
@@ -56,7 +57,7 @@ class TarnKyrAdComponentDisplayContainer : public TarnSessionConsumer {
   [[nodiscard]] QQuickItem* adComponentContainer() const { return adComponentContainer_; }
   [[nodiscard]] const CompanionSlots& companionSlots() const { return companionSlots_; }
   void configureCompanionSlots(CompanionSlots companionSlots);
-  /// The session advanced to last; null when it has gone.
+  /// The session advanced to last; null when it has been destroyed.
   [[nodiscard]] Session currentSession() const { return currentSession_.lock(); }
   /// Never null. The container's own.
   [[nodiscard]] TarnKyrAdComponentView* adComponentView() const { return adComponentView_.get(); }
@@ -66,7 +67,7 @@ class TarnKyrAdComponentDisplayContainer : public TarnSessionConsumer {
   [[nodiscard]] const ClickThroughHandler& nextBlock() const { return nextBlock_; }
   void setNextBlock(ClickThroughHandler nextBlock) { nextBlock_ = std::move(nextBlock); }
 
-  /// Does nothing by itself; it is watched.
+  /// `session` becomes the current one, whose breaks the overlay shows; after null there is none.
   void didAdvanceToPlaybackSession(const Session& session) override;
 
   /// Presents the advertiser's page: to be overridden, or filled by `setPagePresenter`; does nothing else.

@@ -6,13 +6,19 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <utility>
 
+#include "Host/Tarn_RACSubject.h"
+#include "Kyr/AdBreakDurations.h"
+#include "Kyr/OverlaySession.h"
 #include "Kyr/WholeSeconds.h"
+#include "Lumo/TarnLumoAnalyticsDigester.h"
 #include "Platform/LocalizedString.h"
 
 namespace {
 
 using State = tarn::OverlayButton::State;
+using LifecycleEvent = TarnPlaybackSession::LifecycleEvent;
 
 /// The screen in points, as small as the look is made for.
 constexpr double kPointsAcross = 640;
@@ -85,6 +91,46 @@ void TarnKyrAdComponentView::configureButtons() {
   skipButton_->setEnabled(false);  // nothing is known of an ad that could be skipped
   connect(skipButton_, &tarn::OverlayButton::touchUpInside, this,
           [this] { skipButtonDidTouchUpInside(skipButton_); });
+}
+
+Tarn_RACSignal<TarnKyrAdClickThrough> TarnKyrAdComponentView::adsByLearnMoreWithSessions(
+    const Sessions& sessions, std::shared_ptr<tarn::BeaconSink> beaconSink) {
+  const auto digester = std::make_shared<TarnLumoAnalyticsDigester>(std::move(beaconSink));
+  const Tarn_RACSubject<TarnKyrAdClickThrough> clickThroughs;
+  subscriptions_.add(sessions.subscribeNext([this, digester, clickThroughs](const Session& session) {
+    session_.reset();  // before the next one is wired to the same buttons
+    if (session) session_ = std::make_unique<tarn::OverlaySession>(*this, session, digester, clickThroughs);
+  }));
+  return clickThroughs.signal();
+}
+
+TarnKyrAdComponentView::LifecycleEvents TarnKyrAdComponentView::adEnterSignalWithClickThroughURL(
+    const LifecycleEvents& adEnterSignal) {
+  return adEnterSignal.filter([](const LifecycleEvent& event) {
+    const auto ad = tarn::lumoAd(event->ad());
+    return ad && ad->clickThroughURL();
+  });
+}
+
+Tarn_RACSignal<bool> TarnKyrAdComponentView::shouldHideLearnMoreButtonWithAdEnterSignal(
+    const LifecycleEvents& adEnterSignal, const LifecycleEvents& adExitSignal) {
+  return tarn::merge(adEnterSignalWithClickThroughURL(adEnterSignal).map([](const auto&) { return false; }),
+                     adExitSignal.map([](const auto&) { return true; }))
+      .deliverOnMainThread();
+}
+
+Tarn_RACSignal<Tarn_RACTuple<TarnKyrAdComponentView::Ad, QQuickItem*>>
+TarnKyrAdComponentView::clickThroughURLSignalWithAdEnterSignal(
+    const LifecycleEvents& adEnterSignal, const Touches& learnMoreButtonDidTouchUpInsideSignal) {
+  const auto& touches = learnMoreButtonDidTouchUpInsideSignal;
+  const auto buttons = touches.reduceEach([](QQuickItem* sender) { return sender; });
+  const auto ads = adEnterSignalWithClickThroughURL(adEnterSignal)
+                       .map([](const LifecycleEvent& event) { return event->ad(); })
+                       .sample(touches);
+  // The buttons are subscribed to first, so that each touch that has an ad finds its own button.
+  return tarn::zip(buttons.sample(ads), ads).reduceEach([](QQuickItem* button, const Ad& ad) {
+    return Tarn_RACTuple<Ad, QQuickItem*>(ad, button);
+  });
 }
 
 QString TarnKyrAdComponentView::formatAdRemainTime(CMTime time) {

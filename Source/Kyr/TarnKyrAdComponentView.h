@@ -17,10 +17,16 @@
 #include "Lumo/BeaconSink.h"
 #include "Platform/MediaTime.h"
 
+namespace tarn {
+class OverlaySession;
+}
+
 /// The overlay that is drawn over the video while ads play: at the top a bar that tells how long the break
 /// still lasts, with "Learn More", near the bottom a button that counts down to "Skip Ad ⇥" and then skips.
 ///
-/// It follows the lifecycle events of the sessions given to `adsByLearnMoreWithSessions` and polls nothing.
+/// It follows the lifecycle events of one session at a time, of those given to `adsByLearnMoreWithSessions`,
+/// and polls nothing. When that session ends inside an ad, nothing of the ad is left: neither texts, nor
+/// buttons, nor clicks.
 /// What it shows is measured in points: a 360th of the view's height or a 640th of its width, whichever is
 /// less, but at least a pixel; so it is read from a sofa as well on a 720 as on a 2160 lines screen. Where
 /// the texts, or the application, run from right to left it is mirrored.
@@ -50,15 +56,19 @@ class TarnKyrAdComponentView : public QQuickItem {
   [[nodiscard]] tarn::OverlayButton* learnMoreButton() const { return learnMoreButton_; }
   [[nodiscard]] QQuickItem* topComponentContainer() const { return topComponentContainer_; }
 
-  /// Has the overlay follow the sessions, none of which it keeps alive, until it is destroyed. The signal
-  /// returned sends each click on "Learn More", after the click's beacons. `beaconSink` receives the
-  /// beacons; null: `tarn::HTTPBeaconSink::shared()`.
+  /// Has the overlay follow the session sent last until that session terminates or is destroyed, or the next
+  /// one is sent; after a null session, none. Keeps no session alive. Sessions are sent on the main thread,
+  /// their events on any. The signal returned sends each click on "Learn More", after the click's beacons.
+  /// `beaconSink` receives the beacons; null: `tarn::HTTPBeaconSink::shared()`. Call it once.
   Tarn_RACSignal<TarnKyrAdClickThrough> adsByLearnMoreWithSessions(
       const Sessions& sessions, std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr);
 
-  /// What the buttons call; they do nothing themselves and are watched.
+  /// The buttons call them. They do nothing but send to the signals below.
   void skipButtonDidTouchUpInside(QQuickItem* sender) { skipTouches_(sender); }
   void learnMoreButtonDidTouchUpInside(QQuickItem* sender) { learnMoreTouches_(sender); }
+  using Touches = Tarn_RACSignal<Tarn_RACTuple<QQuickItem*>>;
+  [[nodiscard]] Touches skipButtonTouches() const { return skipTouches_.signal(); }
+  [[nodiscard]] Touches learnMoreButtonTouches() const { return learnMoreTouches_.signal(); }
 
   // The signals that the learn-more button's wiring is built of. The events of entered ads carry an ad whose
   // properties hold the parsed ad.
@@ -68,8 +78,7 @@ class TarnKyrAdComponentView : public QQuickItem {
       const LifecycleEvents& adEnterSignal, const LifecycleEvents& adExitSignal);
   /// At each touch of a button that ad, of those with a page to open, which was entered last, and the button.
   [[nodiscard]] static Tarn_RACSignal<Tarn_RACTuple<Ad, QQuickItem*>> clickThroughURLSignalWithAdEnterSignal(
-      const LifecycleEvents& adEnterSignal,
-      const Tarn_RACSignal<Tarn_RACTuple<QQuickItem*>>& learnMoreButtonDidTouchUpInsideSignal);
+      const LifecycleEvents& adEnterSignal, const Touches& learnMoreButtonDidTouchUpInsideSignal);
   [[nodiscard]] static LifecycleEvents adEnterSignalWithClickThroughURL(const LifecycleEvents& adEnterSignal);
 
   /// The texts, in the application's language. Whole seconds are counted towards zero.
@@ -106,14 +115,6 @@ class TarnKyrAdComponentView : public QQuickItem {
   void configureButtons();
   void layOut();
 
-  void bindDurationLabel(const LifecycleEvents& events);
-  void bindSkipButton(const LifecycleEvents& events, const LifecycleEvents& adEnters,
-                      const Sessions& sessions);
-  void bindSkipCountdown(const Tarn_RACSignal<Ad>& skippableAds, const LifecycleEvents& events);
-  void bindLearnMoreButton(const LifecycleEvents& events, const LifecycleEvents& adEnters);
-  void resetLearnMoreTitles(bool hidden);
-  void skipAd(const Ad& ad, const std::weak_ptr<TarnPlaybackSession>& session);
-
   std::unique_ptr<tarn::OverlayLook> look_;
   QQuickItem* topComponentContainer_ = nullptr;
   tarn::OverlayLabel* durationLabel_ = nullptr;
@@ -123,6 +124,6 @@ class TarnKyrAdComponentView : public QQuickItem {
 
   Tarn_RACInvocations<QQuickItem*> skipTouches_;
   Tarn_RACInvocations<QQuickItem*> learnMoreTouches_;
-  std::weak_ptr<char> skipUnderWay_;  // held by what the player is to do when it has landed
+  std::unique_ptr<tarn::OverlaySession> session_;  // the current one's; null when there is none
   Tarn_RACDeallocDisposable subscriptions_;
 };

@@ -40,7 +40,10 @@ class ScriptedSession final : public TarnPlaybackSession {
   }
   void loadVideoURL(const tarn::URL&) override {}
   void begin() override {}
-  void terminate() override {}
+  void terminate() override {
+    send(kTarnPlaybackSessionLifecycleEventTerminate);
+    dropPlayer();
+  }
   void avPlayerPlay() override { player_->play(); }
   void avPlayerPause() override { player_->pause(); }
   void resumeVideoAtTime(CMTime, bool) override {}

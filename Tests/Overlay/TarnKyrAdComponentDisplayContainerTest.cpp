@@ -23,6 +23,10 @@ class PageStage final : public QQuickItem {
 
 class DisplayContainer : public OverlayWindowTest {
  protected:
+  void touchBoth() {
+    view().skipButtonDidTouchUpInside(&skip());
+    view().learnMoreButtonDidTouchUpInside(&learnMore());
+  }
   /// In a new session, 6 s inside an ad with both buttons.
   void playAd(double itemSeconds = 600) {
     advance(itemSeconds);
@@ -60,18 +64,45 @@ TEST_F(DisplayContainer, FollowsOneSessionAfterAnother) {
   EXPECT_THAT(first->takeCalls(), IsEmpty());
 }
 
-TEST_F(DisplayContainer, ASessionThatEndsInsideABreakTakesTheOverlayWithIt) {
-  playAd();
-  const auto first = session;
-  const auto terminateFirst = [&] {
-    first->send(kTarnPlaybackSessionLifecycleEventTerminate);
-    runMainQueue();
+TEST_F(DisplayContainer, TheEndOfASessionIsAnExitFromItsAd) {
+  const auto next = [this] { container->didAdvanceToPlaybackSession(std::make_shared<ScriptedSession>()); };
+  const std::function<void()> ends[] = {
+      [this] { session->terminate(); },
+      [this] { session.reset(); },
+      next,
+      [this] { container->didAdvanceToPlaybackSession(nullptr); },
+      [&] { session->terminate(), next(); },
   };
-  terminateFirst();
-  tell("?hidden");
-  playAd();
-  terminateFirst();
-  tell("?shown");  // it is another session's by now
+  for (const auto& end : ends) {
+    SCOPED_TRACE(&end - ends);
+    playAd();
+    end();
+    const auto ended = session;
+    touchBoth();
+    if (ended) play(ad);  // nothing of it counts any more
+    tell(R"(
+      turn ?hidden => label:
+                   => buttons:
+                   => beacons:)");
+    advance();
+    play(makeAd({.skipOffset = 5, .id = "b"}));
+    if (ended) ended->exitAd(ad), ended->exitBreak(), ended->terminate();
+    tell(R"(
+      turn ?shown => label: Your video will resume in 30 seconds
+                  => buttons: (You can skip this ad/in 5 seconds))");
+  }
+}
+
+TEST_F(DisplayContainer, ASkipInFlightDoesNotHinderTheNextSessions) {
+  std::vector<std::shared_ptr<ScriptedSession>> sessions;
+  for (int i = 0; i < 2; ++i) {
+    sessions.push_back(session = std::make_shared<ScriptedSession>(30));
+    container->didAdvanceToPlaybackSession(session);
+    session->enterAd(makeAd({.skipOffset = 5}));
+    tarn::MainQueue::shared().drain();  // lands the first of the two seeks of the session before
+    touchBoth();
+  }
+  tell("turn => calls: pause, hideLayer, seek 30 -0 +0, seek 30 -0 +0, play, showLayer");
 }
 
 TEST_F(DisplayContainer, AContainerViewThatHasGoneLeavesTheOverlayUnattached) {
@@ -150,6 +181,13 @@ TEST_F(DisplayContainer, ItsHandlerMayOutliveIt) {
   container.reset();
   handler(TarnKyrAdClickThrough(nullptr, session, *tarn::URL::fromString("https://shop.example/"), stage));
   tell("=> calls: pause");
+}
+
+TEST_F(DisplayContainer, KeepsItsSlots) {
+  const TarnKyrAdComponentDisplayContainer::CompanionSlots slots{
+      std::make_shared<TarnKyrCompanionSlot>(nullptr, 300, 250)};
+  EXPECT_EQ(TarnKyrAdComponentDisplayContainer(slots).companionSlots(), slots);
+  EXPECT_EQ(TarnKyrAdComponentDisplayContainer(stage, slots).companionSlots(), slots);
 }
 
 TEST_F(DisplayContainer, DoesNotKeepItsDelegateAlive) {

@@ -1,5 +1,10 @@
 #include <gmock/gmock.h>
 
+#include <QSignalSpy>
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
 #include "Kyr/TarnKyrConstants.h"
 #include "Kyr/TarnKyrHostAds.h"
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
@@ -24,15 +29,16 @@ TEST_F(AdComponentWiring, TheLabelTellsWhatIsLeftOfTheBreak) {
   advance();
   tell("=> label:");
   const auto a = makeAd({.beginTime = 0, .duration = 10, .id = "a"});
-  const auto b = makeAd({.beginTime = 10, .duration = 20, .id = "b"});
-  session->enterBreak({a, b});
+  const auto again = makeAd({.beginTime = 10, .duration = 20, .id = "a"});
+  session->enterBreak({a, again});
   ad = a;
   tell(R"(
     enterAd => label:
     0    => label: Your video will resume in 30 seconds
     0.25 => label: Your video will resume in 29 seconds
     10   => label: Your video will resume in 20 seconds)");
-  ad = b;
+  ad = makeAd(
+      {.beginTime = 10, .duration = 20, .id = "a"});  // equal to the second, as is its id to the first's
   tell(R"(
     7.1  => label: Your video will resume in 12 seconds
     18.5 => label: Your video will resume in 1 second
@@ -50,6 +56,7 @@ TEST_F(AdComponentWiring, WhatIsMissingInAnEventCountsAsNothing) {
       => label: Your video will resume now
       => buttons:)");
   session->enterBreak({makeAd({.duration = 20, .id = "b"})});
+  tell("turn => label: Your video will resume in 20 seconds");
   ad = makeAd({.id = "another"});
   tell("3 => label: Your video will resume in 17 seconds");
 }
@@ -58,6 +65,9 @@ TEST_F(AdComponentWiring, TheSkipButtonCountsDownAndBecomesActive) {
   advance();
   play(makeAd({.duration = 75, .skipOffset = 4.2}));
   EXPECT_EQ(skip().borderWidth(), 0);
+  const QSignalSpy changes(&skip(), &OverlayButton::lookChanged);
+  tell("0.5");
+  EXPECT_EQ(changes.count(), 0);
   tell(R"(
          => buttons: (You can skip this ad/in 5 seconds)
     0.99 => buttons: (You can skip this ad/in 5 seconds)
@@ -109,16 +119,19 @@ TEST_F(AdComponentWiring, SkippingMovesBehindTheAdOnceHoweverOftenTheButtonIsPre
     skip => beacons: skip-a)");  // the seek did not lead out of the ad
 }
 
-TEST_F(AdComponentWiring, APlayerThatGoesDuringASkipDoesNotHinderTheNext) {
-  playSkippable();
-  view().skipButtonDidTouchUpInside(&skip());
-  tarn::MainQueue::shared().drain();
-  session->dropPlayer();
-  runMainQueue();
-  view().skipButtonDidTouchUpInside(&skip());
-  runMainQueue();
-  playSkippable();
-  tell("skip => calls: pause, seek 30.2 -0 +0, play");
+TEST_F(AdComponentWiring, ASkipThatOutlastsItsSessionDoesNotPlay) {
+  for (const bool isFirstSeek : {true, false}) {
+    playSkippable(30);
+    const auto calls = session->fakePlayer().calls();
+    const auto player = session->player();
+    view().skipButtonDidTouchUpInside(&skip());
+    if (!isFirstSeek) tarn::MainQueue::shared().drain();
+    session->terminate();
+    runMainQueue();
+    EXPECT_EQ(std::count(calls->begin(), calls->end(), "play"), 0);
+    EXPECT_EQ(std::count(calls->begin(), calls->end(), "seek 30 -0 +0"), isFirstSeek ? 1 : 2);
+    EXPECT_EQ(calls->back(), "showLayer");
+  }
 }
 
 TEST_F(AdComponentWiring, NeitherTapDoesAnythingBeforeThereIsAnAdForIt) {
@@ -165,9 +178,40 @@ TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
   EXPECT_NE(clicks[2].ad(), clicks[3].ad()) << "each play has an analytics session of its own";
 }
 
-TEST(ClickThroughSignal, PairsEachTouchThatHasAnAdWithItsOwnButton) {
-  const Tarn_RACSubject<TarnPlaybackSession::LifecycleEvent> adEnters;
-  const Tarn_RACInvocations<QQuickItem*> touches;
+TEST_F(AdComponentWiring, EventsOfAnyThreadCountOnTheMainThread) {
+  advance();
+  ad = makeAd({.skipOffset = 5, .hasPage = true});
+  std::thread([this] { session->enterBreak({ad}), session->enterAd(ad), session->progress(ad, 2); }).join();
+  tell(R"(
+         => label:
+         => buttons:
+    ?hidden turn ?shown
+         => label: Your video will resume in 28 seconds
+         => buttons: (You can skip this ad/in 3 seconds), Learn More)");
+  std::atomic<bool> isOver = false;
+  std::thread sender([&] {
+    for (int i = 0; i < 100; ++i) session->progress(ad, i / 10.);
+    session->send(kTarnPlaybackSessionLifecycleEventTerminate);
+    isOver = true;
+  });
+  while (!isOver) tell("skip more");
+  sender.join();
+  tell("turn ?hidden");
+}
+
+/// The view's signals over events and touches that are sent by hand.
+struct LearnMoreSignals : ::testing::Test {
+  void enter(const AdPlan& plan) const {
+    tarn::Dictionary properties;
+    properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyAd, hostAd(makeAd(plan), nullptr));
+    adEnters.sendNext(std::make_shared<const TarnPlaybackSessionLifecycleEvent>(
+        kTarnPlaybackSessionLifecycleEventAdEnter, std::move(properties)));
+  }
+  Tarn_RACSubject<TarnPlaybackSession::LifecycleEvent> adEnters;
+  Tarn_RACInvocations<QQuickItem*> touches;
+};
+
+TEST_F(LearnMoreSignals, PairEachTouchThatHasAnAdWithItsOwnButton) {
   std::vector<std::string> pairs;
   QQuickItem first;
   QQuickItem second;
@@ -175,12 +219,6 @@ TEST(ClickThroughSignal, PairsEachTouchThatHasAnAdWithItsOwnButton) {
       .subscribeNext([&](const auto& pair) {
         pairs.push_back(*std::get<0>(pair)->adId() + (std::get<1>(pair) == &first ? " first" : " second"));
       });
-  const auto enter = [&adEnters](const AdPlan& plan) {
-    tarn::Dictionary properties;
-    properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyAd, hostAd(makeAd(plan), nullptr));
-    adEnters.sendNext(std::make_shared<const TarnPlaybackSessionLifecycleEvent>(
-        kTarnPlaybackSessionLifecycleEventAdEnter, std::move(properties)));
-  };
   touches(&first);
   enter({.hasPage = true, .id = "a"});
   touches(&second);
@@ -189,14 +227,16 @@ TEST(ClickThroughSignal, PairsEachTouchThatHasAnAdWithItsOwnButton) {
   EXPECT_THAT(pairs, ElementsAre("a second", "a first"));
 }
 
-TEST_F(AdComponentWiring, KeepsNoSessionAlive) {
-  advance();
-  play(makeAd({.skipOffset = 5, .hasPage = true}), 6);
-  tell("more");
-  const std::weak_ptr<TarnPlaybackSession> weak = std::exchange(session, nullptr);
-  EXPECT_TRUE(weak.expired());
-  EXPECT_EQ(container->currentSession(), nullptr);
-  tell("skip more => beacons: click-a, skip-a, click-a");
+TEST_F(LearnMoreSignals, HideOnTheMainThread) {
+  std::vector<bool> hidden;
+  TarnKyrAdComponentView::shouldHideLearnMoreButtonWithAdEnterSignal(
+      adEnters, TarnKyrAdComponentView::LifecycleEvents::returnValue(nullptr))
+      .subscribeNext([&hidden](bool value) { hidden.push_back(value); });
+  enter({.hasPage = true});
+  enter({});
+  EXPECT_THAT(hidden, IsEmpty());
+  runMainQueue();
+  EXPECT_THAT(hidden, ElementsAre(true, false));
 }
 
 }  // namespace
