@@ -26,7 +26,8 @@ TEST(AdBreakDurations, HasAnEntryForEachParsedAdAndOneForTheTotal) {
   }
   EXPECT_THAT(remainingTime(table, b, seconds(2)), SecondsEq(3.));
   EXPECT_THAT(remainingTime(table, nullptr, seconds(2)), SecondsEq(13.));
-  EXPECT_THAT(remainingTime(adBreakDurations(nullptr), a, seconds(2)), SecondsEq(-2.));
+  for (const auto& empty : {adBreakDurations(nullptr), AdBreakDurations(), AdBreakDurations(1)})
+    EXPECT_THAT(remainingTime(empty, a, seconds(2)), SecondsEq(-2.));
 }
 
 }  // namespace

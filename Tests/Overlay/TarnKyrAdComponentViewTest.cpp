@@ -40,9 +40,10 @@ class AdComponentLayout : public OverlayWindowTest {
 };
 
 TEST_F(AdComponentLayout, IsAsStatedInPointsAtEverySize) {
-  for (const auto& size : {QSizeF(640, 360), QSizeF(1280, 720), QSizeF(1920, 1080), QSizeF(3840, 2160)}) {
+  for (const auto& [size, point] : {std::pair(QSizeF(640, 360), 1.), std::pair(QSizeF(1280, 720), 2.),
+                                    std::pair(QSizeF(1920, 1080), 3.), std::pair(QSizeF(3840, 2160), 6.),
+                                    std::pair(QSizeF(2560, 1080), 3.), std::pair(QSizeF(1280, 960), 2.)}) {
     stage->setSize(size);
-    const double point = size.height() / 360;
     EXPECT_EQ(inPixels(*view().topComponentContainer()), QRectF(0, 0, size.width(), 30 * point));
     const QRectF label = inPixels(*view().durationLabel());
     EXPECT_DOUBLE_EQ(label.left(), 5 * point);
@@ -57,6 +58,18 @@ TEST_F(AdComponentLayout, IsAsStatedInPointsAtEverySize) {
     EXPECT_DOUBLE_EQ(skipping.height(), skip().height() * point);
     EXPECT_EQ(skip().height(), std::ceil(skip().height()));
   }
+}
+
+TEST_F(AdComponentLayout, TextsAreOfTwelvePointsAndHaveTheirInsets) {
+  const auto textIn = [](QQuickItem& item) {
+    const auto parts = item.childItems();
+    return *std::find_if(parts.begin(), parts.end(),
+                         [](const auto* part) { return part->inherits("QQuickText"); });
+  };
+  for (auto* const item : std::initializer_list<QQuickItem*>{view().durationLabel(), &learnMore(), &skip()})
+    EXPECT_EQ(textIn(*item)->property("font").value<QFont>().pixelSize(), 12);
+  EXPECT_EQ(skip().width(), std::ceil(textIn(skip())->implicitWidth()) + 10);
+  EXPECT_EQ(learnMore().width(), std::ceil(textIn(learnMore())->implicitWidth()));
 }
 
 TEST_F(AdComponentLayout, GivesWayWhereThereIsLittleRoom) {
@@ -115,8 +128,8 @@ TEST_F(AdComponentLayout, ScreenReadersFindNamesAndRolesAndCanPress) {
 
 TEST_F(AdComponentLayout, AButtonIsLitWhileAPressLiesOnIt) {
   progress(6);
-  const auto white = TarnKyrAdComponentView::titleColorControlStateNormal();
-  const auto grey = TarnKyrAdComponentView::titleColorControlStateHighlighted();
+  const QColor white("#ffffff");
+  const QColor grey("#aaaaaa");
   for (auto* const button : {&skip(), &learnMore()}) {
     EXPECT_EQ(button->titleColor(), white);
     QTest::mousePress(&window, Qt::LeftButton, {}, centreOf(*button));
