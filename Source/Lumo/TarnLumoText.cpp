@@ -67,6 +67,23 @@ constexpr auto endsWith = [](std::string_view text, std::string_view part) { ret
   return 0;
 }
 
+/// The folded text, or as much of it as is longer than `limit` bytes.
+[[nodiscard]] std::string foldedUpTo(std::string_view text, std::size_t limit) {
+  text = trimmed(text);
+  std::string folded;
+  while (!text.empty() && folded.size() <= limit) {
+    std::size_t blank = leadingBlank(text);
+    if (blank == 0) {
+      folded.push_back(text.front());
+      text.remove_prefix(1);
+      continue;
+    }
+    folded.push_back(' ');
+    while ((blank = leadingBlank(text)) != 0) text.remove_prefix(blank);
+  }
+  return folded;
+}
+
 }  // namespace
 
 bool isUTF8(std::string_view bytes) {
@@ -118,24 +135,11 @@ std::size_t leadingSpace(std::string_view text) {
 }
 
 std::string foldedText(std::string_view text) {
-  text = trimmed(text);
-  std::string folded;
-  while (!text.empty()) {
-    std::size_t blank = leadingBlank(text);
-    if (blank == 0) {
-      folded.push_back(text.front());
-      text.remove_prefix(1);
-      continue;
-    }
-    folded.push_back(' ');
-    while ((blank = leadingBlank(text)) != 0) text.remove_prefix(blank);
-  }
-  return folded;
+  return foldedUpTo(text, std::string_view::npos);
 }
 
 std::string clippedText(std::string_view text, std::size_t limit) {
-  // A run of white space folds to one character, so a few times the limit is enough to look at.
-  std::string folded = foldedText(text.substr(0, 16 * limit));
+  std::string folded = foldedUpTo(text, limit);
   if (folded.size() <= limit) return folded;
   while (limit > 0 && (static_cast<unsigned char>(folded[limit]) & 0xc0U) == 0x80U) --limit;
   return folded.substr(0, limit) + "…";
