@@ -40,14 +40,18 @@ using tarn::xml::xmlText;
   return std::string(view(TextHandle(text).get()));
 }
 
+/// The entities in it resolved.
+[[nodiscard]] std::string valueOf(const xmlNode* element, const xmlAttr* attribute) {
+  if (auto text = plainText(attribute->children)) return *std::move(text);
+  return take(xmlNodeListGetString(element->doc, attribute->children, 1)).value_or(std::string());
+}
+
 [[nodiscard]] std::optional<std::string> attributeOf(const xmlNode* node, std::string_view name) {
   if (node->type != XML_ELEMENT_NODE) return std::nullopt;
   const xmlAttr* attribute = node->properties;
   while (attribute != nullptr && view(attribute->name) != name) attribute = attribute->next;
-  if (attribute == nullptr && node->doc->intSubset == nullptr) return std::nullopt;
-  if (attribute != nullptr) {
-    if (auto text = plainText(attribute->children)) return text;
-  }
+  if (attribute != nullptr) return valueOf(node, attribute);
+  if (node->doc->intSubset == nullptr) return std::nullopt;
   return take(xmlGetProp(node, xmlText(std::string(name))));
 }
 
@@ -140,7 +144,7 @@ std::uint64_t TarnLumoONOXMLElement::lineNumber() const {
   return line < 0 ? 0 : static_cast<std::uint64_t>(line);
 }
 
-const TarnLumoONOXMLElement::Attributes& TarnLumoONOXMLElement::attributes() const& {
+TarnLumoONOXMLElement::Attributes& TarnLumoONOXMLElement::cachedAttributes() const {
   Cache& values = cache();
   if (values.attributes) return *values.attributes;
   values.attributes.emplace();
@@ -148,24 +152,30 @@ const TarnLumoONOXMLElement::Attributes& TarnLumoONOXMLElement::attributes() con
   if (!alive || node_->type != XML_ELEMENT_NODE) return *values.attributes;
   for (const xmlAttr* attribute = node_->properties; attribute != nullptr; attribute = attribute->next) {
     const std::string_view name = view(attribute->name);
-    if (values.attributes->contains(name)) continue;
-    values.attributes->emplace(name, attributeOf(node_, name).value_or(std::string()));
+    if (!values.attributes->contains(name)) values.attributes->emplace(name, valueOf(node_, attribute));
   }
   return *values.attributes;
 }
 
-TarnLumoONOXMLElement::Attributes TarnLumoONOXMLElement::attributes() && {
-  static_cast<void>(std::as_const(*this).attributes());
-  return *std::move(cache_->attributes);
+TarnLumoONOXMLElement::Attributes TarnLumoONOXMLElement::attributes() const& {
+  return cachedAttributes();
 }
 
-const std::string& TarnLumoONOXMLElement::stringValue() const& {
+TarnLumoONOXMLElement::Attributes TarnLumoONOXMLElement::attributes() && {
+  return std::move(cachedAttributes());
+}
+
+const std::string& TarnLumoONOXMLElement::cachedText() const {
   Cache& values = cache();
   if (!values.stringValue) {
     const auto alive = document_.lock();
     values.stringValue = alive ? contentOf(node_) : std::string();
   }
   return *values.stringValue;
+}
+
+std::string TarnLumoONOXMLElement::stringValue() const& {
+  return cachedText();
 }
 
 std::string TarnLumoONOXMLElement::stringValue() && {
@@ -179,7 +189,7 @@ std::optional<double> TarnLumoONOXMLElement::numberValue() const {
   if (!values.numberValue) {
     const auto alive = document_.lock();
     if (!alive) return std::nullopt;
-    values.numberValue = alive->numberFormatter().numberFromString(stringValue());
+    values.numberValue = alive->numberFormatter().numberFromString(cachedText());
   }
   return *values.numberValue;
 }
@@ -189,7 +199,7 @@ std::optional<std::chrono::system_clock::time_point> TarnLumoONOXMLElement::date
   if (!values.dateValue) {
     const auto alive = document_.lock();
     if (!alive) return std::nullopt;
-    values.dateValue = alive->dateFormatter().dateFromString(stringValue());
+    values.dateValue = alive->dateFormatter().dateFromString(cachedText());
   }
   return *values.dateValue;
 }

@@ -64,14 +64,14 @@ class TarnLumoONOXMLElement {
   /// From 1; libxml2 counts to 65535 and stays there. 0 for what stands on no line.
   [[nodiscard]] std::uint64_t lineNumber() const;
   /// By local name, entities resolved; of two with one local name the first.
-  [[nodiscard]] const Attributes& attributes() const&;
+  [[nodiscard]] Attributes attributes() const&;
   [[nodiscard]] Attributes attributes() &&;
   /// The text of the node and all below it, entities resolved; empty without any.
-  [[nodiscard]] const std::string& stringValue() const&;
+  [[nodiscard]] std::string stringValue() const&;
   [[nodiscard]] std::string stringValue() &&;
   /// An element stands where text is expected.
   explicit operator std::string() const { return stringValue(); }
-  [[nodiscard]] bool isBlank() const { return stringValue().empty(); }
+  [[nodiscard]] bool isBlank() const { return cachedText().empty(); }
   /// The text as an en_US number, grouping commas allowed.
   [[nodiscard]] std::optional<double> numberValue() const;
   /// The text as a date written yyyy-MM-dd'T'HH:mm:ssZ.
@@ -147,6 +147,8 @@ class TarnLumoONOXMLElement {
 
   [[nodiscard]] std::optional<TarnLumoONOXMLElement> wrap(_xmlNode* node) const;
   [[nodiscard]] Cache& cache() const;
+  [[nodiscard]] Attributes& cachedAttributes() const;
+  [[nodiscard]] const std::string& cachedText() const;
 
   std::weak_ptr<const TarnLumoONOXMLDocument> document_;
   _xmlNode* node_ = nullptr;

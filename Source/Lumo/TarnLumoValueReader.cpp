@@ -11,7 +11,7 @@
 namespace tarn {
 
 std::optional<URL> urlOfText(const TarnLumoONOXMLElement& element, WarningCollector& warnings) {
-  const std::string& text = element.stringValue();
+  const std::string text = element.stringValue();
   auto url = URL::fromString(text);
   if (url) return url;
   if (trimmed(text).empty()) {
