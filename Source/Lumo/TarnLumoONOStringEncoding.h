@@ -8,7 +8,7 @@
 
 namespace tarn {
 
-/// The encoding that an IANA character-set name (any case) stands for; unknown for a name without a code.
+/// The encoding of a name that IANA or ICU has for it, in any case; unknown for every other name.
 [[nodiscard]] TarnLumoONOStringEncoding encodingNamed(std::string_view name);
 
 /// `text` (UTF-8) as bytes of `encoding`. UTF-16 and UTF-32 begin with a byte order mark. Fails when the

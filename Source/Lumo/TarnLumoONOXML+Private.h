@@ -4,6 +4,7 @@
 #include <libxml/tree.h>
 #include <libxml/xpath.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -59,8 +60,15 @@ using TextHandle = std::unique_ptr<xmlChar, FreeText>;
 /// Whether the names and texts of a tree are UTF-8 throughout.
 [[nodiscard]] bool holdsProperText(const xmlDoc* document);
 
-/// Refuses bytes that libxml2 would take time out of proportion to parse.
-[[nodiscard]] Result<void> checkMarkup(std::string_view bytes);
+/// Text as the parser reads it, and the line on which it begins.
+struct Markup {
+  std::string_view text;
+  std::int64_t line = 1;
+};
+
+/// Refuses text that libxml2 would take time out of proportion to parse.
+[[nodiscard]] Result<void> checkMarkup(Markup markup);
+[[nodiscard]] Result<void> checkHTMLMarkup(Markup markup);
 
 /// Refuses a tree whose document type declares entities that expand beyond measure.
 [[nodiscard]] Result<void> checkDeclarations(const xmlDoc* document);

@@ -1,74 +1,15 @@
 #include "Lumo/TarnLumoONOXMLDocument.h"
 
-#include <libxml/HTMLparser.h>
-
-#include <mutex>
 #include <utility>
 
 #include "Lumo/TarnLumoONOStringEncoding.h"
-#include "Lumo/TarnLumoONOXML+Private.h"
+#include "Lumo/TarnLumoONOXMLParser+Private.h"
 #include "Lumo/TarnLumoText.h"
 
 namespace {
 
-using tarn::xml::checkDeclarations;
-using tarn::xml::checkMarkup;
-using tarn::xml::DocumentHandle;
+using tarn::xml::Parse;
 using tarn::xml::view;
-
-/// Recover, and neither report errors nor warnings: libxml2 prints nothing.
-constexpr int kParseOptions = XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-constexpr std::size_t kFaultsKept = 20;
-
-using ParserHandle = std::unique_ptr<xmlParserCtxt, tarn::xml::Deleter<xmlFreeParserCtxt>>;
-using HTMLParserHandle = std::unique_ptr<xmlParserCtxt, tarn::xml::Deleter<htmlFreeParserCtxt>>;
-
-void initialiseParser() {
-  static std::once_flag once;
-  std::call_once(once, xmlInitParser);
-}
-
-/// libxml2 quotes the document in its messages, whatever bytes that has.
-[[nodiscard]] std::string messageOf(const xmlError& error) {
-  return tarn::repairedUTF8(error.message == nullptr ? "" : error.message);
-}
-
-/// libxml2's structured error handler; the parser context carries the list.
-void recordFault(void* context, xmlError* error) {
-  auto& faults = *static_cast<TarnLumoONOXMLFaults*>(static_cast<xmlParserCtxt*>(context)->_private);
-  ++faults.count;
-  if (faults.first.size() == kFaultsKept) return;
-  faults.first.push_back({error->line, tarn::foldedText(messageOf(*error)), error->level == XML_ERR_FATAL});
-}
-
-struct Parse {
-  DocumentHandle document;
-  TarnLumoONOXMLFaults faults;
-  /// Absent when the parser recorded none.
-  std::optional<tarn::Error> error;
-};
-
-[[nodiscard]] Parse parseXML(std::string_view data) {
-  Parse parse;
-  const ParserHandle parser(xmlNewParserCtxt());
-  if (!parser) return parse;
-  parser->_private = &parse.faults;
-  parser->sax->serror = recordFault;
-  parse.document.reset(xmlCtxtReadMemory(parser.get(), data.data(), static_cast<int>(data.size()), "",
-                                         nullptr, kParseOptions));
-  TarnLumoONOSetErrorFromXMLErrorPtr(&parse.error, xmlCtxtGetLastError(parser.get()));
-  return parse;
-}
-
-[[nodiscard]] Parse parseHTML(std::string_view data) {
-  Parse parse;
-  const HTMLParserHandle parser(htmlNewParserCtxt());
-  if (!parser) return parse;
-  parse.document.reset(htmlCtxtReadMemory(parser.get(), data.data(), static_cast<int>(data.size()), "",
-                                          nullptr, kParseOptions));
-  TarnLumoONOSetErrorFromXMLErrorPtr(&parse.error, xmlCtxtGetLastError(parser.get()));
-  return parse;
-}
 
 [[nodiscard]] tarn::Error emptyDocumentError() {
   tarn::Error error;
@@ -80,37 +21,29 @@ struct Parse {
 
 [[nodiscard]] TarnLumoONOXMLDocument::Parsed documentWithData(std::string_view data,
                                                               Parse (*parseBytes)(std::string_view)) {
-  initialiseParser();
   if (data.empty()) return emptyDocumentError();
-  if (auto harmless = checkMarkup(data); !harmless) return harmless.error();
   Parse parse = parseBytes(data);
   // libxml2 reports bytes that are no UTF-8, then copies them into the tree as they are; also when an
   // encoding is declared that it does not know or cannot read.
-  if (parse.document && !tarn::isUTF8(data) && !tarn::xml::holdsProperText(parse.document.get()))
-    parse.document = parseBytes(tarn::repairedUTF8(data)).document;
+  if (parse.document && !tarn::isUTF8(data) && !tarn::xml::holdsProperText(parse.document.get())) {
+    Parse repaired = parseBytes(tarn::repairedUTF8(data));
+    parse.document = std::move(repaired.document);
+    if (!parse.document) parse.error = std::move(repaired.error);
+  }
   if (!parse.document || xmlDocGetRootElement(parse.document.get()) == nullptr)
     return parse.error ? *std::move(parse.error) : emptyDocumentError();
-  if (auto harmless = checkDeclarations(parse.document.get()); !harmless) return harmless.error();
+  if (auto harmless = tarn::xml::checkDeclarations(parse.document.get()); !harmless) return harmless.error();
   return TarnLumoONOXMLDocument::initWithDocument(parse.document.release(), std::move(parse.faults));
 }
 
 }  // namespace
 
-void TarnLumoONOSetErrorFromXMLErrorPtr(std::optional<tarn::Error>* result, xmlError* error) {
-  if (result == nullptr || error == nullptr) return;
-  result->emplace();
-  (*result)->domain = TarnLumoONOXMLErrorDomain;
-  (*result)->code = error->code;
-  (*result)->failureReason = std::string(tarn::trimmed(messageOf(*error)));
-  xmlResetError(error);
-}
-
 TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::XMLDocumentWithData(std::string_view data) {
-  return documentWithData(data, parseXML);
+  return documentWithData(data, tarn::xml::parseXML);
 }
 
 TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::HTMLDocumentWithData(std::string_view data) {
-  return documentWithData(data, parseHTML);
+  return documentWithData(data, tarn::xml::parseHTML);
 }
 
 TarnLumoONOXMLDocument::Parsed TarnLumoONOXMLDocument::XMLDocumentWithString(

@@ -21,7 +21,8 @@ struct _xmlDoc;
 /// libxml2's code for its own limits.
 inline constexpr const char* TarnLumoONOXMLErrorDomain = "tarn.xml";
 
-/// Encodings of text as bytes; the values are the platform's codes.
+/// Encodings of text as bytes; the values are the platform's codes. Every encoding that ICU knows has one,
+/// also those without a name here: a code page of IBM's is 0xc0000000 + its number.
 enum class TarnLumoONOStringEncoding : std::uint64_t {
   unknown = 0,
   ASCII = 1,
@@ -37,6 +38,20 @@ enum class TarnLumoONOStringEncoding : std::uint64_t {
   windows1254 = 14,
   windows1250 = 15,
   ISO2022JP = 21,
+  macOSRoman = 30,
+  ISOLatin3 = 0x80000203,
+  ISOLatin4 = 0x80000204,
+  ISOLatinCyrillic = 0x80000205,
+  ISOLatinArabic = 0x80000206,
+  ISOLatinGreek = 0x80000207,
+  ISOLatinHebrew = 0x80000208,
+  ISOLatin5 = 0x80000209,
+  ISOLatin9 = 0x8000020f,
+  GBK = 0x80000631,
+  GB18030 = 0x80000632,
+  EUCKR = 0x80000940,
+  KOI8R = 0x80000a02,
+  big5 = 0x80000a03,
   UTF32 = 0x8c000100,
   UTF16BigEndian = 0x90000100,
   UTF16LittleEndian = 0x94000100,
@@ -68,9 +83,11 @@ struct TarnLumoONOXMLDocumentArchive {
 /// a time; different documents are independent.
 ///
 /// Parsing repairs what it can and never reads anything but the given bytes: no document type, entity or
-/// schema is fetched. Documents that would cost time or memory out of proportion (entities that expand beyond
-/// 1 MiB or into themselves, hundreds of attributes on one tag) are refused; what nests deeper than 256
-/// elements is cut off there, which counts as a repair.
+/// schema is fetched, and nothing is printed. Documents that would cost time or memory out of proportion are
+/// refused: entities that expand beyond 1 MiB or into themselves, more than 500 attributes or 50 namespaces
+/// on one tag (2,000 attributes in HTML), more than 256 namespaces in scope, a document type that declares
+/// more than 100 attributes or expands parameter entities beyond 4 KiB. What nests deeper than 256 elements
+/// is cut off there, which counts as a repair.
 class TarnLumoONOXMLDocument : public std::enable_shared_from_this<TarnLumoONOXMLDocument> {
   struct Key {};
 

@@ -1,7 +1,7 @@
+#include <strings.h>
+
 #include <algorithm>
 #include <array>
-#include <cstring>
-#include <limits>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -11,9 +11,9 @@
 #include "Lumo/TarnLumoONOXML+Private.h"
 #include "Lumo/TarnLumoText.h"
 
-// libxml2 compares every attribute of a tag with every other, and looks every prefixed name up in the list of
-// all namespaces in scope, so a tag of 100,000 attributes takes minutes. It offers no hook before that
-// happens; the bytes have to be looked at.
+// libxml2 compares every attribute of a tag with every other, every value of an enumeration too, and looks
+// every prefixed name up in the list of all namespaces in scope, so a tag of 100,000 attributes takes
+// minutes. It offers no callback before that happens; the text has to be examined.
 
 namespace tarn::xml {
 namespace {
@@ -22,10 +22,12 @@ constexpr std::size_t kMaximumAttributes = 500;
 constexpr std::size_t kMaximumNamespaceDefinitions = 50;
 constexpr std::size_t kShortestNamespaceDefinition = sizeof(" xmlns:a='b'") - 1;
 constexpr std::size_t kLongestHarmlessTag = kMaximumNamespaceDefinitions * kShortestNamespaceDefinition;
+constexpr std::size_t kMaximumAttributeListBytes = 4 * 1024;
+// Higher than for XML: a comparison in a script may look like the begin of a tag.
+constexpr std::size_t kMaximumHTMLAttributes = 2'000;
 constexpr std::size_t kMaximumSizeOfUncommonEncoding = 64 * 1024;
 constexpr std::size_t kMaximumEntityExpansion = 1024 * 1024;
 constexpr std::size_t kMaximumEntityDepth = 64;
-constexpr std::size_t kMaximumAttributeDefaults = 256;
 
 [[nodiscard]] bool isXMLSpace(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
@@ -50,89 +52,66 @@ struct TagSize {
   return size;
 }
 
-[[nodiscard]] Result<void> checkTags(std::string_view text) {
-  std::size_t begin = text.find('<');
-  while (begin != std::string_view::npos) {
-    const std::size_t next = text.find('<', begin + 1);
-    const std::string_view tag = text.substr(begin + 1, std::min(next, text.size()) - begin - 1);
-    if (tag.size() > kLongestHarmlessTag) {
-      const TagSize size = measureTag(tag);
-      if (size.attributes > kMaximumAttributes || size.namespaceDefinitions > kMaximumNamespaceDefinitions) {
-        const auto line =
-            1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(begin), '\n');
-        return limitError("The tag at line " + std::to_string(line) + " has more than " +
-                          std::to_string(kMaximumAttributes) + " attributes or " +
-                          std::to_string(kMaximumNamespaceDefinitions) + " namespace definitions");
-      }
+[[nodiscard]] std::string lineOf(const Markup& markup, std::size_t position) {
+  const auto end = markup.text.begin() + static_cast<std::ptrdiff_t>(position);
+  return std::to_string(markup.line + std::count(markup.text.begin(), end, '\n'));
+}
+
+/// How many attributes an HTML tag may have, counted from the end of the text to its begin for each state in
+/// which the parser may be. Where a character can be read in two ways, the larger count is taken.
+class HTMLAttributeCount {
+ public:
+  /// The count for a tag whose name begins behind the last character put in front.
+  [[nodiscard]] std::size_t ofTag() const { return name_; }
+
+  void putInFront(char c) {
+    const HTMLAttributeCount next = *this;
+    doubleQuoted_ = c == '"' ? next.between_ : next.doubleQuoted_;
+    singleQuoted_ = c == '\'' ? next.between_ : next.singleQuoted_;
+    if (c == '>') {
+      between_ = name_ = value_ = unquoted_ = 0;
+    } else if (isXMLSpace(c)) {
+      name_ = unquoted_ = between_;
+    } else {
+      const std::size_t begun = std::min(next.name_ + 1, kMaximumHTMLAttributes + 1);
+      between_ = c == '=' ? std::max(begun, next.value_) : begun;
+      if (c == '=') name_ = std::max(next.name_, next.value_);
+      value_ = c == '"' ? next.doubleQuoted_ : c == '\'' ? next.singleQuoted_ : next.unquoted_;
     }
-    begin = next;
   }
-  return {};
-}
 
-/// How wide a character is, and where in it the byte of an ASCII character stands.
-struct Width {
-  std::size_t bytes = 1;
-  std::size_t low = 0;
+ private:
+  std::size_t between_ = 0;
+  std::size_t name_ = 0;
+  std::size_t value_ = 0;
+  std::size_t unquoted_ = 0;
+  std::size_t doubleQuoted_ = 0;
+  std::size_t singleQuoted_ = 0;
 };
-
-[[nodiscard]] Width widthOf(xmlCharEncoding encoding) {
-  switch (encoding) {
-    case XML_CHAR_ENCODING_UTF16LE:
-      return {2, 0};
-    case XML_CHAR_ENCODING_UTF16BE:
-      return {2, 1};
-    case XML_CHAR_ENCODING_UCS4LE:
-      return {4, 0};
-    case XML_CHAR_ENCODING_UCS4BE:
-      return {4, 3};
-    default:
-      return {};
-  }
-}
-
-/// The text with every character beyond ASCII replaced by one that means nothing in markup.
-[[nodiscard]] std::string narrow(std::string_view bytes, Width width) {
-  std::string text;
-  text.reserve(bytes.size() / width.bytes);
-  for (std::size_t i = 0; i + width.bytes <= bytes.size(); i += width.bytes) {
-    bool ascii = true;
-    for (std::size_t k = 0; k < width.bytes; ++k) ascii = ascii && (k == width.low || bytes[i + k] == '\0');
-    text.push_back(ascii ? bytes[i + width.low] : 'x');
-  }
-  return text;
-}
-
-/// What the first bytes tell, as libxml2 looks at them.
-[[nodiscard]] xmlCharEncoding detectedEncoding(std::string_view bytes) {
-  const auto* start = reinterpret_cast<const unsigned char*>(bytes.data());
-  return xmlDetectCharEncoding(start, static_cast<int>(std::min(bytes.size(), std::size_t{4})));
-}
-
-/// The encoding name of an XML declaration in ASCII; empty without one.
-[[nodiscard]] std::string declaredEncoding(std::string_view bytes) {
-  const std::string_view declaration = bytes.substr(0, bytes.find('>'));
-  if (!declaration.starts_with("<?xml")) return {};
-  std::size_t begin = declaration.find("encoding");
-  if (begin == std::string_view::npos) return {};
-  begin = declaration.find_first_of("\"'", begin);
-  if (begin == std::string_view::npos) return {};
-  std::string name(
-      declaration.substr(begin + 1, declaration.find(declaration[begin], begin + 1) - begin - 1));
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
-  return name;
-}
 
 /// Whether bytes of the encoding that look like ASCII markup are just that.
 [[nodiscard]] bool keepsASCII(std::string_view encoding) {
   static constexpr std::array<std::string_view, 15> kPrefixes = {
       "UTF-8", "UTF8",      "US-ASCII", "ASCII", "ISO-8859-", "ISO_8859-", "LATIN", "WINDOWS-125",
       "CP125", "SHIFT_JIS", "EUC-",     "GB",    "BIG5",      "KOI8-",     "TIS-"};
-  // libxml2 takes a declaration that it could read as ASCII for proof that the document is not UTF-16.
-  return encoding.empty() || encoding == "UTF-16" ||
-         std::any_of(kPrefixes.begin(), kPrefixes.end(),
-                     [&](std::string_view prefix) { return encoding.starts_with(prefix); });
+  return std::any_of(kPrefixes.begin(), kPrefixes.end(), [&](std::string_view prefix) {
+    return encoding.size() >= prefix.size() &&
+           strncasecmp(encoding.data(), prefix.data(), prefix.size()) == 0;
+  });
+}
+
+/// The first encoding that an HTML text names and in which its bytes mean something else than they look like.
+/// libxml2 changes to it in the middle of a tag.
+[[nodiscard]] std::string_view uncommonCharset(std::string_view text) {
+  constexpr std::string_view kName = "charset=";
+  const auto matches = [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a - 'A' + 'a' == b); };
+  const auto* at = text.begin();
+  while ((at = std::search(at, text.end(), kName.begin(), kName.end(), matches)) != text.end()) {
+    at += kName.size();
+    const auto encoding = text.substr(static_cast<std::size_t>(at - text.begin()), 32);
+    if (!keepsASCII(encoding)) return encoding.substr(0, encoding.find_first_of("\"'>; \n"));
+  }
+  return {};
 }
 
 class ExpansionCheck {
@@ -185,15 +164,6 @@ class ExpansionCheck {
   std::unordered_map<const xmlEntity*, std::optional<std::size_t>> sizes_;
   std::unordered_set<const xmlEntity*> open_;
 };
-
-[[nodiscard]] std::size_t sizeOfAttributeDefaults(const xmlDtd* declarations) {
-  std::size_t size = 0;
-  for (const xmlNode* node = declarations->children; node != nullptr; node = node->next) {
-    if (node->type != XML_ATTRIBUTE_DECL) continue;
-    size += view(reinterpret_cast<const xmlAttribute*>(node)->defaultValue).size();
-  }
-  return size;
-}
 
 /// The text that a node holds by itself, not in nodes beneath.
 [[nodiscard]] std::string_view ownText(const xmlNode& node) {
@@ -252,24 +222,45 @@ bool holdsProperText(const xmlDoc* document) {
   return true;
 }
 
-Result<void> checkMarkup(std::string_view bytes) {
-  if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-    return limitError("The document is larger than 2 GiB");
-  const xmlCharEncoding detected = detectedEncoding(bytes);
-  if (const Width width = widthOf(detected); width.bytes > 1) return checkTags(narrow(bytes, width));
-  const bool common = detected == XML_CHAR_ENCODING_NONE || detected == XML_CHAR_ENCODING_UTF8;
-  const std::string encoding = declaredEncoding(bytes);
-  if ((!common || !keepsASCII(encoding)) && bytes.size() > kMaximumSizeOfUncommonEncoding)
-    return limitError("A document in the encoding " + (encoding.empty() ? "EBCDIC or UCS-4" : encoding) +
-                      " may be at most 64 KiB; send it as UTF-8");
-  return checkTags(bytes);
+Result<void> checkMarkup(Markup markup) {
+  const std::string_view text = markup.text;
+  std::size_t begin = text.find('<');
+  while (begin != std::string_view::npos) {
+    const std::size_t next = text.find('<', begin + 1);
+    const std::string_view tag = text.substr(begin + 1, std::min(next, text.size()) - begin - 1);
+    if (tag.size() > kLongestHarmlessTag) {
+      const TagSize size = measureTag(tag);
+      if (size.attributes > kMaximumAttributes || size.namespaceDefinitions > kMaximumNamespaceDefinitions)
+        return limitError("The tag at line " + lineOf(markup, begin) + " has more than " +
+                          std::to_string(kMaximumAttributes) + " attributes or " +
+                          std::to_string(kMaximumNamespaceDefinitions) + " namespace definitions");
+      if (tag.size() > kMaximumAttributeListBytes && tag.starts_with("!ATTLIST"))
+        return limitError("The attribute list declared at line " + lineOf(markup, begin) +
+                          " is longer than 4 KiB");
+    }
+    begin = next;
+  }
+  return {};
+}
+
+Result<void> checkHTMLMarkup(Markup markup) {
+  const std::string_view text = markup.text;
+  if (text.size() > kMaximumSizeOfUncommonEncoding) {
+    if (const auto encoding = uncommonCharset(text); !encoding.empty())
+      return limitError("An HTML document in the encoding " + std::string(encoding) +
+                        " may be at most 64 KiB; send it as UTF-8");
+  }
+  HTMLAttributeCount count;
+  for (std::size_t i = text.size(); i-- > 0; count.putInFront(text[i])) {
+    if (text[i] == '<' && count.ofTag() > kMaximumHTMLAttributes)
+      return limitError("The tag at line " + lineOf(markup, i) + " has more than " +
+                        std::to_string(kMaximumHTMLAttributes) + " attributes");
+  }
+  return {};
 }
 
 Result<void> checkDeclarations(const xmlDoc* document) {
-  if (document->intSubset == nullptr) return {};
-  if (sizeOfAttributeDefaults(document->intSubset) > kMaximumAttributeDefaults)
-    return limitError("The document type declares attribute defaults of more than 256 bytes");
-  if (document->intSubset->entities == nullptr) return {};
+  if (document->intSubset == nullptr || document->intSubset->entities == nullptr) return {};
   if (!ExpansionCheck(document).sizeOf(document->children, false, 0)) {
     Error error = limitError("The document's entities expand to more than 1 MiB or into themselves");
     error.code = XML_ERR_ENTITY_LOOP;

@@ -1,34 +1,28 @@
 #include <libxml/xpathInternals.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <string>
 
-#include "Lumo/TarnLumoONOXML+Private.h"
+#include "Lumo/TarnLumoONOXMLParser+Private.h"
 
 namespace tarn::xml {
 namespace {
 
-// A query that looks at every node of a large document a few times stays far below; one that looks at every
-// node for every node ends instead of taking minutes.
-constexpr unsigned long kOperationLimit = 20'000'000;
+// A query that looks at every node a few times stays far below; one that looks at every node for every node
+// ends instead of taking minutes.
+constexpr unsigned long kOperationsForAnyDocument = 200'000;
+constexpr unsigned long kOperationsForAnElement = 16;
 
-void ignoreError(void* /*context*/, xmlError* /*error*/) {}
-
-void ignoreText(void* /*context*/, const char* /*format*/, ...) {}
-
-/// Some faults of an expression (an unknown function) libxml2 does not report but prints, through a function
-/// that each thread has of its own.
-class QuietThread {
- public:
-  QuietThread() { xmlSetGenericErrorFunc(nullptr, ignoreText); }
-  ~QuietThread() { xmlSetGenericErrorFunc(context_, function_); }
-  QuietThread(const QuietThread&) = delete;
-  QuietThread& operator=(const QuietThread&) = delete;
-
- private:
-  xmlGenericErrorFunc function_ = xmlGenericError;
-  void* context_ = xmlGenericErrorContext;
-};
+/// How much work a query of the document may take. Numbers the elements in document order on first use:
+/// without the numbers, libxml2 walks along the siblings to compare the places of two nodes.
+[[nodiscard]] unsigned long operationLimit(xmlDoc* document) {
+  if (document->_private == nullptr)
+    document->_private = reinterpret_cast<void*>(std::max(xmlXPathOrderDocElems(document), 1L));
+  return kOperationsForAnyDocument +
+         kOperationsForAnElement * reinterpret_cast<std::uintptr_t>(document->_private);
+}
 
 /// Calls back with the prefix and URI of each definition that XPath knows at `node`, the innermost first.
 template <typename Definition>
@@ -68,15 +62,14 @@ const xmlChar* namespaceForPrefix(const TarnLumoONOXMLDocument& document, const 
 XPathObjectHandle evaluate(const TarnLumoONOXMLDocument& document, xmlNode* node,
                            const std::string& expression) {
   if (!isText(expression)) return nullptr;
+  const QuietThread quiet;
   const XPathContextHandle context(xmlXPathNewContext(node->doc));
   if (!context) return nullptr;
   context->node = node;
-  context->error = ignoreError;
-  context->opLimit = kOperationLimit;
+  context->opLimit = operationLimit(node->doc);
   forEachNamespace(document, node, [&](std::string_view prefix, const xmlChar* uri) {
     xmlXPathRegisterNs(context.get(), xmlText(std::string(prefix)), uri);
   });
-  const QuietThread quiet;
   return XPathObjectHandle(xmlXPathEvalExpression(xmlText(expression), context.get()));
 }
 

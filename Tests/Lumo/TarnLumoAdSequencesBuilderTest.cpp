@@ -29,7 +29,13 @@ TEST(AdSequencesBuilder, BuildsOnce) {
   EXPECT_THAT(sequences->at(1)->endTime(), SecondsEq(100));
   EXPECT_EQ(log, "");
   EXPECT_FALSE(builder.buildAdSequences());
-  EXPECT_THAT(log, HasSubstr("`-[TarnLumoAdSequenceBuilder buildAdSequences]` may only be called once"));
+  EXPECT_EQ(
+      log,
+      "`-[TarnLumoAdSequenceBuilder buildAdSequences]` may only be called once, as doing so mutates its "
+      "internal state (and possibly that of its TarnLumoAdBuilders)");
+  TarnLumoAdSequencesBuilder empty(seconds(100), builder.numberFormatter());
+  EXPECT_THAT(empty.buildAdSequences(), Optional(IsEmpty()));
+  EXPECT_FALSE(empty.buildAdSequences());
 }
 
 TEST(ValueReader, ReadsTheIntegerThatATextBeginsWith) {

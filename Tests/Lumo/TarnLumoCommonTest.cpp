@@ -79,7 +79,7 @@ TEST_F(TarnLumoCommonTest, ReadsTheOffsetsOfAdBreaks) {
   EXPECT_THAT(TarnLumoAdBreakTimeOffsetFromString("END"), IdenticalTo(kCMTimePositiveInfinity));
   EXPECT_THAT(TarnLumoAdBreakTimeOffsetFromString("00:10:00.000"), IdenticalTo(CMTimeMake(360000, 600)));
   EXPECT_THAT(takeLines(), IsEmpty());
-  for (const char* string : {"10%", "#1", "START ", "starts", "en"}) {
+  for (const char* string : {"10%", "#1", "START ", "starts", "xtart", "en", "and"}) {
     EXPECT_THAT(TarnLumoAdBreakTimeOffsetFromString(string), IsInvalidTime()) << string;
     EXPECT_THAT(takeLines(), ElementsAre(durationLine(string, kNoCharacters)));
   }
