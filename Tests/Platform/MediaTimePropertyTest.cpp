@@ -115,33 +115,4 @@ TEST(MediaTimePropertyTest, ProductsAreThoseOfRationals) {
   }
 }
 
-TEST(MediaTimePropertyTest, OrderIsTotal) {
-  Operands operands;
-  std::vector<CMTime> times{kCMTimeInvalid, kCMTimeIndefinite, kCMTimePositiveInfinity,
-                            kCMTimeNegativeInfinity};
-  for (int i = 0; i < 600; ++i) {
-    times.push_back(operands.time());
-    times.back().epoch = static_cast<CMTimeEpoch>(operands.below(3)) - 1;
-  }
-  std::sort(times.begin(), times.end(),
-            [](const CMTime& a, const CMTime& b) { return CMTimeCompare(a, b) < 0; });
-  for (std::size_t i = 0; i < times.size(); ++i) {
-    for (std::size_t j = i; j < times.size(); ++j) {
-      ASSERT_LE(CMTimeCompare(times[i], times[j]), 0);
-      ASSERT_EQ(CMTimeCompare(times[j], times[i]), -CMTimeCompare(times[i], times[j]));
-    }
-  }
-}
-
-TEST(MediaTimePropertyTest, SecondsLeadBackToTheSameTicks) {
-  Operands operands;
-  for (int i = 0; i < 20'000; ++i) {
-    const auto ticks = static_cast<CMTimeValue>(operands.below(std::uint64_t{1} << 50));
-    for (const CMTimeScale timescale : {600, 1000, 90000}) {
-      const CMTime time = CMTimeMake(ticks, timescale);
-      ASSERT_EQ(CMTimeMakeWithSeconds(CMTimeGetSeconds(time), timescale).value, ticks) << timescale;
-    }
-  }
-}
-
 }  // namespace
