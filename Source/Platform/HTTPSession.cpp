@@ -7,7 +7,8 @@
 
 #include "Platform/Internal/HTTPErrors.h"
 #include "Platform/Internal/HTTPLoop.h"
-#include "Platform/Internal/ThreadPool.h"
+#include "Platform/PerProcess.h"
+#include "Platform/WithoutSignals.h"
 
 namespace tarn {
 
@@ -21,14 +22,16 @@ class HTTPSession::Worker {
   /// A queue that drops its tasks may make the worker release the last owner of its own session, hence a
   /// thread that is not joined.
   ~Worker() {
-    if (!loop_) return;
-    loop_->stop();
-    loop_->waitForEnd();
+    const Started* const started = started_.existing();
+    if (!started || !started->loop) return;
+    started->loop->stop();
+    started->loop->waitForEnd();
   }
 
   Result<std::shared_ptr<HTTPLoop>> loop() {
-    const std::lock_guard lock(mutex_);
-    if (loop_) return loop_;
+    Started& started = started_.get();
+    const std::lock_guard lock(started.mutex);
+    if (started.loop) return started.loop;
     auto made = HTTPLoop::make(configuration_);
     if (!made) return made;
     try {
@@ -37,19 +40,24 @@ class HTTPSession::Worker {
     } catch (const std::system_error& failure) {
       return setupError("starting a thread", failure.code().value());
     }
-    loop_ = *made;
-    return loop_;
+    started.loop = *made;
+    return started.loop;
   }
 
   std::shared_ptr<HTTPLoop> loopIfStarted() {
-    const std::lock_guard lock(mutex_);
-    return loop_;
+    Started& started = started_.get();
+    const std::lock_guard lock(started.mutex);
+    return started.loop;
   }
 
  private:
+  struct Started {
+    std::mutex mutex;  // guards the making of the loop
+    std::shared_ptr<HTTPLoop> loop;
+  };
+
   const HTTPConfiguration configuration_;
-  std::mutex mutex_;  // guards the making of the loop
-  std::shared_ptr<HTTPLoop> loop_;
+  PerProcess<Started> started_;
 };
 
 struct HTTPTask::Request {

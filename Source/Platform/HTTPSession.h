@@ -112,6 +112,9 @@ class HTTPTask {
 /// behind it wait for the end of the origin's pause. Every request ends within `totalTimeout`, whether its
 /// turn has come or not. Where a host has IPv6 and IPv4 addresses, an attempt tries both side by side (RFC
 /// 8305).
+///
+/// In a child made by `fork` the session does not know its parent's requests, which complete in the parent
+/// only.
 class HTTPSession {
  public:
   using Completion = std::function<void(Result<HTTPResponse>)>;

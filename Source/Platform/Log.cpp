@@ -1,5 +1,7 @@
 #include "Platform/Log.h"
 
+#include <pthread.h>
+
 #include <atomic>
 #include <cstdio>
 #include <memory>
@@ -8,21 +10,38 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/PerProcess.h"
+
 namespace tarn {
 namespace {
 
 /// Never destroyed: other threads and static objects may log until the very end of the process.
 struct Log {
-  /// Recursive, because a sink may itself log, or end its own installation.
-  std::recursive_mutex mutex;
+  std::mutex mutex;  // guards `sinks`; never held while foreign code runs
   std::vector<std::shared_ptr<LogSink>> sinks;
-  bool insideSink = false;
+
+  struct Calls {
+    /// Recursive, because a sink may itself log, or end its own installation.
+    std::recursive_mutex mutex;
+    bool insideSink = false;
+  };
+  PerProcess<Calls> calls;
+
+  std::shared_ptr<LogSink> newestSink() {
+    const std::lock_guard lock(mutex);
+    return sinks.empty() ? nullptr : sinks.back();
+  }
 };
 
 Log& sharedLog() {
   static Log& log = *new Log;
   return log;
 }
+
+/// A fork waits until no thread changes what the child gets a copy of. From before `main` on, so that the
+/// application's own fork handlers may log.
+[[maybe_unused]] const int keptWhole = pthread_atfork(
+    [] { sharedLog().mutex.lock(); }, [] { sharedLog().mutex.unlock(); }, [] { sharedLog().mutex.unlock(); });
 
 void writeToStandardError(std::string_view line) {
   std::string whole;
@@ -31,7 +50,7 @@ void writeToStandardError(std::string_view line) {
   std::fwrite(whole.data(), 1, whole.size(), stderr);
 }
 
-void callSink(Log& log, LogSink& sink, std::string_view line) {
+void callSink(Log::Calls& calls, LogSink& sink, std::string_view line) {
   struct Inside {
     explicit Inside(bool& flag) : flag_(flag) { flag_ = true; }
     ~Inside() { flag_ = false; }
@@ -39,7 +58,7 @@ void callSink(Log& log, LogSink& sink, std::string_view line) {
     Inside& operator=(const Inside&) = delete;
     bool& flag_;
   };
-  const Inside inside(log.insideSink);
+  const Inside inside(calls.insideSink);
   sink(line);
 }
 
@@ -47,13 +66,11 @@ void callSink(Log& log, LogSink& sink, std::string_view line) {
 
 void writeLogLine(std::string_view line) {
   Log& log = sharedLog();
-  const std::scoped_lock lock(log.mutex);
-  if (log.sinks.empty() || log.insideSink) {
-    writeToStandardError(line);
-    return;
-  }
-  const auto sink = log.sinks.back();  // outlives a sink that ends its own installation
-  callSink(log, *sink, line);
+  Log::Calls& calls = log.calls.get();
+  const std::lock_guard lock(calls.mutex);
+  const auto sink = log.newestSink();  // outlives a sink that ends its own installation
+  if (!sink || calls.insideSink) return writeToStandardError(line);
+  callSink(calls, *sink, line);
 }
 
 Token installLogSink(LogSink sink) {
@@ -63,7 +80,7 @@ Token installLogSink(LogSink sink) {
   log.sinks.push_back(installed);
   return Token([installed] {
     Log& owner = sharedLog();
-    const std::scoped_lock ending(owner.mutex);
+    const std::scoped_lock ending(owner.calls->mutex, owner.mutex);
     std::erase(owner.sinks, installed);
   });
 }

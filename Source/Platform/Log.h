@@ -15,7 +15,7 @@ using LogSink = std::function<void(std::string_view line)>;
 
 /// Sends the log lines to `sink` instead, until the token dies; installations nest, the newest receives. The
 /// sink is called on the logging thread, one call at a time, and not after the token's death has returned;
-/// what a sink itself logs goes to standard error.
+/// what a sink itself logs goes to standard error. A child made by `fork` calls its copy of the sink.
 [[nodiscard]] Token installLogSink(LogSink sink);
 
 }  // namespace tarn

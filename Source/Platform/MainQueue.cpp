@@ -1,3 +1,5 @@
+#include <pthread.h>
+
 #include <algorithm>
 #include <condition_variable>
 #include <cstdint>
@@ -6,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/PerProcess.h"
 #include "Platform/Queue.h"
 
 namespace tarn {
@@ -25,16 +28,18 @@ struct EventLoop {
 }  // namespace
 
 struct MainQueue::State {
-  std::mutex mutex;  // guards `tasks` and `enqueued`
-  std::condition_variable arrived;
+  static const int keptWhole;
+
+  std::mutex mutex;  // guards what follows up to the blank line; never held while foreign code runs
   std::deque<Task> tasks;
   std::uint64_t enqueued = 0;
-
-  // Held while an event loop is woken, so that none is woken after its token's end. Recursive, because waking
-  // may enqueue.
-  std::recursive_mutex loopsMutex;
   std::vector<EventLoop> loops;
   std::uint64_t installed = 0;
+
+  PerProcess<std::condition_variable> arrived;
+  // Held while an event loop is woken, so that none is woken after its token's end. Recursive, because waking
+  // may enqueue.
+  PerProcess<std::recursive_mutex> waking;
 
   /// The oldest waiting task among the first `end` ever enqueued; an empty one if none of them waits.
   Task takeBefore(std::uint64_t end) {
@@ -50,21 +55,40 @@ struct MainQueue::State {
     return tasks.empty();
   }
 
+  std::function<void()> newestWake() {
+    const std::lock_guard lock(mutex);
+    return loops.empty() ? nullptr : loops.back().wake;
+  }
+
   void wakeNewestLoop() {
-    const std::lock_guard lock(loopsMutex);
-    if (loops.empty()) return;
-    const auto wake = loops.back().wake;  // a copy: waking may install or end event loops
-    wake();
+    const std::lock_guard lock(waking.get());
+    if (const auto wake = newestWake()) wake();  // a copy: waking may install or end event loops
+  }
+
+  std::uint64_t addLoop(std::function<void()> wake) {
+    const std::lock_guard lock(mutex);
+    loops.push_back({++installed, std::move(wake)});
+    return installed;
   }
 
   void removeLoop(std::uint64_t id) {
+    EventLoop removed;  // destroyed outside the lock
     {
-      const std::lock_guard lock(loopsMutex);
-      std::erase_if(loops, [id](const EventLoop& loop) { return loop.id == id; });
+      const std::scoped_lock lock(waking.get(), mutex);
+      const auto found =
+          std::find_if(loops.begin(), loops.end(), [id](const EventLoop& loop) { return loop.id == id; });
+      removed = std::move(*found);
+      loops.erase(found);
     }
     if (!isEmpty()) wakeNewestLoop();
   }
 };
+
+/// A fork waits until no thread changes what the child gets a copy of. From before `main` on, so that the
+/// application's own fork handlers may use the queue.
+const int MainQueue::State::keptWhole =
+    pthread_atfork([] { shared().state_->mutex.lock(); }, [] { shared().state_->mutex.unlock(); },
+                   [] { shared().state_->mutex.unlock(); });
 
 MainQueue::MainQueue() : state_(std::make_unique<State>()) {}
 
@@ -82,7 +106,7 @@ void MainQueue::async(Task task) {
     state_->tasks.push_back(std::move(task));
     ++state_->enqueued;
   }
-  state_->arrived.notify_one();
+  state_->arrived->notify_one();
   state_->wakeNewestLoop();
 }
 
@@ -100,9 +124,7 @@ std::size_t MainQueue::drain() {
 }
 
 Token MainQueue::installEventLoop(std::function<void()> wake) {
-  const std::lock_guard lock(state_->loopsMutex);
-  const std::uint64_t id = ++state_->installed;
-  state_->loops.push_back({id, std::move(wake)});
+  const std::uint64_t id = state_->addLoop(std::move(wake));
   if (!state_->isEmpty()) state_->wakeNewestLoop();
   return Token([this, id] { state_->removeLoop(id); });
 }
@@ -116,8 +138,8 @@ bool MainQueue::runUntil(const std::function<bool()>& done, std::chrono::millise
     const auto now = std::chrono::steady_clock::now();
     if (now >= deadline) return false;
     std::unique_lock lock(state_->mutex);
-    state_->arrived.wait_until(lock, std::min(deadline, now + kLongestTurn),
-                               [this] { return !state_->tasks.empty(); });
+    state_->arrived->wait_until(lock, std::min(deadline, now + kLongestTurn),
+                                [this] { return !state_->tasks.empty(); });
   }
 }
 

@@ -66,17 +66,17 @@ struct OperationQueue::State {
 };
 
 OperationQueue::OperationQueue(std::string name)
-    : name_(std::move(name)), state_(std::make_shared<State>()) {}
+    : name_(std::move(name)), state_(std::make_shared<PerProcess<State>>()) {}
 
 OperationQueue::~OperationQueue() = default;
 
 void OperationQueue::addOperation(std::shared_ptr<Operation> operation) {
-  state_->hold(operation);
+  state_->get().hold(operation);
   // The observer owns the state: the operation stays held when this queue is destroyed before its end.
-  operation->observeFinished([state = state_](const Operation& finished) { state->release(finished); });
+  operation->observeFinished([state = state_](const Operation& finished) { state->get().release(finished); });
   runOnPool([state = state_, operation = std::move(operation)] {
     operation->start();
-    if (operation->isFinished()) state->release(*operation);
+    if (operation->isFinished()) state->get().release(*operation);
   });
 }
 
@@ -85,8 +85,9 @@ void OperationQueue::async(Task task) {
 }
 
 void OperationQueue::cancelAllOperations() {
-  const std::lock_guard lock(state_->mutex);
-  for (const auto& operation : state_->unfinished) operation->cancel();
+  State& state = state_->get();
+  const std::lock_guard lock(state.mutex);
+  for (const auto& operation : state.unfinished) operation->cancel();
 }
 
 }  // namespace tarn

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/PerProcess.h"
 #include "Platform/Queue.h"
 
 namespace tarn {
@@ -59,7 +60,8 @@ class Operation : public std::enable_shared_from_this<Operation> {
 /// Runs operations on the library's thread pool, as many at a time as the pool has threads.
 ///
 /// Holds each operation until it has finished. Destroying the queue does not cancel or wait. Plain tasks may
-/// be enqueued too; they run concurrently, in no promised order.
+/// be enqueued too; they run concurrently, in no promised order. What is enqueued before a `fork` belongs to
+/// the parent only.
 class OperationQueue final : public Queue {
  public:
   explicit OperationQueue(std::string name);
@@ -73,7 +75,7 @@ class OperationQueue final : public Queue {
  private:
   struct State;
   std::string name_;
-  std::shared_ptr<State> state_;
+  std::shared_ptr<PerProcess<State>> state_;
 };
 
 }  // namespace tarn

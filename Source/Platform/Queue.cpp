@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Platform/Internal/ThreadPool.h"
+#include "Platform/WithoutSignals.h"
 
 namespace tarn {
 namespace {
@@ -15,22 +16,24 @@ namespace {
 /// A task that blocks takes a thread away; four leave room for the others on a machine with one core.
 constexpr unsigned kMinimumThreads = 4;
 
-asio::thread_pool* makePool() {
+std::unique_ptr<asio::thread_pool> makePool() {
   const WithoutSignals withoutSignals;
-  return new asio::thread_pool(std::max(kMinimumThreads, std::thread::hardware_concurrency()));
+  return std::make_unique<asio::thread_pool>(std::max(kMinimumThreads, std::thread::hardware_concurrency()));
 }
 
 /// Never destroyed, since a static object's destructor may still enqueue; but its threads end before the
 /// process does, so that no task runs while what it uses is being taken down.
 asio::thread_pool& pool() {
-  static asio::thread_pool* const instance = makePool();
+  static auto& pools = *new PerProcess<asio::thread_pool>(makePool);
   static const struct AtExit {
     ~AtExit() {
-      instance->stop();
-      instance->join();
+      asio::thread_pool* const own = pools.existing();
+      if (!own) return;
+      own->stop();
+      own->join();
     }
   } atExit{};
-  return *instance;
+  return pools.get();
 }
 
 }  // namespace
@@ -43,13 +46,13 @@ struct SerialQueue::State {
   asio::strand<asio::thread_pool::executor_type> strand{pool().get_executor()};
 };
 
-SerialQueue::SerialQueue(std::string label) : label_(std::move(label)), state_(std::make_shared<State>()) {}
+SerialQueue::SerialQueue(std::string label) : label_(std::move(label)) {}
 
 SerialQueue::~SerialQueue() = default;
 
 void SerialQueue::async(Task task) {
-  const auto state = state_;  // the task may destroy this queue before the call has returned
-  asio::post(state->strand, std::move(task));
+  const auto strand = state_->strand;  // the task may destroy this queue before the call has returned
+  asio::post(strand, std::move(task));
 }
 
 }  // namespace tarn

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "Platform/Observable.h"
+#include "Platform/PerProcess.h"
 
 namespace tarn {
 
@@ -27,7 +28,7 @@ class Queue {
 /// Runs its tasks one at a time, in the order of their enqueueing, on the library's thread pool.
 ///
 /// Tasks that are waiting when the queue is destroyed still run; destroying it does not wait for them. Those
-/// that wait when the process exits are dropped.
+/// that wait when the process exits are dropped. Those that wait at a `fork` run in the parent only.
 class SerialQueue final : public Queue {
  public:
   explicit SerialQueue(std::string label);
@@ -38,13 +39,14 @@ class SerialQueue final : public Queue {
  private:
   struct State;
   std::string label_;
-  std::shared_ptr<State> state_;
+  PerProcess<State> state_;
 };
 
 /// The queue of the application's main thread: tasks run one at a time, in order, from the event loop that
 /// drives it.
 ///
-/// Without an event loop tasks wait until somebody calls `drain`, which is how tests drive time by hand.
+/// Without an event loop tasks wait until somebody calls `drain`, which is how tests drive time by hand. A
+/// child made by `fork` has a copy of the waiting tasks and of the event loops.
 class MainQueue final : public Queue {
  public:
   /// The one main queue of the process.

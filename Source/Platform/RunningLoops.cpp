@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "Platform/Internal/HTTPLoop.h"
+#include "Platform/PerProcess.h"
 
 namespace tarn {
 
@@ -18,9 +19,9 @@ void prepareCurl() {
 }
 
 RunningLoops& RunningLoops::shared() {
-  static RunningLoops* const instance =
-      new RunningLoops;  // never destroyed: loops end while the process exits
-  return *instance;
+  static auto& instances =
+      *new PerProcess<RunningLoops>;  // never destroyed: loops end while the process exits
+  return instances.get();
 }
 
 bool RunningLoops::add(HTTPLoop& loop) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <future>
 #include <memory>
 #include <utility>
@@ -12,6 +13,13 @@
 
 namespace tarn::test {
 
+/// Whether this thread does.
+inline bool takesSignals() {
+  sigset_t blocked;
+  pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+  return sigismember(&blocked, SIGTERM) == 0;
+}
+
 /// Requests whose outcome can be waited for.
 class HTTPSessionFixture : public testing::Test {
  protected:
@@ -19,6 +27,7 @@ class HTTPSessionFixture : public testing::Test {
     auto outcome = std::make_shared<std::promise<Result<HTTPResponse>>>();
     auto future = outcome->get_future();
     session.start(std::move(request), queue, [outcome](Result<HTTPResponse> result) {
+      EXPECT_FALSE(takesSignals()) << "the pool";
       outcome->set_value(std::move(result));  // throws when called twice
     });
     return future;

@@ -1,6 +1,7 @@
 #include "Platform/HTTPSession.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -248,7 +249,7 @@ TEST_F(HTTPSessionTest, EndsTheOldestOfTooManyThatWaitAndWhatIsCancelledAndAllWi
 
 TEST_F(HTTPSessionTest, AQueueThatDropsItsTasksMayLeaveTheWorkerTheLastReference) {
   struct DroppingQueue final : Queue {
-    void async(Task) override {}
+    void async(Task) override { EXPECT_FALSE(takesSignals()) << "the worker"; }
   } dropping;
   struct Owner {
     explicit Owner(std::promise<void>& p) : destroyed(p) {}
@@ -265,6 +266,7 @@ TEST_F(HTTPSessionTest, AQueueThatDropsItsTasksMayLeaveTheWorkerTheLastReference
   auto& session = *owner->session;
   session.start({server.url("/"), {}}, dropping, [owner = std::move(owner)](auto) {});
   destroyed.get_future().wait();
+  EXPECT_TRUE(takesSignals());
 }
 
 TEST_F(HTTPSessionTest, ManyThreadsMayStartRequestsAtOnce) {
@@ -283,15 +285,26 @@ TEST_F(HTTPSessionTest, ManyThreadsMayStartRequestsAtOnce) {
   EXPECT_EQ(server.targets().size(), std::size_t{kThreads * kEach});
 }
 
-TEST(HTTPSessionExitTest, TheProcessExitsWithRequestsUnderWay) {
+TEST(HTTPSessionExitTest, TheProcessExitsWithRequestsUnderWayOnceTheyAreCancelled) {
+  static constexpr int kEach = 100;
+  struct CountingQueue final : Queue {
+    ~CountingQueue() override {
+      if (count != 2 * kEach) _exit(1);
+    }
+    void async(Task) override { ++count; }
+    std::atomic<int> count = 0;
+  };
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
+        static CountingQueue cancelled;
         static ScriptedServer server(sayNothing);
         static auto* const neverDestroyed = new HTTPSession;
         static HTTPSession destroyedAtExit;
-        for (auto* session : {neverDestroyed, &destroyedAtExit})
-          session->startAndForget({server.url("/"), {}});
+        for (int i = 0; i < kEach; ++i) {
+          for (auto* session : {neverDestroyed, &destroyedAtExit})
+            session->start({server.url("/"), {}}, cancelled, [](auto) {});
+        }
         while (server.connections() < 2) std::this_thread::yield();
         std::exit(0);
       },

@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <thread>
-
 namespace {
 
 using namespace tarn;
@@ -43,20 +41,6 @@ TEST(LogTest, SurvivesASinkThatLogsThrowsOrEndsItselfAndWritesToStandardErrorThe
   EXPECT_ANY_THROW(writeLogLine("a"));
   writeLogLine("100 %s of %@\nand more");
   EXPECT_EQ(GetCapturedStderr(), "from the sink: a\n100 %s of %@\nand more\n");
-}
-
-TEST(LogTest, CallsTheSinkOnceAtATimeFromAllThreads) {
-  std::vector<std::string> lines;
-  {
-    const auto token = installLogSink(collectInto(lines));
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i) {
-      threads.emplace_back([] {
-        for (int j = 0; j < 200; ++j) writeLogLine("line");
-      });
-    }
-  }
-  EXPECT_THAT(lines, AllOf(SizeIs(800), Each("line")));
 }
 
 TEST(LogTest, WritesHostLinesUpToTheLevel) {

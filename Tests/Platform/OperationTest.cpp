@@ -126,14 +126,3 @@ TEST(OperationQueueTest, CancelsWhatHasNotFinished) {
   EXPECT_TRUE(operations[1]->isCancelled());
   operations[1]->end();
 }
-
-TEST(OperationQueueTest, RunsPlainTasksAndSurvivesItsDestructionInsideOne) {
-  std::promise<void> ran;
-  auto queue = std::make_shared<OperationQueue>("task");
-  auto& reference = *queue;
-  reference.async([&ran, owner = std::move(queue)]() mutable {
-    owner.reset();
-    ran.set_value();
-  });
-  ran.get_future().wait();
-}

@@ -185,19 +185,6 @@ TEST_F(MainQueueTest, WakesTheNewestEventLoopAndOnlyWhileItsTokenLives) {
   EXPECT_EQ(woken.size(), 4U);
 }
 
-TEST_F(MainQueueTest, ATaskMayEndAndInstallEventLoops) {
-  int woken = 0;
-  Token token = queue.installEventLoop([&] { ++woken; });
-  queue.async([&] {
-    token.reset();
-    token = queue.installEventLoop([&] { woken += 100; });
-  });
-  queue.drain();
-  EXPECT_EQ(woken, 1);
-  queue.async([] {});
-  EXPECT_EQ(woken, 101);
-}
-
 TEST_F(MainQueueTest, NoEventLoopIsWokenAfterItsEnd) {
   std::atomic<bool> stop = false;
   std::jthread other([&] {

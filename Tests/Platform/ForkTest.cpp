@@ -1,0 +1,138 @@
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+
+#include "HTTPSessionFixture.h"
+#include "Platform/Log.h"
+#include "Support/ChildProcess.h"
+
+/// Without it the thread sanitizer ends a child that starts threads.
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() {
+  return "die_after_fork=0";
+}
+
+namespace tarn::test {
+namespace {
+
+/// Runs a queue up to what is enqueued now.
+void settle(Queue& queue) {
+  std::promise<void> reached;
+  queue.async([&reached] { reached.set_value(); });
+  reached.get_future().wait();
+}
+
+/// A process in which threads of the library, and of the application inside the library, hold all the locks
+/// that they ever hold for long.
+class ForkTest : public HTTPSessionFixture {
+ protected:
+  void SetUp() override {
+    session->startAndForget({silent.url("/"), {}});
+    own->async([gate = gate] { gate.wait(); });
+    logging = std::jthread([] { writeLogLine("held"); });
+    waking = std::jthread([] { MainQueue::shared().async([] {}); });
+    while (silent.connections() == 0 || held < 2) std::this_thread::yield();
+    holdsNext = false;
+  }
+  void TearDown() override { open.set_value(); }
+
+  void hold() {
+    if (!holdsNext) return;
+    ++held;
+    gate.wait();
+  }
+
+  std::promise<void> open;
+  const std::shared_future<void> gate = open.get_future().share();
+  std::atomic<bool> holdsNext = true;
+  std::atomic<int> held = 0;
+  std::vector<std::string> lines;
+  Token sink = installLogSink([this](std::string_view line) {
+    hold();
+    lines.emplace_back(line);
+  });
+  int woken = 0;
+  Token eventLoop = MainQueue::shared().installEventLoop([this] {
+    hold();
+    ++woken;
+  });
+  ScriptedServer silent{sayNothing};
+  ScriptedServer polite{behave};
+  std::unique_ptr<HTTPSession> session = std::make_unique<HTTPSession>();
+  std::unique_ptr<SerialQueue> own = std::make_unique<SerialQueue>("own");
+  std::jthread logging;
+  std::jthread waking;
+};
+
+TEST_F(ForkTest, AChildExitsAtOnceAndMayUseOrDestroyWhatItsParentHasMade) {
+  const std::pair<const char*, std::function<void()>> table[] = {
+      {"does nothing", [] {}},
+      {"ends quickly", [] { std::quick_exit(0); }},
+      {"destroys",
+       [this] {
+         session.reset();
+         own.reset();
+         sink.reset();
+         eventLoop.reset();
+       }},
+      {"runs tasks on queues of its parent and of its own",
+       [this] {
+         for (Queue* each : std::initializer_list<Queue*>{own.get(), &queue}) settle(*each);
+         SerialQueue another("another");
+         settle(another);
+       }},
+      {"sends requests over sessions of its parent and of its own",
+       [this] {
+         HTTPSession another;
+         EXPECT_TRUE(session->flush(std::chrono::hours(1))) << "what its parent waits for is not its own";
+         for (auto* each : {session.get(), &another}) EXPECT_TRUE(get(*each, polite.url("/")));
+       }},
+      {"logs and drains",
+       [this] {
+         writeLogLine("child");
+         EXPECT_THAT(lines, testing::ElementsAre("child"));
+         MainQueue::shared().async([] {});
+         EXPECT_EQ(woken, 1);
+         EXPECT_EQ(MainQueue::shared().drain(), 2U) << "with a copy of its parent's task";
+         EXPECT_FALSE(MainQueue::shared().runUntil([] { return false; }, std::chrono::milliseconds(1)));
+       }},
+  };
+  for (const auto& [what, work] : table) EXPECT_EQ(statusOfChild(work), 0) << what;
+}
+
+using BusyForkTest = HTTPSessionFixture;
+
+TEST_F(BusyForkTest, AChildExitsWhereverTheThreadsOfItsParentAre) {
+  ScriptedServer polite(behave);
+  HTTPSession session;
+  std::atomic<bool> ends = false;
+  int lines = 0;  // without a lock: tsan watches that calls exclude one another
+  const Token sink = installLogSink([&lines](std::string_view) { ++lines; });
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < 3; ++i) {
+    threads.emplace_back([&] {
+      SerialQueue queueOfThread("busy");
+      while (!ends) {
+        session.startAndForget({polite.url("/"), {}});
+        writeLogLine("parent");
+        settle(queueOfThread);
+        const Token token = MainQueue::shared().installEventLoop([] {});
+      }
+    });
+  }
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_EQ(statusOfChild([&] {
+                writeLogLine("child");
+                MainQueue::shared().async([] {});
+                settle(queue);
+                session.startAndForget({polite.url("/"), {}});
+              }),
+              0);
+  }
+  ends = true;
+}
+
+}  // namespace
+}  // namespace tarn::test
