@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Host/TarnPlayer.h"
+#include "Platform/PerProcess.h"
 
 namespace tarn {
 namespace {
@@ -59,8 +60,19 @@ Result<void> initialize() {
 }  // namespace
 
 Result<void> startGStreamer() {
+  static const unsigned generation = forkGeneration();
   static const Result<void> started = initialize();
+  if (generation != forkGeneration()) return forkedError();
   return started;
+}
+
+Error forkedError() {
+  Error error;
+  error.domain = TarnPlayerErrorDomain;
+  error.code = static_cast<std::int64_t>(TarnPlayerErrorCode::other);
+  error.description = "This process was forked after GStreamer was started, whose threads it does not have";
+  error.recoverySuggestion = "Fork before the first stream is loaded, or let the child execute a program.";
+  return error;
 }
 
 std::string_view factoryName(GstElement* element) {

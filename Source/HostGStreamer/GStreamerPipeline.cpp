@@ -15,12 +15,14 @@
 #include "HostGStreamer/Internal/GStreamerBuffer.h"
 #include "HostGStreamer/Internal/GStreamerLibrary.h"
 #include "HostGStreamer/Internal/GStreamerRequests.h"
+#include "Platform/PerProcess.h"
 
 namespace tarn {
 namespace {
 
 /// Not named by the pipeline, but without them no HLS stream plays.
-constexpr std::array kHiddenElements{"hlsdemux", "souphttpsrc", "tsdemux"};
+constexpr const char* kDemuxer = "hlsdemux";
+constexpr std::array kHiddenElements{kDemuxer, "souphttpsrc", "tsdemux"};
 /// Longer than a near server takes to answer, too short to be felt.
 constexpr std::chrono::milliseconds kAnswerLimit{100};
 
@@ -50,6 +52,20 @@ int snapFlags(GStreamerSeekMode mode) {
       break;
   }
   return GST_SEEK_FLAG_KEY_UNIT | GST_SEEK_FLAG_SNAP_NEAREST;
+}
+
+/// Ends the streams of a demuxer that has given up. It never does so itself, and what waits behind it would
+/// not be played to its end.
+void endStreams(GstElement* demuxer, gpointer /*unused*/) {
+  const auto end = [](GstElement*, GstPad* pad, gpointer) -> gboolean {
+    gst_pad_push_event(pad, gst_event_new_eos());
+    return TRUE;
+  };
+  gst_element_foreach_src_pad(demuxer, end, nullptr);
+}
+
+bool isDemuxer(GstObject* source) {
+  return GST_IS_ELEMENT(source) && factoryName(GST_ELEMENT(source)) == kDemuxer;
 }
 
 /// Hears the messages of one pipeline on GStreamer's threads. Outlives none of them, because the pipeline is
@@ -139,6 +155,10 @@ void BusListener::hearError(GstMessage* message) const {
   const bool isVague = g_error_matches(details, GST_STREAM_ERROR, GST_STREAM_ERROR_FAILED);
   const bool ofSource = GST_OBJECT_FLAG_IS_SET(GST_MESSAGE_SRC(message), GST_ELEMENT_FLAG_SOURCE);
   Error cause = takeGStreamerError(details, debug);
+  if (isDemuxer(GST_MESSAGE_SRC(message))) {
+    gst_element_call_async(GST_ELEMENT(GST_MESSAGE_SRC(message)), endStreams, nullptr, nullptr);
+    return tell(GStreamerEvent::Kind::brokenOff, std::move(cause));
+  }
   if (!isVague || !ofSource) return tell(GStreamerEvent::Kind::failed, std::move(cause));
   Error error;
   error.domain = TarnPlayerErrorDomain;
@@ -192,6 +212,7 @@ struct GStreamerPipeline::Handles {
     gst_bus_set_sync_handler(bus.get(), nullptr, nullptr, nullptr);
   }
 
+  const unsigned generation = forkGeneration();
   const GstObjectPtr<GstElement> playbin;
   GStreamerBuffer buffer;
   GStreamerRequests requests;
@@ -230,7 +251,13 @@ Result<std::unique_ptr<GStreamerPipeline>> GStreamerPipeline::make(const URL& ur
 
 GStreamerPipeline::GStreamerPipeline(std::unique_ptr<Handles> handles) : handles_(std::move(handles)) {}
 
-GStreamerPipeline::~GStreamerPipeline() = default;
+GStreamerPipeline::~GStreamerPipeline() {
+  if (isOfParent()) (void)handles_.release();  // it would wait for its threads
+}
+
+bool GStreamerPipeline::isOfParent() const {
+  return handles_->generation != forkGeneration();
+}
 
 void GStreamerPipeline::setPlaying(bool playing) {
   gst_element_set_state(handles_->playbin.get(), playing ? GST_STATE_PLAYING : GST_STATE_PAUSED);

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "HostGStreamer/Internal/GStreamerLibrary.h"
 #include "HostGStreamer/Internal/GStreamerPipeline.h"
 #include "Platform/Queue.h"
 
@@ -124,6 +125,7 @@ void GStreamerPlayer::onNextTurn(std::function<void()> task) {
 void GStreamerPlayer::loadURL(const URL& url) {
   dropSeeks();
   activeSeek_.reset();
+  breakOff_.reset();
   ++item_;
   pipeline_.reset();
   url_ = url;
@@ -152,7 +154,7 @@ void GStreamerPlayer::loadURL(const URL& url) {
 void GStreamerPlayer::openPipeline() {
   const auto deliver = [this, turn = Turn(*this)](const GStreamerEvent& event) {
     MainQueue::shared().async([this, turn, event] {
-      if (!turn.isOver() && pipeline_) handle(event);
+      if (!turn.isOver() && hasPipeline()) handle(event);
     });
   };
   const GStreamerSinks sinks{options_.videoSink, options_.audioSink, options_.quickVideoItem};
@@ -162,9 +164,27 @@ void GStreamerPlayer::openPipeline() {
   updateTicker();
 }
 
+bool GStreamerPlayer::hasPipeline() const {
+  return pipeline_ && !pipeline_->isOfParent();
+}
+
+void GStreamerPlayer::failIfForked() {
+  if (!pipeline_ || hasPipeline()) return;
+  dropSeeks();
+  activeSeek_.reset();
+  pipeline_.reset();
+  onNextTurn([this] { failWithCause(forkedError()); });
+}
+
 void GStreamerPlayer::play() {
-  if (playing_.get()) return;
-  if (state_.get() == TarnPlayerState::ended || state_.get() == TarnPlayerState::failed) return;
+  failIfForked();
+  const bool isEnded = state_.get() == TarnPlayerState::ended;
+  const bool leavesTheEnd = activeSeek_ || waitingSeek_;
+  if (state_.get() == TarnPlayerState::failed || (isEnded && !leavesTheEnd)) return;
+  if (playing_.get()) {
+    playsAgain_ = isEnded;
+    return;
+  }
   lastAdvance_ = Clock::now();
   const Turn turn(*this);
   playing_.set(true);
@@ -172,7 +192,9 @@ void GStreamerPlayer::play() {
 }
 
 void GStreamerPlayer::pause() {
+  failIfForked();
   if (!playing_.get()) return;
+  playsAgain_ = false;
   const Turn turn(*this);
   playing_.set(false);
   if (!turn.isOver()) applyPlaying();
@@ -213,6 +235,9 @@ void GStreamerPlayer::handle(const GStreamerEvent& event) {
     case Kind::starved:
     case Kind::fed:
       return setStarved(event.kind == Kind::starved);
+    case Kind::brokenOff:
+      if (isCurrent) breakOff(*event.error);
+      return;
     case Kind::failed:
       return failWithCause(*event.error);
   }
@@ -244,6 +269,12 @@ void GStreamerPlayer::setStarved(bool starved) {
   if (!turn.isOver()) applyPlaying();
 }
 
+/// What came before the fault is played first.
+void GStreamerPlayer::breakOff(const Error& cause) {
+  if (state_.get() == TarnPlayerState::loading || activeSeek_) return failWithCause(cause);
+  if (!breakOff_) breakOff_ = cause;
+}
+
 /// The pipeline has nothing more to play.
 void GStreamerPlayer::runOut() {
   if (waitingSeek_) return;
@@ -252,8 +283,13 @@ void GStreamerPlayer::runOut() {
     land();
     if (turn.isOver() || activeSeek_) return;
   }
+  const CMTime reached = currentTime();
+  if (breakOff_) {
+    report(reached);
+    if (!turn.isOver()) failWithCause(*breakOff_);
+    return;
+  }
   if (const auto duration = knownDuration()) {
-    const CMTime reached = currentTime();
     if (CMTimeCompare(CMTimeAdd(reached, kEndSlack), *duration) < 0) {
       Error error = streamError(TarnPlayerErrorCode::brokenOff, *url_);
       error.failureReason = fmt::format("It ran out at {:.3f} of {:.3f} s", CMTimeGetSeconds(reached),
@@ -271,10 +307,13 @@ void GStreamerPlayer::reachEnd() {
   atEnd_ = true;
   if (!hasReported_ || CMTimeCompare(end, position_) != 0) report(end);
   if (turn.isOver() || activeSeek_) return;
+  playsAgain_ = false;
   state_.set(TarnPlayerState::ended);
   if (turn.isOver()) return;
-  playing_.set(false);
-  if (!turn.isOver()) updateTicker();
+  if (playing_.get()) playing_.set(false);
+  if (turn.isOver()) return;
+  updateTicker();
+  if (std::exchange(playsAgain_, false)) play();
 }
 
 void GStreamerPlayer::failWithCause(const Error& cause) {
@@ -300,6 +339,7 @@ void GStreamerPlayer::fail(Error error) {
 
 void GStreamerPlayer::seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranceAfter,
                                  SeekCompletion completion) {
+  failIfForked();
   if (!pipeline_ || !(CMTIME_IS_NUMERIC(time) || CMTIME_IS_POSITIVE_INFINITY(time))) {
     return refuse(std::move(completion));
   }
@@ -339,6 +379,7 @@ void GStreamerPlayer::startWaitingSeek() {
 void GStreamerPlayer::jump(Seek seek, GStreamerSeekMode mode) {
   seek.isAccurate = mode == GStreamerSeekMode::accurate;
   seek.announced = false;
+  breakOff_.reset();  // other segments may be there
   // At its very end an item has no picture to stop at.
   const CMTime aim = seek.toEnd ? laterOf(CMTimeSubtract(seek.time, kPicture), kCMTimeZero) : seek.time;
   lastAdvance_ = Clock::now();
@@ -419,7 +460,7 @@ void GStreamerPlayer::updateRanges() {
 }
 
 CMTime GStreamerPlayer::currentTime() const {
-  if (!pipeline_ || state_.get() != TarnPlayerState::ready || activeSeek_ || atEnd_) return position_;
+  if (!hasPipeline() || state_.get() != TarnPlayerState::ready || activeSeek_ || atEnd_) return position_;
   const auto now = pipeline_->position();
   if (!now) return position_;
   return laterOf(position_, earlierOf(*now, knownDuration().value_or(*now)));

@@ -40,7 +40,10 @@ struct GStreamerPlayerOptions {
 /// the system's clock. Needs no event loop but the main queue's.
 ///
 /// Times have timescale 90000, positions rounded to the nearest tick. Waiting for data is no failure until a
-/// limit of the options has passed.
+/// limit of the options has passed. When the stream breaks off, what was received before is played first.
+///
+/// In a child made by `fork` a player may be destroyed. Anything else there fails with an error that says
+/// why, unless GStreamer was first used in the child.
 class GStreamerPlayer : public TarnPlayer {
  public:
   explicit GStreamerPlayer(GStreamerPlayerOptions options = {});
@@ -68,6 +71,8 @@ class GStreamerPlayer : public TarnPlayer {
     bool announced = false;   // the pipeline has told of data at the place jumped to
   };
 
+  [[nodiscard]] bool hasPipeline() const;
+  void failIfForked();
   void onNextTurn(std::function<void()> task);
   void openPipeline();
   void applyPlaying();
@@ -78,6 +83,7 @@ class GStreamerPlayer : public TarnPlayer {
   void settle();
   void becomeReady();
   void setStarved(bool starved);
+  void breakOff(const Error& cause);
   void runOut();
   void reachEnd();
   void failWithCause(const Error& cause);
@@ -102,8 +108,10 @@ class GStreamerPlayer : public TarnPlayer {
   CMTime position_ = kCMTimeZero;    // as last reported or landed on
   bool hasReported_ = false;         // of this item
   bool atEnd_ = false;               // the playhead stands on the duration
+  bool playsAgain_ = false;          // asked for while the end was announced
   Clock::time_point nextRanges_;     // when to look at the ranges again, which costs as much as all the rest
   Clock::time_point lastAdvance_;    // of the playhead, or the begin of what is being waited for
+  std::optional<Error> breakOff_;    // why no more data comes, while what came is played
   std::optional<Seek> waitingSeek_;  // not yet given to the pipeline
   std::optional<Seek> activeSeek_;
   Ticker ticker_;

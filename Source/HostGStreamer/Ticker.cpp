@@ -1,23 +1,63 @@
 #include "HostGStreamer/Ticker.h"
 
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
 #include <utility>
+
+#include "Platform/WithoutSignals.h"
 
 namespace tarn {
 
-struct Ticker::State {
-  explicit State(std::function<void()> callback) : onTick(std::move(callback)) {}
+class Ticker::Worker {
+ public:
+  Worker(Queue& queue, std::chrono::milliseconds interval, const std::function<void()>& onTick)
+      : state_(std::make_shared<State>(onTick)) {
+    const WithoutSignals withoutSignals;
+    thread_ = std::thread([state = state_, &queue, interval] { run(state, queue, interval); });
+  }
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+  ~Worker() {
+    {
+      const std::lock_guard lock(state_->mutex);
+      state_->ended = true;
+    }
+    state_->changed.notify_all();
+    thread_.join();
+  }
 
-  const std::function<void()> onTick;
-  std::mutex mutex;  // guards what follows
-  std::condition_variable changed;
-  bool running = false;
-  bool pending = false;
-  bool ended = false;
+  void setRunning(bool running) {
+    const std::lock_guard lock(state_->mutex);
+    state_->running = running;
+    state_->changed.notify_all();
+  }
+
+ private:
+  struct State {
+    explicit State(std::function<void()> callback) : onTick(std::move(callback)) {}
+
+    const std::function<void()> onTick;
+    const unsigned generation = forkGeneration();
+    std::mutex mutex;  // guards what follows
+    std::condition_variable changed;
+    bool running = false;
+    bool pending = false;
+    bool ended = false;
+  };
+
+  static void run(const std::shared_ptr<State>& state, Queue& queue, std::chrono::milliseconds interval);
+  static void deliver(const std::weak_ptr<State>& weak);
+
+  const std::shared_ptr<State> state_;
+  std::thread thread_;
 };
 
-void Ticker::deliver(const std::weak_ptr<State>& weak) {
+/// A main queue's task may be a copy that a fork has made: then the tick was another process's.
+void Ticker::Worker::deliver(const std::weak_ptr<State>& weak) {
   const auto state = weak.lock();
-  if (!state) return;
+  if (!state || state->generation != forkGeneration()) return;
   {
     const std::lock_guard lock(state->mutex);
     state->pending = false;
@@ -26,7 +66,8 @@ void Ticker::deliver(const std::weak_ptr<State>& weak) {
   state->onTick();
 }
 
-void Ticker::run(const std::shared_ptr<State>& state, Queue& queue, std::chrono::milliseconds interval) {
+void Ticker::Worker::run(const std::shared_ptr<State>& state, Queue& queue,
+                         std::chrono::milliseconds interval) {
   std::unique_lock lock(state->mutex);
   while (!state->ended) {
     state->changed.wait(lock, [&] { return state->ended || state->running; });
@@ -38,22 +79,14 @@ void Ticker::run(const std::shared_ptr<State>& state, Queue& queue, std::chrono:
 }
 
 Ticker::Ticker(Queue& queue, std::chrono::milliseconds interval, std::function<void()> onTick)
-    : state_(std::make_shared<State>(std::move(onTick))),
-      thread_([state = state_, &queue, interval] { run(state, queue, interval); }) {}
+    : worker_([&queue, interval, onTick = std::move(onTick)] {
+        return std::make_unique<Worker>(queue, interval, onTick);
+      }) {}
 
-Ticker::~Ticker() {
-  {
-    const std::lock_guard lock(state_->mutex);
-    state_->ended = true;
-  }
-  state_->changed.notify_all();
-  thread_.join();
-}
+Ticker::~Ticker() = default;
 
 void Ticker::setRunning(bool running) {
-  const std::lock_guard lock(state_->mutex);
-  state_->running = running;
-  state_->changed.notify_all();
+  worker_->setRunning(running);
 }
 
 }  // namespace tarn

@@ -1,12 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <memory>
-#include <mutex>
-#include <thread>
 
+#include "Platform/PerProcess.h"
 #include "Platform/Queue.h"
 
 namespace tarn {
@@ -25,12 +22,8 @@ class Ticker {
   void setRunning(bool running);
 
  private:
-  struct State;
-  static void run(const std::shared_ptr<State>& state, Queue& queue, std::chrono::milliseconds interval);
-  static void deliver(const std::weak_ptr<State>& weak);
-
-  std::shared_ptr<State> state_;
-  std::thread thread_;
+  class Worker;
+  PerProcess<Worker> worker_;
 };
 
 }  // namespace tarn

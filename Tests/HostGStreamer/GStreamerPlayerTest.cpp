@@ -11,6 +11,7 @@
 
 #include "Platform/Queue.h"
 #include "StreamServer.h"
+#include "Support/ChildProcess.h"
 #include "Support/TimePrinter.h"
 
 namespace tarn::test {
@@ -143,10 +144,24 @@ TEST_F(GStreamerPlayerTest, ASeekToTheEndLandsOnTheDurationAndPlayingThereEndsTh
   viewer.player->play();
   EXPECT_FALSE(viewer.player->playing().get()) << "an ended item plays on only after a seek";
 
-  EXPECT_EQ(viewer.seek(seconds(2)), true);
-  EXPECT_EQ(viewer.player->state().get(), TarnPlayerState::ready);
-  viewer.player->play();
-  EXPECT_TRUE(viewer.waitFor([&] { return CMTimeCompare(viewer.progress.back(), seconds(2.2)) > 0; }));
+  const auto replay = [&](CMTime from) {
+    viewer.player->seekToTime(from, kZero, kZero, nullptr);
+    viewer.player->play();
+  };
+  replay(seconds(3));
+  EXPECT_TRUE(viewer.player->playing().get());
+  std::vector<bool> playing;
+  const auto observation = viewer.player->playing().observe([&](bool plays) { playing.push_back(plays); });
+  const auto end = viewer.player->state().observe([&](TarnPlayerState state) {
+    if (state == TarnPlayerState::ended) replay(seconds(1));
+  });
+  viewer.progress.clear();
+  const auto isBehind = [&](double time) {
+    return CMTimeCompare(viewer.player->currentTime(), seconds(time)) > 0;
+  };
+  EXPECT_TRUE(viewer.waitFor([&] { return isBehind(3.5); }));
+  EXPECT_TRUE(viewer.waitFor([&] { return !isBehind(2) && isBehind(1.2); }));
+  EXPECT_THAT(playing, ElementsAre(false, true));
 }
 
 TEST_F(GStreamerPlayerTest, ANewerSeekSupersedesTheOlderOnceBeforeAndAfterTheItemIsReady) {
@@ -225,6 +240,7 @@ struct FaultRow {
   TarnPlayerErrorCode code;
   bool hasCause;
   std::function<void(StreamServer&)> onceReady = nullptr;  // what happens half way
+  double played = 0;                                       // seconds, before it
 };
 
 void PrintTo(const FaultRow& row, std::ostream* out) {
@@ -257,6 +273,8 @@ TEST_P(GStreamerPlayerFault, EndsInAnErrorThatNamesTheStreamAndItsCause) {
   EXPECT_EQ(error.underlying != nullptr || error.failureReason.has_value(), GetParam().hasCause)
       << chainDescription(error);
   EXPECT_FALSE(viewer.player->playing().get());
+  const CMTime reached = viewer.progress.empty() ? kZero : viewer.progress.back();
+  EXPECT_GT(CMTimeGetSeconds(reached), GetParam().played - 0.1);
   EXPECT_EQ(viewer.seek(kZero), false);
 
   // Another item heals it.
@@ -273,54 +291,81 @@ const auto atIndex = [](auto change) {
 
 INSTANTIATE_TEST_SUITE_P(
     , GStreamerPlayerFault,
-    ::testing::Values(
-        FaultRow{"NotThere", [](auto& server) { return server.url("/nowhere.m3u8"); },
-                 TarnPlayerErrorCode::cannotOpen, true},
-        FaultRow{"ServerError", atIndex([](auto& s) { s.refuse("/index.m3u8", 503); }),
-                 TarnPlayerErrorCode::cannotOpen, true},
-        FaultRow{"NoServer", [](auto&) { return StreamServer().url("/index.m3u8"); },
-                 TarnPlayerErrorCode::cannotOpen, true},
-        FaultRow{"LocalFile", [](auto&) { return *URL::fromString("file:///etc/hostname"); },
-                 TarnPlayerErrorCode::unsupportedScheme, false},
-        FaultRow{"WebPage", atIndex([](auto& s) {
-                   s.serve("/index.m3u8", "<!DOCTYPE html><html><body>Not here</body></html>", "text/html");
-                 }),
-                 TarnPlayerErrorCode::notPlayable, true},
-        FaultRow{"Text", atIndex([](auto& s) { s.serve("/index.m3u8", "hello, viewer\n", "text/plain"); }),
-                 TarnPlayerErrorCode::notPlayable, true},
-        FaultRow{"Nothing", atIndex([](auto& s) { s.serve("/index.m3u8", "", "video/mp2t"); }),
-                 TarnPlayerErrorCode::notPlayable, true},
-        FaultRow{"EmptyPlaylist", atIndex([](auto& s) {
-                   s.serve("/index.m3u8", "#EXTM3U\n", "application/vnd.apple.mpegurl");
-                 }),
-                 TarnPlayerErrorCode::notPlayable, true},
-        FaultRow{"NoSegments", atIndex([](auto& s) {
-                   for (const char* n : {"0", "1", "2", "3"})
-                     s.refuse(std::string("/segment00") + n + ".ts", 404);
-                 }),
-                 TarnPlayerErrorCode::cannotOpen, true},
-        FaultRow{"GarbageSegments", atIndex([](auto& s) {
-                   for (const char* n : {"0", "1", "2", "3"})
-                     s.serve(std::string("/segment00") + n + ".ts", std::string(40'000, 'x'), "video/mp2t");
-                 }),
-                 TarnPlayerErrorCode::notPlayable, true},
-        FaultRow{"SegmentsGoneHalfWay", atIndex([](auto& s) { s.hang("/segment002.ts"); }),
-                 TarnPlayerErrorCode::brokenOff, true,
-                 [](auto& s) {
-                   s.refuse("/segment003.ts", 404);
-                   s.refuse("/segment002.ts", 404);
-                 }},
-        FaultRow{"ConnectionCutHalfWay", atIndex([](auto& s) { s.hang("/segment002.ts"); }),
-                 TarnPlayerErrorCode::brokenOff, true,
-                 [](auto& s) {
-                   s.refuse("/segment003.ts", 404);
-                   s.breakOff("/segment002.ts");
-                 }},
-        FaultRow{"PlaylistNeverComes", atIndex([](auto& s) { s.hang("/index.m3u8"); }),
-                 TarnPlayerErrorCode::stalled, true},
-        FaultRow{"SegmentNeverComes", atIndex([](auto& s) { s.hang("/segment001.ts"); }),
-                 TarnPlayerErrorCode::stalled, true}),
+    ::testing::Values(FaultRow{"NotThere", [](auto& server) { return server.url("/nowhere.m3u8"); },
+                               TarnPlayerErrorCode::cannotOpen, true},
+                      FaultRow{"NoServer", [](auto&) { return StreamServer().url("/index.m3u8"); },
+                               TarnPlayerErrorCode::cannotOpen, true},
+                      FaultRow{"LocalFile", [](auto&) { return *URL::fromString("file:///etc/hostname"); },
+                               TarnPlayerErrorCode::unsupportedScheme, false},
+                      FaultRow{"WebPage", atIndex([](auto& s) {
+                                 s.serve("/index.m3u8", "<!DOCTYPE html><html><body>Not here</body></html>",
+                                         "text/html");
+                               }),
+                               TarnPlayerErrorCode::notPlayable, true},
+                      FaultRow{"Nothing", atIndex([](auto& s) { s.serve("/index.m3u8", "", "video/mp2t"); }),
+                               TarnPlayerErrorCode::notPlayable, true},
+                      FaultRow{"NoSegments", atIndex([](auto& s) {
+                                 for (const char* n : {"0", "1", "2", "3"})
+                                   s.refuse(std::string("/segment00") + n + ".ts", 404);
+                               }),
+                               TarnPlayerErrorCode::cannotOpen, true},
+                      FaultRow{"SegmentsGoneHalfWay", atIndex([](auto& s) { s.hang("/segment002.ts"); }),
+                               TarnPlayerErrorCode::brokenOff, true,
+                               [](auto& s) {
+                                 s.refuse("/segment003.ts", 404);
+                                 s.refuse("/segment002.ts", 404);
+                               },
+                               2.0},
+                      FaultRow{"ConnectionCutHalfWay", atIndex([](auto& s) { s.hang("/segment002.ts"); }),
+                               TarnPlayerErrorCode::brokenOff, true,
+                               [](auto& s) {
+                                 s.refuse("/segment003.ts", 404);
+                                 s.breakOff("/segment002.ts");
+                               },
+                               2.0},
+                      FaultRow{"PlaylistNeverComes", atIndex([](auto& s) { s.hang("/index.m3u8"); }),
+                               TarnPlayerErrorCode::stalled, true},
+                      FaultRow{"SegmentNeverComes", atIndex([](auto& s) { s.hang("/segment001.ts"); }),
+                               TarnPlayerErrorCode::stalled, true}),
     [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(GStreamerPlayerTest, SurvivesFaultsThatPass) {
+  server.refuse("/segment001.ts", 503);
+  server.breakOff("/segment002.ts");
+  for (const char* path : {"/segment001.ts", "/segment002.ts"}) server.healAfterOne(path);
+  server.hang("/segment003.ts");
+  viewer.player->play();
+  viewer.player->loadURL(server.url("/index.m3u8"));
+  EXPECT_TRUE(viewer.waitFor([&] { return server.requests("/segment003.ts") > 0; }));
+  server.heal("/segment003.ts");
+  EXPECT_TRUE(viewer.reaches(TarnPlayerState::ended));
+  for (const char* path : {"/segment001.ts", "/segment002.ts"}) EXPECT_EQ(server.requests(path), 2) << path;
+}
+
+TEST_F(GStreamerPlayerTest, FailsInAForkedChildWhichExits) {
+  loadPaused();
+  const std::pair<const char*, std::function<void()>> table[] = {
+      {"nothing", [] {}},
+      {"destroyed", [this] { viewer.player.reset(); }},
+      {"played", [this] { viewer.player->play(); }},
+      {"sought", [this] { EXPECT_EQ(viewer.seek(seconds(1)), false); }},
+      {"paused", [this] { viewer.player->pause(); }},
+      {"loaded", [this] { viewer.player->loadURL(server.url("/index.m3u8")); }},
+  };
+  viewer.player->play();
+  for (const auto& [what, work] : table) {
+    EXPECT_EQ(statusOfChild([&] {
+                EXPECT_THAT(viewer.player->currentTime(),
+                            TimeEq(viewer.progress.empty() ? kZero : viewer.progress.back()));
+                work();
+                if (what == table[0].first || !viewer.player) return;
+                EXPECT_FALSE(viewer.reaches(TarnPlayerState::ready)) << what;
+                EXPECT_THAT(chainDescription(*viewer.player->error()), HasSubstr("forked"));
+              }),
+              0)
+        << what;
+  }
+}
 
 TEST_F(GStreamerPlayerTest, AMissingSinkIsToldWithWhatToInstall) {
   GStreamerPlayerOptions options;
@@ -335,51 +380,34 @@ TEST_F(GStreamerPlayerTest, AMissingSinkIsToldWithWhatToInstall) {
 }
 
 TEST_F(GStreamerPlayerTest, MayBeDestroyedInsideAnyOfItsCallbacks) {
-  using Arm = std::function<void(GStreamerPlayer&, std::function<void()>, std::vector<Token>&)>;
-  const auto onState = [](TarnPlayerState awaited) -> Arm {
-    return [awaited](auto& player, auto destroy, auto& tokens) {
-      tokens.push_back(player.state().observe([awaited, destroy](auto state) {
-        if (state == awaited) destroy();
-      }));
-    };
-  };
-  const std::vector<Arm> moments = {
-      onState(TarnPlayerState::loading),
-      onState(TarnPlayerState::ready),
-      onState(TarnPlayerState::failed),
-      onState(TarnPlayerState::ended),
-      [](auto& player, auto destroy, auto& tokens) {
-        tokens.push_back(player.progress().observe([destroy](const auto&) { destroy(); }));
-      },
-      [](auto& player, auto destroy, auto&) {
-        player.seekToTime(seconds(1), kZero, kZero, [destroy](bool) { destroy(); });
-      },
-      [](auto& player, auto destroy, auto& tokens) {
-        tokens.push_back(player.currentItemDuration().observe([destroy](const auto&) { destroy(); }));
-      },
-      [](auto& player, auto destroy, auto& tokens) {
-        tokens.push_back(player.playing().observe([destroy](const auto&) { destroy(); }));
-      },
-  };
-  for (std::size_t i = 0; i < moments.size(); ++i) {
-    SCOPED_TRACE(i);
-    Viewer one;
-    std::vector<Token> tokens;
-    int calls = 0;
-    one.player->loadURL(server.url(i == 2 ? "/nowhere" : "/index.m3u8"));
-    moments[i](
-        *one.player,
-        [&] {
-          ++calls;
-          one.player.reset();
-        },
-        tokens);
-    if (i == 0) one.player->loadURL(server.url("/index.m3u8"));
-    if (i == 3) one.player->seekToTime(kCMTimePositiveInfinity, kZero, kZero, nullptr);
-    if (one.player) one.player->play();
-    EXPECT_TRUE(one.waitFor([&] { return one.player == nullptr; }));
-    MainQueue::shared().drain();
-    EXPECT_EQ(calls, 1);
+  for (const char* path : {"/index.m3u8", "/nowhere.m3u8"}) {
+    int calls = 1;
+    for (int last = 1; calls >= last; ++last) {
+      SCOPED_TRACE(path + std::to_string(last));
+      Viewer one;
+      calls = 0;
+      const auto count = [&](const auto&) {
+        if (++calls == last) one.player.reset();
+      };
+      GStreamerPlayer& player = *one.player;
+      const Token tokens[] = {player.state().observe(count),
+                              player.progress().observe(count),
+                              player.playing().observe(count),
+                              player.buffering().observe(count),
+                              player.currentItemDuration().observe(count),
+                              player.seekableTimeRanges().observe(count),
+                              player.loadedTimeRanges().observe(count)};
+      player.loadURL(server.url(path));
+      if (one.player) player.seekToTime(kCMTimePositiveInfinity, kZero, kZero, count);
+      if (one.player) player.play();
+      const auto hasStopped = [&] {
+        return player.state().get() != TarnPlayerState::loading && !player.playing().get();
+      };
+      EXPECT_TRUE(one.waitFor([&] { return !one.player || hasStopped(); }));
+      MainQueue::shared().drain();
+      EXPECT_LE(calls, last);
+    }
+    EXPECT_GT(calls, 4);
   }
 }
 

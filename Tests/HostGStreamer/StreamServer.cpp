@@ -23,6 +23,7 @@ struct Answer {
   int status = 200;
   std::optional<std::string> body;
   std::string type;
+  bool once = false;
 };
 
 std::optional<std::string> readFile(const std::string& path) {
@@ -58,6 +59,7 @@ struct StreamServer::State {
     if (closed) return;
     const auto found = answers.find(request.path);
     Answer answer = found == answers.end() ? Answer{} : found->second;
+    if (answer.once) answers.erase(found);
     lock.unlock();
     if (answer.fault == Fault::refuse) {
       response.status = answer.status;
@@ -110,7 +112,7 @@ URL StreamServer::url(const std::string& path) const {
 
 void StreamServer::serve(const std::string& path, std::string body, std::string type) {
   const std::lock_guard lock(state_->mutex);
-  state_->answers[path] = {Fault::none, 200, std::move(body), std::move(type)};
+  state_->answers[path] = {Fault::none, 200, std::move(body), std::move(type), false};
   state_->changed.notify_all();
 }
 
@@ -121,7 +123,7 @@ void StreamServer::hang(const std::string& path) {
 
 void StreamServer::refuse(const std::string& path, int status) {
   const std::lock_guard lock(state_->mutex);
-  state_->answers[path] = {Fault::refuse, status, std::nullopt, {}};
+  state_->answers[path] = {Fault::refuse, status, std::nullopt, {}, false};
   state_->changed.notify_all();
 }
 
@@ -129,6 +131,17 @@ void StreamServer::breakOff(const std::string& path) {
   const std::lock_guard lock(state_->mutex);
   state_->answers[path].fault = Fault::breakOff;
   state_->changed.notify_all();
+}
+
+void StreamServer::heal(const std::string& path) {
+  const std::lock_guard lock(state_->mutex);
+  state_->answers.erase(path);
+  state_->changed.notify_all();
+}
+
+void StreamServer::healAfterOne(const std::string& path) {
+  const std::lock_guard lock(state_->mutex);
+  state_->answers[path].once = true;
 }
 
 int StreamServer::requests(const std::string& path) const {

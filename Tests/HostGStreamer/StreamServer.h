@@ -27,6 +27,9 @@ class StreamServer {
   void refuse(const std::string& path, int status);
   /// Cuts the connection after the first half of the body.
   void breakOff(const std::string& path);
+  /// Behaves from now on, or after the next request.
+  void heal(const std::string& path);
+  void healAfterOne(const std::string& path);
   [[nodiscard]] int requests(const std::string& path) const;
 
  private:

@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-
 #include "TestStream.h"
 
 namespace tarn::test {
@@ -12,18 +10,6 @@ namespace {
 using ::testing::HasSubstr;
 
 const std::vector<TestPicture> kPictures{{"long", 600, "solid-color", 0x102030, 440}};
-
-TEST(TestPictureStreamTest, MakesSegmentsOfTransportStreamAndNothingElse) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(testStreamFolder())) {
-    names.push_back(entry.path().filename().string());
-    if (entry.path().extension() == ".ts") {
-      EXPECT_EQ(entry.file_size() % 188, 0U);
-    }
-  }
-  EXPECT_THAT(names, ::testing::UnorderedElementsAre("index.m3u8", testPictureSegmentName(0), "segment001.ts",
-                                                     "segment002.ts", "segment003.ts"));
-}
 
 TEST(TestPictureStreamTest, StopsWhenItIsToldTo) {
   const auto folder = testStreamFolder() / "cancelled";

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <memory>
 
 namespace tarn::test {
 namespace {
@@ -28,19 +27,6 @@ TEST(TickerTest, TicksWhileItRunsAndNeverFloodsASlowQueue) {
   ticker.setRunning(false);
   const int stopped = ticks;
   EXPECT_FALSE(queue.runUntil([&] { return ticks > stopped; }, 20ms));
-}
-
-TEST(TickerTest, IsSilentOnceDestroyedAlsoInsideATick) {
-  std::unique_ptr<Ticker> ticker;
-  int ticks = 0;
-  ticker = std::make_unique<Ticker>(MainQueue::shared(), 1ms, [&] {
-    ++ticks;
-    ticker.reset();
-  });
-  ticker->setRunning(true);
-  EXPECT_TRUE(MainQueue::shared().runUntil([&] { return !ticker; }, 10s));
-  MainQueue::shared().drain();
-  EXPECT_EQ(ticks, 1);
 }
 
 }  // namespace

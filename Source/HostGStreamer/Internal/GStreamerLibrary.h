@@ -47,8 +47,11 @@ struct GstQueryUnref {
 };
 using GstQueryPtr = std::unique_ptr<GstQuery, GstQueryUnref>;
 
-/// Starts the library once per process. Any thread.
+/// Starts the library once. Any thread. Fails in a child that was forked later, where it cannot work.
 [[nodiscard]] Result<void> startGStreamer();
+
+/// Why GStreamer does not work in such a child.
+[[nodiscard]] Error forkedError();
 
 /// Whether the factory exists; the error names the Debian package to install. The library has been started.
 [[nodiscard]] Result<void> requireGStreamerElement(const std::string& factory);

@@ -24,6 +24,7 @@ struct GStreamerEvent {
     durationChanged,  ///< Worth asking for.
     starved,          ///< It lacks data; its owner should pause it.
     fed,              ///< It has all the data that it wants in hand.
+    brokenOff,        ///< `error`: no more data comes. `endOfStream` follows when what came was played.
     failed,           ///< `error`: the last event that matters.
   };
   Kind kind;
@@ -62,6 +63,9 @@ class GStreamerPipeline {
   GStreamerPipeline(const GStreamerPipeline&) = delete;
   GStreamerPipeline& operator=(const GStreamerPipeline&) = delete;
   ~GStreamerPipeline();
+
+  /// In a child that was forked since it was made, where it lacks its threads and may only be destroyed.
+  [[nodiscard]] bool isOfParent() const;
 
   void setPlaying(bool playing);
   /// Asks for a jump; `arrived` follows, then `settled` unless it is settled already. False: it cannot jump.
