@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 #include "Platform/HTTPSession.h"
@@ -110,45 +111,56 @@ Result<LoadedTimeline> readTimeline(const std::string& path) {
   return LoadedTimeline{*std::move(timeline), document->vmapExtensionsNamespace(), document->warnings()};
 }
 
+/// A completion may come when nobody waits for it any more: it owns the place of its result.
+template <typename T>
+using Slot = std::shared_ptr<std::optional<Result<T>>>;
+
+template <typename T>
+Slot<T> makeSlot() {
+  return std::make_shared<std::optional<Result<T>>>();
+}
+
 /// Runs the main queue until `slot` is filled.
 template <typename T>
-Result<T> awaited(std::optional<Result<T>>& slot, const std::string& source) {
-  if (!MainQueue::shared().runUntil([&slot] { return slot.has_value(); }, kLoadLimit)) {
+Result<T> awaited(const Slot<T>& slot, const std::string& source) {
+  if (!MainQueue::shared().runUntil([&slot] { return slot->has_value(); }, kLoadLimit)) {
     Error error;
     error.domain = TarnLumoErrorDomain;
     error.code = TarnLumoDocumentErrorCodeConnection;
     error.description = fmt::format("{}: no answer within {} minutes", source, kLoadLimit.count());
     return error;
   }
-  return *std::move(slot);
+  return **std::move(slot);
 }
 
 Result<LoadedTimeline> fetchTimeline(const URL& url, TarnLumoHTTPHeaders headers) {
-  std::optional<Result<LoadedTimeline>> result;
+  const auto result = makeSlot<LoadedTimeline>();
   const auto document = std::make_shared<TarnLumoDocument>(url);
-  document->retrieveOnQueue(MainQueue::shared(), std::move(headers), [&](auto, auto error) {
-    if (error) {
-      result.emplace(*std::move(error));
-    } else {
-      result.emplace(
-          LoadedTimeline{document->timeline(), document->vmapExtensionsNamespace(), document->warnings()});
-    }
-  });
+  document->retrieveOnQueue(
+      MainQueue::shared(), std::move(headers), [result, weak = std::weak_ptr(document)](auto, auto error) {
+        const auto retrieved = weak.lock();
+        if (error) {
+          result->emplace(*std::move(error));
+        } else if (retrieved) {
+          result->emplace(LoadedTimeline{retrieved->timeline(), retrieved->vmapExtensionsNamespace(),
+                                         retrieved->warnings()});
+        }
+      });
   return awaited(result, url.absoluteString());
 }
 
 Result<std::string> fetchBytes(const URL& url, TarnLumoHTTPHeaders headers) {
-  std::optional<Result<std::string>> result;
+  const auto result = makeSlot<std::string>();
   HTTPSession session;
-  session.start({url, std::move(headers)}, MainQueue::shared(), [&](Result<HTTPResponse> response) {
+  session.start({url, std::move(headers)}, MainQueue::shared(), [result](Result<HTTPResponse> response) {
     if (response) {
-      result.emplace(std::move(response)->body);
+      result->emplace(std::move(response)->body);
       return;
     }
     Error error;
     error.domain = TarnLumoErrorDomain;
     error.code = TarnLumoDocumentErrorCodeConnection;
-    result.emplace(withUnderlying(std::move(error), response.error()));
+    result->emplace(withUnderlying(std::move(error), response.error()));
   });
   return awaited(result, url.absoluteString());
 }
