@@ -8,7 +8,10 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <stdexcept>
 #include <utility>
 
 #include "KyrProcess.h"
@@ -25,7 +28,10 @@ Terminal::Terminal(const std::vector<std::string>& arguments, const std::string&
   size.ws_row = 24;
   size.ws_col = 160;
   process_ = ::forkpty(&terminal_, nullptr, nullptr, &size);
-  if (process_ != 0) return;
+  if (process_ < 0)
+    throw std::runtime_error(std::string("no terminal for the test: ") + std::strerror(errno) +
+                             " (devpts must be mounted on /dev/pts)");
+  if (process_ > 0) return;
   ::setenv("TERM", "xterm", 1);
   ::setenv("NO_COLOR", "1", 1);
   become(program, arguments);
