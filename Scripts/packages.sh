@@ -18,7 +18,8 @@ KYR_SCREEN_PACKAGES=(xvfb xdotool)
 KYR_TEST_PACKAGES=(libgtest-dev libgmock-dev libboost-dev libssl-dev zlib1g-dev)
 KYR_DEMO_PACKAGES=(python3)
 KYR_BENCHMARK_PACKAGES=(libbenchmark-dev python3)
-KYR_CHECK_PACKAGES=(clang-19 clang-tidy-19 libclang-rt-19-dev clang-format python3 libbenchmark-dev)
+# llvm-19 has the program that turns the addresses in a sanitizer's report into names.
+KYR_CHECK_PACKAGES=(git clang-19 clang-tidy-19 libclang-rt-19-dev llvm-19 clang-format python3 libbenchmark-dev)
 
 # install_packages NAME…: returns when all of them are installed.
 install_packages() {
