@@ -1,9 +1,10 @@
-# kyr_layer(NAME FOLDER SOURCES… [LINKS targets…] [PRIVATE_LINKS targets…] [EXPORT set])
+# kyr_layer(NAME FOLDER SOURCES… [PRIVATE_HEADERS names…] [LINKS targets…] [PRIVATE_LINKS targets…] [EXPORT set])
 #
 # One folder, one target, Kyr::FOLDER inside and outside. The layer's headers are seen as "Folder/Header.h" through a link of
-# its own in the build tree, so an include reaches only what the target links.
+# its own in the build tree, so an include reaches only what the target links. All headers are installed but the private ones:
+# those named, those in Internal and those called +Private.
 function(kyr_layer name folder)
-  cmake_parse_arguments(ARG "" "EXPORT" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "" "EXPORT" "SOURCES;PRIVATE_HEADERS;LINKS;PRIVATE_LINKS" ${ARGN})
   if(NOT ARG_EXPORT)
     set(ARG_EXPORT KyrTargets)
   endif()
@@ -27,6 +28,13 @@ function(kyr_layer name folder)
   add_library(Kyr::${folder} ALIAS ${name})
 
   install(TARGETS ${name} EXPORT ${ARG_EXPORT})
+  set(private)
+  foreach(header ${ARG_PRIVATE_HEADERS})
+    if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${header})
+      message(FATAL_ERROR "${folder} has no private header ${header}")
+    endif()
+    list(APPEND private PATTERN ${header} EXCLUDE)
+  endforeach()
   install(DIRECTORY . DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kyr/${folder}
-          FILES_MATCHING PATTERN "*.h" PATTERN "*+Private.h" EXCLUDE PATTERN "Internal" EXCLUDE)
+          FILES_MATCHING PATTERN "*.h" PATTERN "*+Private.h" EXCLUDE PATTERN "Internal" EXCLUDE ${private})
 endfunction()
