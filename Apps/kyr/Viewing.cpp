@@ -174,7 +174,7 @@ void Viewing::learnMore() {
       ad_->privateProperties().get<std::vector<std::string>>(kTarnAdPrivatePropertyKeyClickthroughURLs);
   if (urls == nullptr || urls->empty()) return;
   view_->note(urls->front());
-  if (const auto& analytics = session_->analyticsSession()->adAnalaytics()) analytics->trackVideoClick();
+  if (const auto analytics = session_->analyticsSession()->adAnalaytics()) analytics->trackVideoClick();
 }
 
 void Viewing::skip() {

@@ -15,7 +15,8 @@ class BeaconSink {
   virtual ~BeaconSink() = default;
 
   /// Takes one beacon and returns at once. Called on the thread that feeds the tracker, and on the main
-  /// thread for the overlay's clicks, in the order in which the beacons fall due.
+  /// thread for the overlay's clicks, in the order in which the beacons fall due. It may destroy what sends:
+  /// the rest of a list of beacons is then not sent.
   virtual void send(const URL& url) = 0;
 
   /// Waits until no beacon is in flight, at most `timeout`; returns whether none is. A sink that keeps

@@ -18,20 +18,26 @@ void TarnLumoAdAnalyticsSession::trackCreativeView() {
 }
 
 void TarnLumoAdAnalyticsSession::trackProgressToTime(CMTime time) {
-  if (firstProgressEventHasNotOccured_) {
-    trackCreativeView();
-    firstProgressEventHasNotOccured_ = false;
+  URLs due;
+  const auto& events = ad_->trackingEventsCollection();
+  if (std::exchange(firstProgressEventHasNotOccured_, false) && events) {
+    due = events->URLsForTrackingEventsNamed("creativeView");
   }
   const CMTime previous = std::exchange(prevTime_, time);
+  if (events && arePassed(previous, time)) {
+    const auto passed = events->URLsForTrackingEventsAtOrAfter(previous, time);
+    due.insert(due.end(), passed.begin(), passed.end());
+  }
+  digest(due);
+}
+
+bool TarnLumoAdAnalyticsSession::arePassed(CMTime previous, CMTime time) const {
   const bool goesForward = CMTimeCompare(previous, time) < 0;
   // The bound is the ad's end in the stream although `time` is in-ad: it only matters for an ad at the very
   // start of the stream.
   const bool endsBeforeAd = CMTimeCompare(time, ad_->endTime()) < 0;
-  if (!goesForward || !endsBeforeAd) return;
-  if (CMTimeCompare(CMTimeSubtract(time, previous), seekThreshold_) > 0) return;
-  if (const auto& events = ad_->trackingEventsCollection()) {
-    digest(events->URLsForTrackingEventsAtOrAfter(previous, time));
-  }
+  const bool isSeek = CMTimeCompare(CMTimeSubtract(time, previous), seekThreshold_) > 0;
+  return goesForward && endsBeforeAd && !isSeek;
 }
 
 void TarnLumoAdAnalyticsSession::trackAdComplete() {
@@ -62,8 +68,14 @@ std::shared_ptr<const TarnLumoCompanionAd> TarnLumoAdAnalyticsSession::companion
   return companions ? companions->companionAdWithIdentifier(identifier) : nullptr;
 }
 
-void TarnLumoAdAnalyticsSession::digest(const std::vector<tarn::URL>& urls) {
-  for (const auto& url : urls) digester_->digestEvent(url);
+/// The sink may destroy this session. The ad, whose lists `urls` may be one of, lives until all is done.
+void TarnLumoAdAnalyticsSession::digest(const URLs& urls) {
+  const auto ad = ad_;
+  const std::weak_ptr<void> alive = alive_;
+  for (const auto& url : urls) {
+    if (alive.expired()) return;
+    digester_->digestEvent(url);
+  }
 }
 
 void TarnLumoAdAnalyticsSession::digestEventsNamed(

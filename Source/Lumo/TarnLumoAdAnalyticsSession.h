@@ -2,17 +2,20 @@
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "Lumo/TarnLumoAd.h"
 #include "Lumo/TarnLumoAnalyticsDigester.h"
 
 /// Sends the VAST beacons of one play of one ad. Made when the ad is entered, dropped when it is left. One
-/// thread at a time.
+/// thread at a time. Any of its operations may end with the destruction of the session, by the sink.
 class TarnLumoAdAnalyticsSession {
  public:
   /// Neither is null.
   TarnLumoAdAnalyticsSession(std::shared_ptr<const TarnLumoAd> ad,
                              std::shared_ptr<TarnLumoAnalyticsDigester> digester);
+  TarnLumoAdAnalyticsSession(const TarnLumoAdAnalyticsSession&) = delete;
+  TarnLumoAdAnalyticsSession& operator=(const TarnLumoAdAnalyticsSession&) = delete;
 
   [[nodiscard]] const std::shared_ptr<const TarnLumoAd>& ad() const { return ad_; }
 
@@ -30,9 +33,13 @@ class TarnLumoAdAnalyticsSession {
   void trackCompanionClick(std::string_view identifier);
 
  private:
+  using URLs = std::vector<tarn::URL>;
+
   [[nodiscard]] std::shared_ptr<const TarnLumoCompanionAd> companionWithIdentifier(
       std::string_view identifier) const;
-  void digest(const std::vector<tarn::URL>& urls);
+  /// Whether a report of `time` sends the time-based events since the `previous` one.
+  [[nodiscard]] bool arePassed(CMTime previous, CMTime time) const;
+  void digest(const URLs& urls);
   void digestEventsNamed(const std::shared_ptr<const TarnLumoTrackingEventsCollection>& events,
                          std::string_view name);
 
@@ -41,4 +48,5 @@ class TarnLumoAdAnalyticsSession {
   CMTime prevTime_;
   CMTime seekThreshold_;
   bool firstProgressEventHasNotOccured_ = true;
+  std::shared_ptr<void> alive_ = std::make_shared<char>();  // expires with this session
 };

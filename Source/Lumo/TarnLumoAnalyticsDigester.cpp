@@ -8,5 +8,6 @@ TarnLumoAnalyticsDigester::TarnLumoAnalyticsDigester(std::shared_ptr<tarn::Beaco
     : sink_(sink ? std::move(sink) : tarn::HTTPBeaconSink::shared()) {}
 
 void TarnLumoAnalyticsDigester::digestEvent(const std::optional<tarn::URL>& url) {
-  if (url) sink_->send(*url);
+  const auto sink = sink_;  // it may destroy this digester
+  if (url) sink->send(*url);
 }

@@ -29,6 +29,13 @@ TarnLumoAnalyticsSession::TarnLumoAnalyticsSession(std::shared_ptr<TarnLumoProgr
       [this](const CMTime& time) { contentAnalaytics_.trackProgressToTime(time); });
 }
 
+/// The sink may destroy this session.
+void TarnLumoAnalyticsSession::completeAd() {
+  const std::weak_ptr<void> alive = alive_;
+  if (adAnalaytics_) adAnalaytics_->trackAdComplete();
+  if (!alive.expired()) adAnalaytics_ = nullptr;
+}
+
 void TarnLumoAnalyticsSession::processEvent(const TarnLumoProgressTrackerEvent& event) {
   switch (event.type()) {
     case TarnLumoProgressTrackerEventTypeEnterAd:
@@ -36,8 +43,7 @@ void TarnLumoAnalyticsSession::processEvent(const TarnLumoProgressTrackerEvent& 
       if (adAnalaytics_) adAnalaytics_->trackImpression();
       break;
     case TarnLumoProgressTrackerEventTypeExitAd:
-      if (adAnalaytics_) adAnalaytics_->trackAdComplete();
-      adAnalaytics_ = nullptr;
+      completeAd();
       break;
     case TarnLumoProgressTrackerEventTypeAdProgress:
       if (adAnalaytics_) adAnalaytics_->trackProgressToTime(event.adProgress().value_or(CMTime{}));

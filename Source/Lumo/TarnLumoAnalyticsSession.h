@@ -7,7 +7,7 @@
 #include "Lumo/TarnLumoProgressTracker.h"
 
 /// Listens to a tracker and sends what its events and content times call for. Runs on the thread that feeds
-/// the tracker.
+/// the tracker. The sink may destroy it: nothing more is then sent.
 class TarnLumoAnalyticsSession {
  public:
   /// The operation that the system calls `initWithProgessTracker:analyticsDigester:`.
@@ -15,20 +15,20 @@ class TarnLumoAnalyticsSession {
       std::shared_ptr<TarnLumoProgressTracker> tracker, std::shared_ptr<TarnLumoAnalyticsDigester> digester);
 
   /// Null except while an ad plays.
-  [[nodiscard]] const std::shared_ptr<TarnLumoAdAnalyticsSession>& adAnalaytics() const {
-    return adAnalaytics_;
-  }
+  [[nodiscard]] std::shared_ptr<TarnLumoAdAnalyticsSession> adAnalaytics() const { return adAnalaytics_; }
   [[nodiscard]] TarnLumoContentAnalyticsSession& contentAnalaytics() { return contentAnalaytics_; }
 
  private:
   TarnLumoAnalyticsSession(std::shared_ptr<TarnLumoProgressTracker> tracker,
                            std::shared_ptr<TarnLumoAnalyticsDigester> digester);
   void processEvent(const TarnLumoProgressTrackerEvent& event);
+  void completeAd();
 
   std::shared_ptr<TarnLumoProgressTracker> tracker_;
   std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
   std::shared_ptr<TarnLumoAdAnalyticsSession> adAnalaytics_;
   TarnLumoContentAnalyticsSession contentAnalaytics_;
+  std::shared_ptr<void> alive_ = std::make_shared<char>();  // expires with this session
   tarn::Token eventObservation_;
   tarn::Token contentTimeObservation_;
 };

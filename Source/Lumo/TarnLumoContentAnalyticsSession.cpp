@@ -44,8 +44,12 @@ void TarnLumoContentAnalyticsSession::trackProgressToTime(CMTime time) {
         std::partition_point(impression, orderedContentImpressions_.end(),
                              [&](const Placed& placed) { return !isEarlier(previous, placed.position); });
   }
+  const std::weak_ptr<void> alive = alive_;
   for (; impression != orderedContentImpressions_.end(); ++impression) {
-    if (isEarlier(time, impression->position)) break;
-    if (isEarlier(previous, impression->position)) digester_->digestEvent(impression->url);
+    if (isEarlier(time, impression->position)) return;
+    if (!isEarlier(previous, impression->position)) continue;
+    const auto url = impression->url;
+    digester_->digestEvent(url);
+    if (alive.expired()) return;
   }
 }

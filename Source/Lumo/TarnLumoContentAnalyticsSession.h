@@ -7,11 +7,13 @@
 #include "Lumo/TarnLumoAnalyticsDigester.h"
 #include "Lumo/TarnLumoTimeline.h"
 
-/// Sends the content impressions as content time passes them. One thread at a time.
+/// Sends the content impressions as content time passes them. One thread at a time. The sink may destroy it.
 class TarnLumoContentAnalyticsSession {
  public:
   TarnLumoContentAnalyticsSession(const std::shared_ptr<const TarnLumoTimeline>& timeline,
                                   std::shared_ptr<TarnLumoAnalyticsDigester> digester);
+  TarnLumoContentAnalyticsSession(const TarnLumoContentAnalyticsSession&) = delete;
+  TarnLumoContentAnalyticsSession& operator=(const TarnLumoContentAnalyticsSession&) = delete;
 
   /// `time` is content time. An impression is sent when content time passes the stream position of its
   /// content point, that is, later by the ads before it. A forward step of more than 1.5 s sends nothing of
@@ -30,4 +32,5 @@ class TarnLumoContentAnalyticsSession {
   std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
   CMTime prevTime_;
   CMTime seekThreshold_;
+  std::shared_ptr<void> alive_ = std::make_shared<char>();  // expires with this session
 };

@@ -95,6 +95,7 @@ std::shared_ptr<const TarnLumoAd> adNamed(const TarnLumoTimeline& timeline, char
 void RecordingSink::send(const URL& url) {
   const std::string& text = url.absoluteString();
   sent_.push_back(text.substr(text.rfind('/') + 1));
+  afterSend();
 }
 
 std::vector<std::string> RecordingSink::take() {

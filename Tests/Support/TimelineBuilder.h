@@ -42,6 +42,9 @@ class RecordingSink final : public BeaconSink {
   /// What was sent since the last call.
   [[nodiscard]] std::vector<std::string> take();
 
+  /// Called after each beacon has been recorded.
+  std::function<void()> afterSend = [] {};
+
  private:
   std::vector<std::string> sent_;
 };
