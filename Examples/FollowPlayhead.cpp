@@ -38,6 +38,6 @@ int main(int argc, char** argv) {
     tracker->setAbsoluteTime(now);
   }
 
-  // 4. Before the application ends, let the beacons that are under way finish.
-  tarn::HTTPBeaconSink::shared()->flush(std::chrono::seconds(5));
+  // 4. Before the application exits, wait for the beacons in flight.
+  tarn::HTTPBeaconSink::shared()->flush(std::chrono::seconds(30));
 }

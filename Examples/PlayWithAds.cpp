@@ -5,6 +5,7 @@
 #include "Host/TarnPlayerSDKManager.h"
 #include "HostGStreamer/GStreamerPlayer.h"
 #include "Kyr/TarnKyrComponent.h"
+#include "Lumo/HTTPBeaconSink.h"
 #include "Platform/Queue.h"
 
 /// Follows each session that is played.
@@ -49,4 +50,8 @@ int main(int argc, char** argv) {
 
   // A real application has an event loop already and installs it behind the main queue.
   tarn::MainQueue::shared().runUntil([&] { return screen->over; }, std::chrono::hours(24));
+
+  // The end of the process does not wait for the beacons that are in flight.
+  controller->terminate();
+  tarn::HTTPBeaconSink::shared()->flush(std::chrono::seconds(5));
 }

@@ -37,21 +37,6 @@ TEST(TarnLumoAnalyticsDigesterTest, SendsOnePlainRequestAURLAndReturnsAtOnce) {
   EXPECT_THAT(names, UnorderedElementsAre("host", "accept"));
 }
 
-TEST(TarnLumoAnalyticsDigesterTest, ManyBeaconsAllArriveOnceOverFewConnections) {
-  ScriptedServer server([](ScriptedServer::Connection& connection) {
-    while (connection.readRequest()) connection.respond("thanks");
-  });
-  TarnLumoAnalyticsDigester digester;
-  std::vector<std::string> expected;
-  for (int i = 0; i < 2'000; ++i) {
-    expected.push_back("/" + std::to_string(i));
-    digester.digestEvent(server.url(expected.back()));
-  }
-  EXPECT_TRUE(HTTPBeaconSink::shared()->flush(60s));
-  EXPECT_THAT(server.targets(), UnorderedElementsAreArray(expected));
-  EXPECT_LE(server.connections(), tarn::HTTPConfiguration{}.maximumConnectionsPerHost);
-}
-
 // The server reads the second beacon of each connection and hangs up: it may well have counted it.
 TEST(TarnLumoAnalyticsDigesterTest, NoBeaconIsSentTwice) {
   ScriptedServer server([](ScriptedServer::Connection& connection) {
@@ -65,16 +50,4 @@ TEST(TarnLumoAnalyticsDigesterTest, NoBeaconIsSentTwice) {
     EXPECT_TRUE(HTTPBeaconSink::shared()->flush(20s));
   }
   EXPECT_THAT(server.targets(), ElementsAre("/1", "/2", "/3"));
-}
-
-TEST(TarnLumoAnalyticsDigesterTest, FailuresAreSilentAndDelayNoOther) {
-  const URL gone = [] { return ScriptedServer([](auto&) {}).url("/gone"); }();
-  ScriptedServer silent([](ScriptedServer::Connection& connection) { connection.waitForHangUp(); });
-  LoopbackServer server;
-  server.answer("/broken", {500, "no"});
-  TarnLumoAnalyticsDigester digester(std::make_shared<HTTPBeaconSink>());
-  for (int i = 0; i < 1'000; ++i) digester.digestEvent(silent.url("/"));
-  digester.digestEvent(gone);
-  digester.digestEvent(server.url("/broken"));
-  EXPECT_TRUE(server.waitForRequests(1));
 }
