@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "Platform/MediaTime.h"
 
@@ -20,10 +21,13 @@ class TarnLumoPath {
   TarnLumoPath(std::shared_ptr<const TarnLumoTimeline> timeline, CMTime absoluteTime,
                std::shared_ptr<const TarnLumoAdSequence> adSequence, std::shared_ptr<const TarnLumoAd> ad);
 
-  [[nodiscard]] const std::shared_ptr<const TarnLumoTimeline>& timeline() const { return timeline_; }
+  [[nodiscard]] const std::shared_ptr<const TarnLumoTimeline>& timeline() const& { return timeline_; }
+  [[nodiscard]] std::shared_ptr<const TarnLumoTimeline> timeline() && { return std::move(timeline_); }
   [[nodiscard]] CMTime absoluteTime() const { return absoluteTime_; }
-  [[nodiscard]] const std::shared_ptr<const TarnLumoAdSequence>& adSequence() const { return adSequence_; }
-  [[nodiscard]] const std::shared_ptr<const TarnLumoAd>& ad() const { return ad_; }
+  [[nodiscard]] const std::shared_ptr<const TarnLumoAdSequence>& adSequence() const& { return adSequence_; }
+  [[nodiscard]] std::shared_ptr<const TarnLumoAdSequence> adSequence() && { return std::move(adSequence_); }
+  [[nodiscard]] const std::shared_ptr<const TarnLumoAd>& ad() const& { return ad_; }
+  [[nodiscard]] std::shared_ptr<const TarnLumoAd> ad() && { return std::move(ad_); }
 
   /// In an ad, the time elapsed in it; elsewhere the absolute time less the durations of the ads that ended
   /// before it; the absolute time itself when that has no valid answer.

@@ -26,7 +26,7 @@ TarnLumoTimeline::TarnLumoTimeline(Key, std::optional<tarn::URL> lumoURL, CMTime
 
 TarnLumoTimeline::~TarnLumoTimeline() = default;
 
-const std::vector<TarnLumoContentSegment>& TarnLumoTimeline::contentSegments() const {
+std::vector<TarnLumoContentSegment> TarnLumoTimeline::contentSegments() const {
   return index_->content.segments();
 }
 

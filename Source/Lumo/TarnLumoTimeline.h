@@ -45,7 +45,7 @@ class TarnLumoTimeline : public std::enable_shared_from_this<TarnLumoTimeline> {
 
   /// The stretches of content between the ad sequences, in stream order; between touching sequences one of
   /// length zero.
-  [[nodiscard]] const std::vector<TarnLumoContentSegment>& contentSegments() const;
+  [[nodiscard]] std::vector<TarnLumoContentSegment> contentSegments() const;
 
   /// Content time at an absolute time; inside a break, the content time at which the break sits. Invalid when
   /// the time lies behind all segments and they add up to nothing.

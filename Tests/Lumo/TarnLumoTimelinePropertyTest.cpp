@@ -109,7 +109,7 @@ const std::vector<CMTime> kSpecialTimes = {kCMTimeInvalid,
                                            {5400, 600, kCMTimeFlags_Valid, 7},
                                            {5400, 600, kCMTimeFlags_Valid | kCMTimeFlags_HasBeenRounded, 0},
                                            {5, 0, kCMTimeFlags_Valid, 0},
-                                           {42, 600, 0, 3}};
+                                           {42, 600, 0, 0}};
 
 class Maker {
  public:
