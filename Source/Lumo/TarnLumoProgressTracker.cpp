@@ -64,15 +64,18 @@ void TarnLumoProgressTracker::setAbsoluteTime(CMTime time) {
     pendingTimes_.push_back(time);
     return;
   }
-  const auto self = weak_from_this().lock();  // an observer may let go of the last reference
+  const auto self = weak_from_this().lock();  // an observer may release the last reference
   updating_ = true;
+  const tarn::Token done([this] {  // also when an observer throws
+    updating_ = false;
+    pendingTimes_.clear();
+  });
   progressTimeUpdate(time);
   while (!pendingTimes_.empty()) {
     const CMTime next = pendingTimes_.front();
     pendingTimes_.erase(pendingTimes_.begin());
     progressTimeUpdate(next);
   }
-  updating_ = false;
 }
 
 void TarnLumoProgressTracker::progressTimeUpdate(CMTime time) {
@@ -80,13 +83,13 @@ void TarnLumoProgressTracker::progressTimeUpdate(CMTime time) {
   TarnLumoPath next = timeline_->pathAtTime(time);
   if (previousPath_ && goesBackInAd(next)) return;
 
+  const tarn::Token accepted([this, &next] { previousPath_ = std::move(next); });  // also when one throws
   emitTransitions(next);
   if (next.ad()) {
     emitAdProgress(next);
   } else {
     contentTime_.set(next.logicalTime());
   }
-  previousPath_ = std::move(next);
 }
 
 bool TarnLumoProgressTracker::goesBackInAd(const TarnLumoPath& next) const {

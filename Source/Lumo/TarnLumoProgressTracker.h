@@ -53,7 +53,8 @@ class TarnLumoProgressTrackerEvent {
 ///
 /// An observer may write inputs. A position that is written while another is being announced is taken up
 /// when that one is finished, still before the outer write returns, so that observers see whole, ordered
-/// transitions. An observer may also let go of a tracker that is held by a `std::shared_ptr`.
+/// transitions. An observer may also release a tracker that is held by a `std::shared_ptr`. An exception of
+/// an observer leaves the write: the position counts as announced, those written meanwhile are dropped.
 class TarnLumoProgressTracker : public std::enable_shared_from_this<TarnLumoProgressTracker> {
  public:
   using TimeRanges = std::optional<std::vector<CMTimeRange>>;

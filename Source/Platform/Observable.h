@@ -46,7 +46,8 @@ enum class Observe {
 /// Every assignment is announced, also of a value equal to the one before, synchronously and on the assigning
 /// thread, to the observers in the order in which they were added, before `set` returns. An observer may
 /// assign (observers are then told of the inner value first, then of the outer one), add observers (told from
-/// the next assignment on), or end any observation, its own included (not told from then on). The property
+/// the next assignment on), or end any observation, its own included (not told from then on). An exception
+/// of an observer leaves `set`; the observers after it do not get the value. The property
 /// may be destroyed before its tokens. It belongs to one thread at a time. Assigning allocates nothing beyond
 /// what copying `T` does.
 template <typename T>
@@ -71,16 +72,17 @@ class Observable {
   [[nodiscard]] Token observe(Observer observer, Observe mode = Observe::newValues) {
     auto slot = std::make_shared<Slot>(std::move(observer));
     slots_->list.push_back(slot);
-    if (mode == Observe::initialAndNew) {
-      const T initial = value_;
-      slot->observer(initial);
-    }
-    return Token([slots = std::weak_ptr<Slots>(slots_), weakSlot = std::weak_ptr<Slot>(slot)] {
+    Token token([slots = std::weak_ptr<Slots>(slots_), weakSlot = std::weak_ptr<Slot>(slot)] {
       const auto ended = weakSlot.lock();
       if (!ended) return;
       ended->active = false;
       if (const auto owner = slots.lock()) owner->removeEnded();
     });
+    if (mode == Observe::initialAndNew) {
+      const T initial = value_;
+      slot->observer(initial);  // it may destroy this property, or throw
+    }
+    return token;
   }
 
  private:
@@ -90,19 +92,34 @@ class Observable {
     bool active = true;
   };
 
+  struct Slots;
+
+  /// Ends also when an observer throws.
+  class Announcement {
+   public:
+    explicit Announcement(Slots& slots) : slots_(slots) { ++slots_.announcing; }
+    Announcement(const Announcement&) = delete;
+    Announcement& operator=(const Announcement&) = delete;
+    ~Announcement() {
+      --slots_.announcing;
+      slots_.removeEnded();
+    }
+
+   private:
+    Slots& slots_;
+  };
+
   struct Slots {
     std::vector<std::shared_ptr<Slot>> list;
     int announcing = 0;
 
     void announce(const T& value) {
       const std::size_t count = list.size();
-      ++announcing;
+      const Announcement announcement(*this);
       for (std::size_t i = 0; i < count; ++i) {
         const auto slot = list[i];
         if (slot->active) slot->observer(value);
       }
-      --announcing;
-      removeEnded();
     }
 
     void removeEnded() {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <sstream>
+#include <stdexcept>
 
 #include "Support/TimePrinter.h"
 #include "Support/TimelineBuilder.h"
@@ -182,6 +183,17 @@ TEST(TarnLumoProgressTrackerTest, AnObserverMaySuspendFromWithinAnUpdate) {
   });
   EXPECT_THAT(watched.at(10), ElementsAre("+[a", "+a", "a@0"));
   EXPECT_THAT(watched.at(11), IsEmpty());
+}
+
+TEST(TarnLumoProgressTrackerTest, GoesOnBehindAPositionWhoseObserverThrows) {
+  Watched watched(drawTimeline(kDrawing, {.secondsPerCell = 10}));
+  const auto refuse = watched.tracker->event().observe([&](const auto& event) {
+    if (event->type() != TarnLumoProgressTrackerEventTypeEnterAd) return;
+    watched.tracker->setAbsoluteTime(seconds(95));
+    throw std::runtime_error("refused");
+  });
+  EXPECT_THROW(watched.at(10), std::runtime_error);
+  EXPECT_THAT(watched.at(11), ElementsAre("a@1"));
 }
 
 TEST(TarnLumoProgressTrackerTest, SurvivesAnObserverThatEndsItsObservationOrTheTracker) {

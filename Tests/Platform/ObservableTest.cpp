@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <stdexcept>
+
 namespace tarn {
 namespace {
 
@@ -82,11 +84,28 @@ TEST_F(ObservableTest, AnnouncesAnInnerAssignmentBeforeTheOuterGoesOn) {
   EXPECT_EQ(property->get(), 2);
 }
 
+TEST_F(ObservableTest, EndsAnAnnouncementWithAnObserverThatThrows) {
+  const auto held = std::make_shared<int>();
+  const auto refuse = [held](int value) {
+    if (value < 2) throw std::runtime_error("refused");
+  };
+  EXPECT_THROW((void)property->observe(refuse, Observe::initialAndNew), std::runtime_error);
+  Token refusing = property->observe(refuse);
+  const auto b = observe("b");
+  EXPECT_THROW(property->set(1), std::runtime_error);
+  property->set(2);
+  EXPECT_THAT(log, ElementsAre("b2"));
+  refusing.reset();
+  EXPECT_EQ(held.use_count(), 2) << "held by `refuse` and here: ended observers are destroyed";
+}
+
 TEST_F(ObservableTest, MayBeDestroyedBeforeItsTokensAndByItsObserver) {
   Token outlives = observe("destroys", [&](int) { property.reset(); });
   property->set(1);
   outlives.reset();
   EXPECT_THAT(log, ElementsAre("destroys1"));
+  property = std::make_unique<Observable<int>>();
+  outlives = property->observe([&](int) { property.reset(); }, Observe::initialAndNew);
 }
 
 }  // namespace
