@@ -20,6 +20,7 @@ namespace tarn {
   return static_cast<std::uint64_t>(seconds);
 }
 
+/// The same for times that compare equal.
 [[nodiscard]] inline std::uint64_t hashOfTime(const CMTime& time) {
   return truncateToHash(CMTimeGetSeconds(time));
 }

@@ -103,6 +103,15 @@ CMTime fittedTime(const Seconds& seconds, CMTimeScale timescale, CMTimeFlags ope
   return seconds.negative ? kCMTimeNegativeInfinity : kCMTimePositiveInfinity;
 }
 
+/// Reduced where the value has more bits than a double holds, so that equal times are the same double.
+double numericSeconds(const CMTime& time) {
+  constexpr UInt128 kMaxExact = UInt128{1} << std::numeric_limits<double>::digits;
+  const auto magnitude = static_cast<std::uint64_t>(magnitudeOf(time.value));
+  if (magnitude <= kMaxExact) return static_cast<double>(time.value) / time.timescale;
+  const auto divisor = static_cast<std::int64_t>(std::gcd(magnitude, std::uint64_t(time.timescale)));
+  return static_cast<double>(time.value / divisor) / static_cast<double>(time.timescale / divisor);
+}
+
 /// a + sign * b of numeric times, in their least common timescale.
 CMTime combineNumeric(const CMTime& a, const CMTime& b, int sign, CMTimeEpoch epoch) {
   const std::int64_t divisor = std::gcd(a.timescale, b.timescale);
@@ -228,7 +237,7 @@ CMTime CMTimeMakeWithSeconds(double seconds, CMTimeScale preferredTimescale) {
 double CMTimeGetSeconds(CMTime time) {
   switch (kindOf(time)) {
     case Kind::numeric:
-      return static_cast<double>(time.value) / time.timescale;
+      return numericSeconds(time);
     case Kind::positiveInfinity:
       return std::numeric_limits<double>::infinity();
     case Kind::negativeInfinity:

@@ -79,7 +79,8 @@ inline constexpr CMTime kCMTimeNegativeInfinity{0, 0, kCMTimeFlags_Valid | kCMTi
 /// ticks differ from the product of seconds and timescale.
 [[nodiscard]] CMTime CMTimeMakeWithSeconds(double seconds, CMTimeScale preferredTimescale);
 
-/// The nearest double, for values of up to 53 bits (within one unit in the last place beyond). NaN for
+/// The nearest double, for values of up to 53 bits (within one unit in the last place beyond); the same for
+/// times that compare equal. NaN for
 /// invalid and indefinite times, ±infinity for the infinities.
 [[nodiscard]] double CMTimeGetSeconds(CMTime time);
 

@@ -162,6 +162,8 @@ TEST(MediaTimeTest, ReadsBackSeconds) {
   EXPECT_EQ(CMTimeGetSeconds(at(39300, 600)), 65.5);
   EXPECT_EQ(CMTimeGetSeconds(at(60, 600)), 0.1);
   EXPECT_EQ(CMTimeGetSeconds(at(kLeast, 1)), -std::ldexp(1.0, 63));
+  constexpr CMTimeValue kNoDouble = (CMTimeValue{1} << 53) + 1;
+  EXPECT_EQ(CMTimeGetSeconds(at(kNoDouble, 1)), CMTimeGetSeconds(at(3 * kNoDouble, 3)));
   EXPECT_EQ(CMTimeGetSeconds(kCMTimePositiveInfinity), kInfinity);
   EXPECT_EQ(CMTimeGetSeconds(kCMTimeNegativeInfinity), -kInfinity);
   for (const CMTime& time : {kCMTimeInvalid, kCMTimeIndefinite, at(1, 0), at(1, -1)}) {
