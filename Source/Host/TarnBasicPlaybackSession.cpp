@@ -75,6 +75,7 @@ void TarnBasicPlaybackSession::terminate() {
   phase_ = Phase::over;
   observations_.clear();
   if (player_) player_->pause();
+  gate_.close();
   send(kTarnPlaybackSessionLifecycleEventTerminate);
   player_.reset();
 }

@@ -6,6 +6,7 @@
 
 #include "Host/TarnPlaybackSession.h"
 #include "Host/Tarn_RACSubject.h"
+#include "Host/TerminationGate.h"
 #include "Platform/Observable.h"
 
 /// Domain of the errors that a session finds by itself; codes are `TarnPlaybackSessionErrorCode`. A player's
@@ -42,19 +43,23 @@ class TarnBasicPlaybackSession final : public TarnPlaybackSession {
   void avPlayerPause() override;
   void resumeVideoAtTime(CMTime time, bool autoPlay) override;
 
-  [[nodiscard]] Tarn_RACSignal<CMTime> progress() const override { return progress_; }
-  [[nodiscard]] Tarn_RACSignal<CMTime> durationChanges() const override { return durationChanges_; }
+  [[nodiscard]] Tarn_RACSignal<CMTime> progress() const override { return gate_.through(progress_); }
+  [[nodiscard]] Tarn_RACSignal<CMTime> durationChanges() const override {
+    return gate_.through(durationChanges_);
+  }
   [[nodiscard]] Tarn_RACSignal<TimeRanges> seekableRangesChanges() const override {
-    return seekableRangesChanges_;
+    return gate_.through(seekableRangesChanges_);
   }
   [[nodiscard]] Tarn_RACSignal<TimeRanges> loadedTimeRangesChanges() const override {
-    return loadedTimeRangesChanges_;
+    return gate_.through(loadedTimeRangesChanges_);
   }
   [[nodiscard]] Tarn_RACSignal<bool> isExternalPlaybackActive() const override {
-    return isExternalPlaybackActive_;
+    return gate_.through(isExternalPlaybackActive_);
   }
-  [[nodiscard]] Tarn_RACSignal<CuePoints> cuePoints() const override { return cuePoints_; }
-  [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override { return lifecycle_; }
+  [[nodiscard]] Tarn_RACSignal<CuePoints> cuePoints() const override { return gate_.through(cuePoints_); }
+  [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override {
+    return gate_.through(lifecycle_);
+  }
 
  private:
   enum class Phase { waiting, running, over };
@@ -90,6 +95,7 @@ class TarnBasicPlaybackSession final : public TarnPlaybackSession {
   bool hasLoadedRanges_ = false;
   std::vector<tarn::Token> observations_;
 
+  const tarn::TerminationGate gate_;
   Tarn_RACSubject<CMTime> progress_;
   Tarn_RACSubject<CMTime> durationChanges_;
   Tarn_RACSubject<TimeRanges> seekableRangesChanges_;

@@ -21,6 +21,7 @@ void TarnErrorSession::terminate() {
   const auto keepAlive = shared_from_this();
   phase_ = Phase::over;
   playbackSession_->terminate();
+  gate_.close();
   lifecycle_.sendNext(
       std::make_shared<const TarnPlaybackSessionLifecycleEvent>(kTarnPlaybackSessionLifecycleEventTerminate));
 }

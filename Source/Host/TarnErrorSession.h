@@ -4,6 +4,7 @@
 
 #include "Host/TarnPlaybackSession.h"
 #include "Host/Tarn_RACSubject.h"
+#include "Host/TerminationGate.h"
 
 /// What a provider hands out in place of a session that could not be prepared: it begins, tells why, and
 /// terminates. It plays nothing, and what it could have played it can tell.
@@ -48,7 +49,9 @@ class TarnErrorSession final : public TarnPlaybackSession {
     return playbackSession_->isExternalPlaybackActive();
   }
   [[nodiscard]] Tarn_RACSignal<CuePoints> cuePoints() const override { return playbackSession_->cuePoints(); }
-  [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override { return lifecycle_; }
+  [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override {
+    return gate_.through(lifecycle_);
+  }
 
  private:
   enum class Phase { waiting, running, over };
@@ -56,5 +59,6 @@ class TarnErrorSession final : public TarnPlaybackSession {
   const std::shared_ptr<TarnPlaybackSession> playbackSession_;
   const LifecycleEvent errorEvent_;
   Phase phase_ = Phase::waiting;
+  const tarn::TerminationGate gate_;
   Tarn_RACSubject<LifecycleEvent> lifecycle_;
 };

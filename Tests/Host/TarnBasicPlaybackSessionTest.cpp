@@ -151,42 +151,52 @@ TEST(TarnBasicPlaybackSession, FailsAtItsBeginningWithoutAPlayerOrASource) {
   EXPECT_EQ(codeWith(std::make_shared<FakePlayer>()), TarnPlaybackSessionErrorCode::noSource);
 }
 
-/// Plays a session through, which is terminated or let go of inside its report number `fatal`; returns what
-/// was heard.
-Lines letGoInside(std::size_t fatal, bool terminates) {
+/// What two subscribers receive, in the order in which they subscribed.
+using Received = std::pair<Lines, Lines>;
+
+/// Plays a session through, which the first subscriber terminates or releases inside its report number
+/// `fatal`.
+Received endInside(std::size_t fatal, bool terminates) {
   Stage stage;
   auto* const player = stage.player.get();
   const std::weak_ptr<FakePlayer> alive = std::exchange(stage.player, nullptr);
-  Lines heard;
-  const auto hear = [&](const std::string& what) {
-    heard.push_back(what);
-    if (heard.size() != fatal + 1) return;
+  Received received;
+  auto& [early, late] = received;
+  const auto report = [&](const std::string& what) {
+    early.push_back(what);
+    if (early.size() != fatal + 1) return;
     terminates ? stage.session->terminate() : stage.session.reset();
   };
-  const auto& session = *stage.session;
-  session.lifecycle().subscribeNext([&](const auto& event) { hear(event->eventType()); });
-  session.progress().subscribeNext([&](CMTime) { hear("progress"); });
-  session.durationChanges().subscribeNext([&](CMTime) { hear("duration"); });
-  session.seekableRangesChanges().subscribeNext([&](const auto&) { hear("seekable"); });
-  session.cuePoints().subscribeNext([&](const auto&) { hear("cuePoints"); });
+  const auto follow = [](const TarnPlaybackSession& session, const auto& write) {
+    session.lifecycle().subscribeNext([=](const auto& event) { write(event->eventType()); });
+    session.progress().subscribeNext([=](CMTime) { write("progress"); });
+    session.durationChanges().subscribeNext([=](CMTime) { write("duration"); });
+    session.seekableRangesChanges().subscribeNext([=](const auto&) { write("seekable"); });
+    session.loadedTimeRangesChanges().subscribeNext([=](const auto&) { write("loaded"); });
+    session.cuePoints().subscribeNext([=](const auto&) { write("cuePoints"); });
+  };
+  follow(*stage.session, report);
+  follow(*stage.session, [&late = late](const std::string& what) { late.push_back(what); });
   stage.play("load begin");
-  for (const auto* const step : {"|ready", "|starve", "|feed", "|play", "|advance", "|advance"}) {
+  for (const auto* const step : {"|ready", "|load", "|starve", "|feed", "|play", "|advance", "|advance"}) {
     if (!alive.expired()) kPlayerSteps.at(step)(*player);
   }
-  EXPECT_EQ(alive.expired(), fatal < heard.size());
-  return heard;
+  EXPECT_EQ(alive.expired(), fatal < early.size());
+  return received;
 }
 
-/// Whoever hears a session may end it or let go of it, whatever it hears.
-TEST(TarnBasicPlaybackSession, MayBeLetGoOfInsideEveryReport) {
-  const auto whole = letGoInside(100, false);
-  EXPECT_EQ(whole.size(), 11U);
+TEST(TarnBasicPlaybackSession, MayBeTerminatedOrReleasedInsideEveryReport) {
+  const auto whole = endInside(100, false).first;
+  EXPECT_EQ(whole.size(), 12U);
   for (std::size_t fatal = 0; fatal < whole.size(); ++fatal) {
     SCOPED_TRACE(whole[fatal]);
-    Lines expected(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(fatal) + 1);
-    expected.emplace_back(kTarnPlaybackSessionLifecycleEventTerminate);
-    EXPECT_EQ(letGoInside(fatal, true), expected);
-    (void)letGoInside(fatal, false);
+    Lines late(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(fatal));
+    Lines early(late);
+    early.push_back(whole[fatal]);
+    for (auto* const lines : {&early, &late})
+      lines->emplace_back(kTarnPlaybackSessionLifecycleEventTerminate);
+    EXPECT_EQ(endInside(fatal, true), Received(early, late));
+    (void)endInside(fatal, false);
   }
 }
 
@@ -202,6 +212,12 @@ TEST(TarnErrorSession, TellsItsErrorWhenItBeginsAndTerminatesTheSessionThatFaile
   session->begin();
   EXPECT_THAT(recorder.take(), ElementsAre("Begin", "kSomePluginsErrorEvent", "Terminate"));
   EXPECT_EQ(failed->player(), nullptr);
+
+  const auto ended = std::make_shared<TarnErrorSession>(failed, event);
+  ended->lifecycle().subscribeNext([&ended](const auto&) { ended->terminate(); });
+  SessionRecorder late(*ended);
+  ended->begin();
+  EXPECT_THAT(late.take(), ElementsAre("Terminate"));
 }
 
 }  // namespace

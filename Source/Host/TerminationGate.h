@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+
+#include "Host/TarnPlaybackSessionLifecycleEvent.h"
+#include "Host/Tarn_RACSignal.h"
+
+namespace tarn {
+
+[[nodiscard]] inline bool isTermination(
+    const std::shared_ptr<const TarnPlaybackSessionLifecycleEvent>& event) {
+  return event && event->is(kTarnPlaybackSessionLifecycleEventTerminate);
+}
+
+/// Makes Terminate the last that a session sends: all its signals go through one gate, which the session
+/// closes before it sends Terminate.
+///
+/// A value may be on its way to several subscribers when one of them terminates the session. Those that it
+/// has not reached do not receive it any more; like the others they receive Terminate, once, and nothing
+/// after it. Main thread; copies are the same gate.
+class TerminationGate {
+ public:
+  [[nodiscard]] bool isOpen() const { return *open_; }
+  void close() const { *open_ = false; }
+
+  /// The values of `signal` while the gate is open, and Terminate always.
+  template <typename T>
+  [[nodiscard]] Tarn_RACSignal<T> through(const Tarn_RACSignal<T>& signal) const {
+    return signal.filter([open = open_](const T& value) { return *open || passesAlways(value); });
+  }
+
+ private:
+  static bool passesAlways(const std::shared_ptr<const TarnPlaybackSessionLifecycleEvent>& event) {
+    return isTermination(event);
+  }
+  template <typename T>
+  static bool passesAlways(const T& /*value*/) {
+    return false;
+  }
+
+  std::shared_ptr<bool> open_ = std::make_shared<bool>(true);
+};
+
+}  // namespace tarn
