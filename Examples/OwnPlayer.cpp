@@ -37,7 +37,8 @@ class ClockPlayer final : public TarnPlayer, public std::enable_shared_from_this
 
   void play() override {
     const auto keepAlive = shared_from_this();
-    if (state_.get() == TarnPlayerState::ended || state_.get() == TarnPlayerState::failed) return;
+    if (state_.get() == TarnPlayerState::failed) return;
+    if (state_.get() == TarnPlayerState::ended && !seek_) return;
     settle();
     playing_.set(true);
   }

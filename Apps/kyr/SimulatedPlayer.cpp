@@ -37,7 +37,7 @@ void SimulatedPlayer::becomeReady(CMTime duration) {
 }
 
 void SimulatedPlayer::play() {
-  if (playing_.get() || state_.get() == TarnPlayerState::ended) return;
+  if (playing_.get() || (state_.get() == TarnPlayerState::ended && !seek_)) return;
   standAt(currentTime());
   if (announce(playing_, true)) arrangeStep();
 }

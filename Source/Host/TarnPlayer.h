@@ -53,7 +53,8 @@ class TarnPlayer {
   /// unfinished. Does not change whether the player plays.
   virtual void loadURL(const tarn::URL& url) = 0;
 
-  /// Plays as soon as there is something to play. At the item's end, and after a failure, it does nothing.
+  /// Plays as soon as there is something to play. After a failure it does nothing, nor at the item's end,
+  /// unless a seek is in progress: then it plays from where the seek lands.
   virtual void play() = 0;
   virtual void pause() = 0;
 

@@ -28,7 +28,7 @@ void FakePlayer::loadURL(const URL& url) {
 void FakePlayer::play() {
   calls_->push_back("play");
   const auto state = state_.get();
-  if (state == TarnPlayerState::ended || state == TarnPlayerState::failed) return;
+  if (state == TarnPlayerState::failed || (state == TarnPlayerState::ended && !seek_)) return;
   (void)announce(playing_, true);
 }
 
