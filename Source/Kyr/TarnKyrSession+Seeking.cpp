@@ -22,6 +22,13 @@ bool isExitOf(const TrackerEvent& event, const TarnLumoAdSequence& adSequence) {
 
 }  // namespace
 
+/// A seek that waits until its break has been played, from its acceptance to its completion.
+struct TarnKyrSession::ForcedSeek {
+  CMTime absoluteTarget;
+  Completion completion;
+  Tarn_RACDisposable breakExit;  // the subscription to the end of the break
+};
+
 void TarnKyrSession::configureSeekingCommand() {
   const auto allowed = trackerEvents()
                            .filter([](const TrackerEvent& event) {
@@ -31,7 +38,11 @@ void TarnKyrSession::configureSeekingCommand() {
                            .map([](const TrackerEvent& event) {
                              return event->type() == TarnLumoProgressTrackerEventTypeExitAdSequence;
                            });
-  subscriptions_.add(tarn::bindSignal(allowed, [this](bool canSeek) { canSeek_.set(canSeek); }));
+  untilTermination_.add(tarn::bindSignal(allowed, [this](bool canSeek) { setCanSeek(canSeek); }));
+}
+
+void TarnKyrSession::setCanSeek(bool canSeek) {
+  if (gate_.isOpen()) canSeek_.set(canSeek);
 }
 
 TarnKyrSeekTolerance TarnKyrSession::seekTolerancesSeekingFromAbsoluteTime(CMTime /*from*/, CMTime to) const {
@@ -41,20 +52,28 @@ TarnKyrSeekTolerance TarnKyrSession::seekTolerancesSeekingFromAbsoluteTime(CMTim
 
 void TarnKyrSession::seekToTime(CMTime time, Completion completion) {
   const auto keepAlive = shared_from_this();
-  if (!canSeek_.get() || CMTIME_IS_INVALID(time) || CMTimeCompare(time, kCMTimeZero) < 0)
+  const bool isAllowed = gate_.isOpen() && canSeek_.get();
+  if (!isAllowed || CMTIME_IS_INVALID(time) || CMTimeCompare(time, kCMTimeZero) < 0)
     return complete(completion, false);
-  canSeek_.set(false);
+  setCanSeek(false);
   const CMTime contentLength = timeline_ ? timeline_->contentLength() : CMTime{};
   const CMTime contentTarget = CMTimeCompare(time, contentLength) <= 0 ? time : contentLength;
   const CMTime absoluteTarget = absoluteTimeAtContentTime(contentTarget);
   if (CMTIME_IS_INVALID(absoluteTarget)) {
-    canSeek_.set(true);
+    setCanSeek(true);
     return complete(completion, false);
   }
+  ++playheadMoves_;
+  const auto overtaken = takeForcedSeek();
+  startSeek(time, absoluteTarget, std::move(completion));
+  if (overtaken && gate_.isOpen()) complete(overtaken->completion, false);
+}
+
+void TarnKyrSession::startSeek(CMTime requested, CMTime absoluteTarget, Completion completion) {
   const CMTime current = currentTime();
   if (CMTimeCompare(current, absoluteTarget) > 0)
-    return seekBackward(time, absoluteTarget, std::move(completion));
-  const auto plan = tarn::planForwardSeek(*timeline_, current, absoluteTarget, time);
+    return seekBackward(requested, absoluteTarget, std::move(completion));
+  const auto plan = tarn::planForwardSeek(*timeline_, current, absoluteTarget, requested);
   if (plan.forcedAdSequence && !adsDisabled())
     return playForcedAd(plan.forcedAdSequence, plan.absoluteTarget, std::move(completion));
   seekForward(plan.absoluteTarget, std::move(completion));
@@ -67,11 +86,9 @@ void TarnKyrSession::seekBackward(CMTime requested, CMTime absoluteTarget, Compl
   const auto tolerance = CMTimeCompare(requested, kCMTimeZero) == 0
                              ? kExactly
                              : seekTolerancesSeekingFromAbsoluteTime(currentTime(), target);
-  canSeek_.set(true);
-  seekPlayer(target, tolerance, [weak = weakSelf(), completion = std::move(completion)](bool finished) {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->resumeProgress();
+  setCanSeek(true);
+  seekPlayer(target, tolerance, [completion = std::move(completion)](TarnKyrSession& self, bool finished) {
+    self.resumeProgress();
     complete(completion, finished);
   });
 }
@@ -79,61 +96,76 @@ void TarnKyrSession::seekBackward(CMTime requested, CMTime absoluteTarget, Compl
 void TarnKyrSession::seekForward(CMTime absoluteTarget, Completion completion) {
   const auto tolerance =
       adsDisabled() ? kExactly : seekTolerancesSeekingFromAbsoluteTime(currentTime(), absoluteTarget);
-  canSeek_.set(true);
+  setCanSeek(true);
   suspendProgress();
   seekPlayer(absoluteTarget, tolerance,
-             [weak = weakSelf(), completion = std::move(completion)](bool finished) {
-               const auto self = weak.lock();
-               if (!self) return;
-               self->resumeProgress();
+             [completion = std::move(completion)](TarnKyrSession& self, bool finished) {
+               self.resumeProgress();
                complete(completion, finished);
              });
 }
 
 /// The application sees one seek that takes as long as the break does. `canSeek` stays false until the break
-/// has been left; the seek that follows reaches the target, unless the session terminates before.
+/// has been left; the seek that follows reaches the target.
 void TarnKyrSession::playForcedAd(const std::shared_ptr<const TarnLumoAdSequence>& adSequence,
                                   CMTime absoluteTarget, Completion completion) {
-  subscriptions_.add(
+  const auto seek = std::make_shared<ForcedSeek>(ForcedSeek{absoluteTarget, std::move(completion), {}});
+  forcedSeek_ = seek;
+  seek->breakExit =
       tarn::observe(tracker_.get(), &TarnLumoProgressTracker::event)
           .skip(1)
           .filter([adSequence](const TrackerEvent& event) { return isExitOf(event, *adSequence); })
           .take(1)
-          .takeUntil(terminationSignal_)
-          .subscribeNext(
-              [weak = weakSelf(), absoluteTarget, completion = std::move(completion)](const auto&) {
-                if (const auto self = weak.lock()) self->seekAfterForcedAd(absoluteTarget, completion);
-              }));
+          .subscribeNext([weak = weakSelf()](const auto&) {
+            if (const auto self = weak.lock()) self->seekAfterForcedAd();
+          });
+  untilTermination_.add(seek->breakExit);
   avPlayerPause();
+  if (forcedSeek_ != seek) return;
   suspendProgress();
   // Whether it got there makes no difference: the stream goes on from where the player is.
-  seekPlayer(tarn::timeBySeekOffset(adSequence->beginTime()), kExactly, [weak = weakSelf()](bool) {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->avPlayerPlay();
-    self->resumeProgress();
+  seekPlayer(tarn::timeBySeekOffset(adSequence->beginTime()), kExactly, [seek](TarnKyrSession& self, bool) {
+    if (!self.forcedSeek_ || self.forcedSeek_ == seek) self.avPlayerPlay();
+    self.resumeProgress();
   });
 }
 
-void TarnKyrSession::seekAfterForcedAd(CMTime absoluteTarget, Completion completion) {
+void TarnKyrSession::seekAfterForcedAd() {
+  const auto seek = forcedSeek_;
   avPlayerPause();
-  const CMTime remaining = CMTimeSubtract(absoluteTarget, currentTime());
-  if (CMTimeCompare(remaining, CMTimeMake(1, 600)) < 0) return concludeForcedAd(true, completion);
+  if (forcedSeek_ != seek) return;
+  const CMTime remaining = CMTimeSubtract(seek->absoluteTarget, currentTime());
+  if (hasEnded() || CMTimeCompare(remaining, CMTimeMake(1, 600)) < 0) return concludeForcedAd(seek, true);
   suspendProgress();
-  const auto tolerance = seekTolerancesSeekingFromAbsoluteTime(currentTime(), absoluteTarget);
-  seekPlayer(absoluteTarget, tolerance,
-             [weak = weakSelf(), completion = std::move(completion)](bool finished) {
-               const auto self = weak.lock();
-               if (!self) return;
-               self->resumeProgress();
-               self->concludeForcedAd(finished, completion);
-             });
+  const auto tolerance = seekTolerancesSeekingFromAbsoluteTime(currentTime(), seek->absoluteTarget);
+  seekPlayer(seek->absoluteTarget, tolerance, [seek](TarnKyrSession& self, bool finished) {
+    self.resumeProgress();
+    self.concludeForcedAd(seek, finished);
+  });
 }
 
-void TarnKyrSession::concludeForcedAd(bool finished, const Completion& completion) {
-  avPlayerPlay();
-  canSeek_.set(true);
-  complete(completion, finished);
+/// Also for a seek that has been overtaken, and has got its answer: it undoes its pause, but leaves a newer
+/// forced seek what that one has paused and locked.
+void TarnKyrSession::concludeForcedAd(const std::shared_ptr<ForcedSeek>& seek, bool finished) {
+  const bool isCurrent = forcedSeek_ == seek;
+  if (isCurrent) takeForcedSeek();
+  if (!forcedSeek_) avPlayerPlay();
+  if (!isCurrent) return;
+  if (!forcedSeek_) setCanSeek(true);
+  if (gate_.isOpen()) complete(seek->completion, finished);
+}
+
+std::shared_ptr<TarnKyrSession::ForcedSeek> TarnKyrSession::takeForcedSeek() {
+  auto seek = std::exchange(forcedSeek_, nullptr);
+  if (seek) seek->breakExit.dispose();
+  return seek;
+}
+
+void TarnKyrSession::abandonForcedSeek() {
+  const auto seek = takeForcedSeek();
+  if (!seek) return;
+  setCanSeek(true);
+  if (gate_.isOpen()) complete(seek->completion, false);
 }
 
 std::function<void(const std::shared_ptr<const TarnLumoAd>&)> TarnKyrSession::skipHandler() {
@@ -158,24 +190,20 @@ void TarnKyrSession::skipAd(const std::shared_ptr<const TarnLumoAd>& ad) {
   const CMTime itemEnd = current->currentItemDuration().get().value_or(CMTime{});
   suspendProgress();
   if (CMTimeCompare(target, itemEnd) >= 0) return skipToItemEnd(itemEnd);
-  seekPlayer(target, kExactly, [weak = weakSelf()](bool) {
-    if (const auto self = weak.lock()) self->concludeSkip();
-  });
+  seekPlayer(target, kExactly, [](TarnKyrSession& self, bool) { self.concludeSkip(); });
 }
 
 /// Players that stand near the end of an item do not reliably move to the end itself; from the beginning they
 /// do. The viewer is not shown the way.
 void TarnKyrSession::skipToItemEnd(CMTime itemEnd) {
   setPlayerLayerHidden(true);
-  seekPlayer(kCMTimeZero, kExactly, [weak = weakSelf(), itemEnd](bool) {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->seekPlayer(itemEnd, kExactly, [weak](bool) {
-      const auto session = weak.lock();
-      if (!session) return;
-      session->concludeSkip();
-      session->setPlayerLayerHidden(false);
-    });
+  seekPlayer(kCMTimeZero, kExactly, [itemEnd, moves = playheadMoves_](TarnKyrSession& self, bool) {
+    const auto arrive = [](TarnKyrSession& session, bool) {
+      session.concludeSkip();
+      session.setPlayerLayerHidden(false);
+    };
+    if (moves != self.playheadMoves_) return arrive(self, false);  // overtaken
+    self.seekPlayer(itemEnd, kExactly, arrive);
   });
 }
 
@@ -190,18 +218,26 @@ CMTime TarnKyrSession::currentTime() const {
   return current ? current->currentTime() : CMTime{};
 }
 
+bool TarnKyrSession::hasEnded() const {
+  const auto current = player();
+  return current && current->state().get() == TarnPlayerState::ended;
+}
+
 bool TarnKyrSession::adsDisabled() const {
   const auto common = commonProperties_.lock();
   return common && common->adsDisabled.get();
 }
 
-void TarnKyrSession::seekPlayer(CMTime time, TarnKyrSeekTolerance tolerance,
-                                std::function<void(bool finished)> completion) {
-  if (const auto current = player()) {
-    current->seekToTime(time, tolerance.beforeTolerance, tolerance.afterTolerance, std::move(completion));
-  } else {
-    completion(false);
-  }
+/// After Terminate no seek is made and none lands.
+void TarnKyrSession::seekPlayer(CMTime time, TarnKyrSeekTolerance tolerance, Landed landed) {
+  if (!gate_.isOpen()) return;
+  const auto current = player();
+  if (!current) return landed(*this, false);
+  current->seekToTime(time, tolerance.beforeTolerance, tolerance.afterTolerance,
+                      [weak = weakSelf(), landed = std::move(landed)](bool finished) {
+                        const auto self = weak.lock();
+                        if (self && self->gate_.isOpen()) landed(*self, finished);
+                      });
 }
 
 /// Seeks may overtake one another. The tracker is to see none of the jumps, so it goes on when the last of

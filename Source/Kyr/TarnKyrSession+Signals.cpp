@@ -1,6 +1,7 @@
 #include <utility>
 #include <vector>
 
+#include "Host/Tarn_RACBinding.h"
 #include "Host/Tarn_RACObserve.h"
 #include "Kyr/TarnKyrHostAds.h"
 #include "Kyr/TarnKyrSession.h"
@@ -62,7 +63,18 @@ void TarnKyrSession::subscribeKyrSubjectsToInnerPlaybackSession() {
                          .reduceEach([this](const LifecycleEvent& event, const TrackerEvent& state) {
                            return translated(event, state);
                          })
-                         .subscribeNext(kyrLifecycleSubject_));
+                         .subscribeNext([this](const LifecycleEvent& event) { forward(event); }));
+}
+
+/// At the item's end and at a failure the ads and seeks of the session end first.
+void TarnKyrSession::forward(const LifecycleEvent& event) {
+  const auto weak = weakSelf();
+  const bool ended = is(event, kTarnPlaybackSessionLifecycleEventEnd);
+  if (ended) leaveAdAtItemEnd();
+  if (ended || is(event, kTarnPlaybackSessionLifecycleEventError)) {
+    if (const auto self = weak.lock()) self->abandonForcedSeek();
+  }
+  if (const auto self = weak.lock()) self->kyrLifecycleSubject_.sendNext(event);
 }
 
 TarnKyrSession::LifecycleEvent TarnKyrSession::translated(const LifecycleEvent& event,
@@ -77,14 +89,14 @@ TarnKyrSession::LifecycleEvent TarnKyrSession::translated(const LifecycleEvent& 
 
 void TarnKyrSession::subscribeToProgressTracker() {
   const auto tracker = tracker_.get();
-  subscriptions_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentTime)
-                         .filter([this](const auto&) { return canSeek_.get(); })
-                         .subscribeNext(kyrProgressSubject_));
-  subscriptions_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentSeekableTimeRanges)
-                         .subscribeNext(kyrSeekableTimeRangesSubject_));
-  subscriptions_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentLoadedTimeRanges)
-                         .subscribeNext(kyrloadedTimeRangesSubject_));
-  subscriptions_.add(
+  untilTermination_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentTime)
+                            .filter([this](const auto&) { return canSeek_.get(); })
+                            .subscribeNext(kyrProgressSubject_));
+  untilTermination_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentSeekableTimeRanges)
+                            .subscribeNext(kyrSeekableTimeRangesSubject_));
+  untilTermination_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentLoadedTimeRanges)
+                            .subscribeNext(kyrloadedTimeRangesSubject_));
+  untilTermination_.add(
       trackerEvents()
           .map([this](const TrackerEvent& event) { return lifecycleEventForTrackerEvent(event); })
           .flattenMap([](const LifecycleEvent& event) {
@@ -132,11 +144,13 @@ std::optional<tarn::Dictionary> TarnKyrSession::adSequenceProperties(
 }
 
 void TarnKyrSession::subscribeToInnerPlaybackSessionDuration() {
-  subscriptions_.add(inner_->durationChanges()
-                         .map([adTime = totalAdTime(*timeline_)](CMTime duration) {
-                           return CMTimeSubtract(duration, adTime);
-                         })
-                         .subscribeNext(kyrDurationChangesSubject_));
+  untilTermination_.add(inner_->durationChanges()
+                            .map([adTime = totalAdTime(*timeline_)](CMTime duration) {
+                              return CMTimeSubtract(duration, adTime);
+                            })
+                            .subscribeNext(kyrDurationChangesSubject_));
+  untilTermination_.add(
+      tarn::bindSignal(inner_->durationChanges(), [this](CMTime duration) { followDuration(duration); }));
 }
 
 void TarnKyrSession::configurePauseResumeCommand() {
@@ -152,7 +166,8 @@ void TarnKyrSession::configurePauseResumeCommand() {
   };
   const auto resume = makeCommand(&TarnKyrSession::avPlayerPlay);
   const auto pause = makeCommand(&TarnKyrSession::avPlayerPause);
-  subscriptions_.add(
+  untilTermination_.add(
       resumeAdInvocations_.signal().subscribeNext([resume](const auto&) { resume->execute(); }));
-  subscriptions_.add(pauseAdInvocations_.signal().subscribeNext([pause](const auto&) { pause->execute(); }));
+  untilTermination_.add(
+      pauseAdInvocations_.signal().subscribeNext([pause](const auto&) { pause->execute(); }));
 }

@@ -5,19 +5,35 @@
 
 #include "Host/Tarn_RACBinding.h"
 #include "Kyr/TarnKyrConstants.h"
+#include "Lumo/HTTPBeaconSink.h"
 #include "Lumo/TarnLumoTimelineOperation.h"
 #include "Platform/Log.h"
 #include "Platform/Queue.h"
 
 namespace {
 
-bool isTermination(const TarnPlaybackSession::LifecycleEvent& event) {
-  return event && event->is(kTarnPlaybackSessionLifecycleEventTerminate);
-}
+/// The beacons of a session until it terminates.
+class GatedBeaconSink final : public tarn::BeaconSink {
+ public:
+  GatedBeaconSink(const tarn::TerminationGate& gate, std::shared_ptr<tarn::BeaconSink> sink)
+      : gate_(gate), sink_(sink ? std::move(sink) : tarn::HTTPBeaconSink::shared()) {}
+
+  void send(const tarn::URL& url) override {
+    const auto sink = sink_;  // it may release the session, and so this object
+    if (gate_.isOpen()) sink->send(url);
+  }
+  bool flush(std::chrono::milliseconds timeout) override { return sink_->flush(timeout); }
+
+ private:
+  const tarn::TerminationGate gate_;
+  const std::shared_ptr<tarn::BeaconSink> sink_;
+};
 
 Tarn_RACSignal<Tarn_RACUnit> makeTerminationSignal(const std::shared_ptr<TarnPlaybackSession>& inner) {
   if (!inner) return Tarn_RACSignal<Tarn_RACUnit>::never();
-  return inner->lifecycle().filter(isTermination).take(1).map([](const auto&) { return Tarn_RACUnit(); });
+  return inner->lifecycle().filter(tarn::isTermination).take(1).map([](const auto&) {
+    return Tarn_RACUnit();
+  });
 }
 
 TarnCuePointCollection::CuePoints adSlots(const TarnLumoTimeline& timeline) {
@@ -29,7 +45,7 @@ TarnCuePointCollection::CuePoints adSlots(const TarnLumoTimeline& timeline) {
 }
 
 /// A time at which none of the timeline's ads plays any more.
-CMTime behindAllAds(const TarnLumoTimeline& timeline) {
+CMTime timeAfterLastAd(const TarnLumoTimeline& timeline) {
   CMTime latest = timeline.payloadLength();
   for (const auto& adSequence : timeline.adSequences()) {
     if (CMTimeCompare(adSequence->endTime(), latest) > 0) latest = adSequence->endTime();
@@ -43,8 +59,11 @@ TarnKyrSession::TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybac
                                TarnLumoHTTPHeaders httpHeaders, std::shared_ptr<tarn::BeaconSink> beaconSink)
     : inner_(std::move(innerPlaybackSession)),
       httpHeaders_(std::move(httpHeaders)),
-      sharedDigester_(std::make_shared<TarnLumoAnalyticsDigester>(std::move(beaconSink))),
+      sharedDigester_(std::make_shared<TarnLumoAnalyticsDigester>(
+          std::make_shared<GatedBeaconSink>(gate_, std::move(beaconSink)))),
       terminationSignal_(makeTerminationSignal(inner_)) {
+  // Before the events are forwarded: nothing else is to follow Terminate.
+  subscriptions_.add(terminationSignal_.subscribeNext([this](const auto&) { stopAtTermination(); }));
   subscribeKyrSubjectsToInnerPlaybackSession();
 }
 
@@ -101,30 +120,54 @@ void TarnKyrSession::concludeLoad(const TarnLumoTimelineOperation& operation) {
 
 void TarnKyrSession::followInnerSession() {
   const auto tracker = tracker_.get();
-  subscriptions_.add(tarn::bindSignal(inner_->progress(), [this](CMTime time) { followPlayhead(time); }));
-  subscriptions_.add(tarn::bindSignal(inner_->seekableRangesChanges(), [tracker](const TimeRanges& ranges) {
-    tracker->setAbsoluteSeekableTimeRanges(ranges);
-  }));
-  subscriptions_.add(tarn::bindSignal(inner_->loadedTimeRangesChanges(), [tracker](const TimeRanges& ranges) {
-    tracker->setAbsoluteLoadedTimeRanges(ranges);
-  }));
+  untilTermination_.add(tarn::bindSignal(inner_->progress(), [this](CMTime time) { followPlayhead(time); }));
+  untilTermination_.add(tarn::bindSignal(
+      inner_->seekableRangesChanges(),
+      [tracker](const TimeRanges& ranges) { tracker->setAbsoluteSeekableTimeRanges(ranges); }));
+  untilTermination_.add(tarn::bindSignal(
+      inner_->loadedTimeRangesChanges(),
+      [tracker](const TimeRanges& ranges) { tracker->setAbsoluteLoadedTimeRanges(ranges); }));
 }
 
-/// An encoder's stream may be a few frames shorter than its document says, so that its end lies in the last
-/// ad. Nothing plays there any more: the ad is left if it was playing, and not entered if it was not.
+/// An encoder's stream may be a few frames shorter than its document says, so that its end is inside the last
+/// ad. An ad of which nothing is left to play is not entered. But a position that equals the duration need
+/// not be the end: the duration may not be known yet. So the tracker does not receive it until that is clear.
 void TarnKyrSession::followPlayhead(CMTime time) {
+  possibleEnd_.reset();
+  if (!isAtItemsDuration(time) || !timeline_->pathAtTime(time).ad())
+    return tracker_.get()->setAbsoluteTime(time);
+  possibleEnd_ = time;
+  if (canSeek_.get()) kyrProgressSubject_.sendNext(timeline_->contentTimeAtAbsoluteTime(time));
+}
+
+void TarnKyrSession::followDuration(CMTime duration) {
+  const auto position = std::exchange(possibleEnd_, std::nullopt);
+  if (position && CMTIME_IS_NUMERIC(duration)) followPlayhead(*position);
+}
+
+/// The ad that plays when the item ends is left, also when the document says that it lasts longer.
+void TarnKyrSession::leaveAdAtItemEnd() {
+  const auto position = std::exchange(possibleEnd_, std::nullopt);
+  const bool inAd = analyticsSession_ && analyticsSession_->adAnalaytics();
+  if (!position && !inAd) return;
   const auto tracker = tracker_.get();
-  if (!isItemEnd(time) || !timeline_->pathAtTime(time).ad()) return tracker->setAbsoluteTime(time);
-  const CMTime end = behindAllAds(*timeline_);
-  if (timeline_->pathAtTime(tracker->absoluteTime()).ad()) tracker->setAbsoluteTime(time);
+  const CMTime end = timeAfterLastAd(*timeline_);
+  if (position && inAd) tracker->setAbsoluteTime(*position);
   tracker->setAbsoluteTime(end);
 }
 
-bool TarnKyrSession::isItemEnd(CMTime time) const {
+bool TarnKyrSession::isAtItemsDuration(CMTime time) const {
   const auto current = player();
   if (!current) return false;
   const auto& duration = current->currentItemDuration().get();
   return duration && CMTIME_IS_NUMERIC(*duration) && CMTimeCompare(time, *duration) == 0;
+}
+
+void TarnKyrSession::stopAtTermination() {
+  const auto keepAlive = shared_from_this();  // a completion that goes may hold the last reference
+  gate_.close();
+  forcedSeek_.reset();
+  untilTermination_.dispose();
 }
 
 void TarnKyrSession::updateVideo() {
@@ -154,7 +197,10 @@ void TarnKyrSession::setSessionCommonProperties(
 
 void TarnKyrSession::loadVideoURL(const tarn::URL& url) {
   if (!inner_) return logForwarding("loadVideoURL:");
+  const auto keepAlive = shared_from_this();
+  ++playheadMoves_;
   inner_->loadVideoURL(url);
+  abandonForcedSeek();
 }
 
 void TarnKyrSession::begin() {
@@ -188,7 +234,10 @@ void TarnKyrSession::avPlayerPause() {
 
 void TarnKyrSession::resumeVideoAtTime(CMTime time, bool autoPlay) {
   if (!inner_) return logForwarding("resumeVideoAtTime:withAutoPlay:");
+  const auto keepAlive = shared_from_this();
+  ++playheadMoves_;
   inner_->resumeVideoAtTime(absoluteTimeAtContentTime(time), autoPlay);
+  abandonForcedSeek();
 }
 
 void TarnKyrSession::logForwarding(const char* invocation) const {

@@ -10,6 +10,7 @@
 #include "Host/Tarn_RACDisposable.h"
 #include "Host/Tarn_RACInvocations.h"
 #include "Host/Tarn_RACSubject.h"
+#include "Host/TerminationGate.h"
 #include "Kyr/TarnKyrConstants.h"
 #include "Kyr/TarnKyrSeekPolicy.h"
 #include "Lumo/TarnLumoAnalyticsSession.h"
@@ -43,7 +44,8 @@ class TarnKyrSession final : public TarnPlaybackSession,
                              public TarnSessionTimeMapping {
  public:
   /// Without an inner session the operations that would go to it write a log line. `httpHeaders` go with the
-  /// request for the document. `beaconSink` receives the beacons; null: `tarn::HTTPBeaconSink::shared()`.
+  /// request for the document. `beaconSink` receives the beacons, until the session terminates; null:
+  /// `tarn::HTTPBeaconSink::shared()`.
   TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybackSession, TarnLumoHTTPHeaders httpHeaders,
                  std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr);
   ~TarnKyrSession() override;
@@ -79,6 +81,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
   [[nodiscard]] std::shared_ptr<TarnSessionCommonProperties> sessionCommonProperties() const override {
     return commonProperties_.lock();
   }
+  /// A seek that waits for a break completes unfinished; so it does in `resumeVideoAtTime`.
   void loadVideoURL(const tarn::URL& url) override;
   void begin() override;
   void terminate() override;
@@ -88,15 +91,19 @@ class TarnKyrSession final : public TarnPlaybackSession,
   void resumeVideoAtTime(CMTime time, bool autoPlay) override;
 
   /// Content time, while `canSeek` is true: silent while ads play or a forced ad is awaited.
-  [[nodiscard]] Tarn_RACSignal<CMTime> progress() const override { return kyrProgressSubject_; }
+  [[nodiscard]] Tarn_RACSignal<CMTime> progress() const override {
+    return gate_.through(kyrProgressSubject_);
+  }
   /// The stream's duration less the ads' time.
-  [[nodiscard]] Tarn_RACSignal<CMTime> durationChanges() const override { return kyrDurationChangesSubject_; }
+  [[nodiscard]] Tarn_RACSignal<CMTime> durationChanges() const override {
+    return gate_.through(kyrDurationChangesSubject_);
+  }
   /// Content time, each range from zero. Sent while ads play, too.
   [[nodiscard]] Tarn_RACSignal<TimeRanges> seekableRangesChanges() const override {
-    return kyrSeekableTimeRangesSubject_;
+    return gate_.through(kyrSeekableTimeRangesSubject_);
   }
   [[nodiscard]] Tarn_RACSignal<TimeRanges> loadedTimeRangesChanges() const override {
-    return kyrloadedTimeRangesSubject_;
+    return gate_.through(kyrloadedTimeRangesSubject_);
   }
   /// Never sends.
   [[nodiscard]] Tarn_RACSignal<bool> isExternalPlaybackActive() const override {
@@ -106,7 +113,9 @@ class TarnKyrSession final : public TarnPlaybackSession,
   [[nodiscard]] Tarn_RACSignal<CuePoints> cuePoints() const override { return kyrCuePointsSubject_; }
   /// The inner session's events, Play and Pause during an ad as AdResume and AdPause, and those of the ads.
   /// A break is announced by WillPauseForAd and Pause, and followed by Play.
-  [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override { return kyrLifecycleSubject_; }
+  [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override {
+    return gate_.through(kyrLifecycleSubject_);
+  }
 
   [[nodiscard]] TarnSessionSeeking* seeking() override { return this; }
   [[nodiscard]] TarnSessionTimeMapping* timeMapping() override { return this; }
@@ -121,8 +130,10 @@ class TarnKyrSession final : public TarnPlaybackSession,
 
   [[nodiscard]] bool canSeek() const override { return canSeek_.get(); }
   [[nodiscard]] tarn::Observable<bool>& canSeekProperty() { return canSeek_; }
-  /// Refused while `canSeek` is false and for a time that is invalid, negative or not in the stream. A seek
-  /// forward over breaks plays the last of them before the target is reached, and completes only then.
+  /// Refused while `canSeek` is false, after Terminate, and for a time that is invalid, negative or not in
+  /// the stream. A seek forward over breaks plays the last of them before the target is reached, and
+  /// completes only then; unfinished when the playhead is sent elsewhere, the player fails or the item ends
+  /// before. A seek in progress at Terminate never completes.
   void seekToTime(CMTime time, Completion completion) override;
   /// Absolute times; `from` makes no difference.
   [[nodiscard]] TarnKyrSeekTolerance seekTolerancesSeekingFromAbsoluteTime(CMTime from, CMTime to) const;
@@ -142,15 +153,19 @@ class TarnKyrSession final : public TarnPlaybackSession,
   /// What is left of a call that would have gone to the inner session.
   void logForwarding(const char* invocation) const;
 
-  // Loading: TarnKyrSession.cpp.
+  // Loading and termination: TarnKyrSession.cpp.
   void concludeLoad(const TarnLumoTimelineOperation& operation);
   void followInnerSession();
   void followPlayhead(CMTime time);
-  [[nodiscard]] bool isItemEnd(CMTime time) const;
+  void followDuration(CMTime duration);
+  [[nodiscard]] bool isAtItemsDuration(CMTime time) const;
+  void leaveAdAtItemEnd();
   void updateVideo();
+  void stopAtTermination();
 
   // Signals: TarnKyrSession+Signals.cpp.
   void subscribeKyrSubjectsToInnerPlaybackSession();
+  void forward(const LifecycleEvent& event);
   void subscribeToProgressTracker();
   void subscribeToInnerPlaybackSessionDuration();
   void configurePauseResumeCommand();
@@ -162,25 +177,36 @@ class TarnKyrSession final : public TarnPlaybackSession,
       const TarnLumoProgressTrackerEvent& event);
 
   // Seeking: TarnKyrSession+Seeking.cpp.
+
+  struct ForcedSeek;
+  /// Called when a seek of the player has ended, with the session it was made for.
+  using Landed = std::function<void(TarnKyrSession& self, bool finished)>;
+
   void configureSeekingCommand();
+  void setCanSeek(bool canSeek);
+  void startSeek(CMTime requested, CMTime absoluteTarget, Completion completion);
   void seekBackward(CMTime requested, CMTime absoluteTarget, Completion completion);
   void seekForward(CMTime absoluteTarget, Completion completion);
   void playForcedAd(const std::shared_ptr<const TarnLumoAdSequence>& adSequence, CMTime absoluteTarget,
                     Completion completion);
-  void seekAfterForcedAd(CMTime absoluteTarget, Completion completion);
-  void concludeForcedAd(bool finished, const Completion& completion);
+  void seekAfterForcedAd();
+  void concludeForcedAd(const std::shared_ptr<ForcedSeek>& seek, bool finished);
+  std::shared_ptr<ForcedSeek> takeForcedSeek();
+  void abandonForcedSeek();
   void skipAd(const std::shared_ptr<const TarnLumoAd>& ad);
   void skipToItemEnd(CMTime itemEnd);
   void concludeSkip();
   [[nodiscard]] std::function<void(const std::shared_ptr<const TarnLumoAd>&)> skipHandler();
   [[nodiscard]] CMTime currentTime() const;
+  [[nodiscard]] bool hasEnded() const;
   [[nodiscard]] bool adsDisabled() const;
-  void seekPlayer(CMTime time, TarnKyrSeekTolerance tolerance, std::function<void(bool finished)> completion);
+  void seekPlayer(CMTime time, TarnKyrSeekTolerance tolerance, Landed landed);
   void suspendProgress();
   void resumeProgress();
 
   const std::shared_ptr<TarnPlaybackSession> inner_;
   const TarnLumoHTTPHeaders httpHeaders_;
+  const tarn::TerminationGate gate_;
   const CMTime defaultSeekTolerance_ = CMTimeMakeWithSeconds(2.0, 600);
   const CMTime defaultMinimumSeekToleranceBuffer_ = CMTimeMakeWithSeconds(3.0, 600);
   std::weak_ptr<TarnSessionCommonProperties> commonProperties_;
@@ -192,9 +218,12 @@ class TarnKyrSession final : public TarnPlaybackSession,
   std::optional<tarn::Error> loadError_;
   std::shared_ptr<const TarnLumoTimeline> timeline_;
   const bool containsPostRolls_ = false;
+  std::optional<CMTime> possibleEnd_;  // a position inside an ad that may be the item's end
 
   tarn::Observable<bool> canSeek_{true};
+  std::shared_ptr<ForcedSeek> forcedSeek_;  // null when none is pending
   int seeksUnderWay_ = 0;
+  int playheadMoves_ = 0;  // made for the application
   bool skipping_ = false;
   std::weak_ptr<TarnLumoAdAnalyticsSession> skipTold_;
   Tarn_RACInvocations<> pauseAdInvocations_;
@@ -215,4 +244,5 @@ class TarnKyrSession final : public TarnPlaybackSession,
   const Tarn_RACSignal<Tarn_RACUnit> terminationSignal_;
 
   Tarn_RACDeallocDisposable subscriptions_;
+  Tarn_RACDeallocDisposable untilTermination_;
 };

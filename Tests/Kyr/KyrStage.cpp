@@ -42,6 +42,9 @@ const std::map<std::string, std::function<void(KyrStage&)>> kSteps = {
     {"pause", [](auto& stage) { stage.session->avPlayerPause(); }},
     {"resumeAd", [](auto& stage) { stage.session->resumeAd(); }},
     {"pauseAd", [](auto& stage) { stage.session->pauseAd(); }},
+    {"resumeAt20", [](auto& stage) { stage.session->resumeVideoAtTime(at(20), false); }},
+    {"load", [](auto& stage) { stage.session->loadVideoURL(*URL::fromString("http://s/")); }},
+    {"fail", [](auto& stage) { stage.player().fail({}); }},
     {"terminate", [](auto& stage) { stage.session->terminate(); }},
     {"disableAds", [](auto& stage) { stage.common->adsDisabled.set(true); }},
     {"leaveBreak", [](auto& stage) { stage.session->tracker()->setAbsoluteTime(at(61)); }},
@@ -138,6 +141,7 @@ void KyrStage::take(const std::string& step) {
   if (step.starts_with(">>")) return ask(readTime(step.substr(2)));
   if (step.starts_with('>')) return seek(readTime(step.substr(1)));
   if (step.starts_with('@')) return jump(readTime(step.substr(1)));
+  if (step.ends_with('~')) return player().advance(std::stod(step));
   if (step[0] >= '0' && step[0] <= '9') return play(std::stod(step));
   kSteps.at(step)(*this);
 }
@@ -197,6 +201,13 @@ std::shared_ptr<const TarnAd> KyrStage::lastAd() const {
 }
 
 void KyrStage::when(const std::string& type, std::function<void()> action) {
+  if (type == "progress") return (void)session->progress().take(1).subscribeNext([=](CMTime) { action(); });
+  if (type.starts_with("a-")) {
+    sink_->afterSend = [=](const std::string& beacon) {
+      if (beacon == type) action();
+    };
+    return;
+  }
   session->lifecycle()
       .filter([type = kCommonPrefix + type](const auto& event) { return event->is(type); })
       .take(1)

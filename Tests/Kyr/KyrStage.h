@@ -63,6 +63,7 @@ class KyrStage {
   /// is called as the members here, of the session or of the player are, and
   ///
   ///     12             plays that many seconds
+  ///     12~            the same, and leaves the main queue as it is
   ///     @5             puts the playhead there
   ///     >50   >30-1    seeks to that content time, a tick before it
   ///     >>50           asks for that, and leaves the main queue as it is, as `skip` does
@@ -82,7 +83,8 @@ class KyrStage {
   void seek(CMTime contentTime);
   /// Presses the skip button of the ad that was entered last.
   void pressSkip() const;
-  /// Does once what `action` says when a lifecycle event of that type comes, "AdEnter" for example.
+  /// Does once what `action` says when a lifecycle event of that type comes, "AdEnter" for example, when the
+  /// beacon "a-impression" is sent, or at the next "progress".
   void when(const std::string& type, std::function<void()> action);
 
   // What came since the last call, or since `forget`.

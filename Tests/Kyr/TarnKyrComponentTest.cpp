@@ -45,24 +45,38 @@ TEST_F(TarnKyrComponentTest, IsRegisteredTwiceForEachControllerAndSpeaksOnce) {
   EXPECT_EQ(manager->components().size(), 3U);
 }
 
+/// Also when the application terminates a session inside one of its events.
 TEST_F(TarnKyrComponentTest, MakesControllersThatPlayOneVideoAfterTheOther) {
   const auto controller = createKyrPlaybackController(manager);
-  const auto first = ssaiVideo(serve(drawVMAP("a..")));
-  const auto second = ssaiVideo(serve(drawVMAP("..b")));
-  controller->addVideo(first);
-  controller->addVideo(std::make_shared<const TarnVideo>(TarnMutableVideo{}));  // cannot be loaded
-  controller->addVideo(second);
+  const char* const lastEvents[] = {kTarnPlaybackSessionLifecycleEventWillPauseForAd,
+                                    kTarnPlaybackSessionLifecycleEventAdSequenceEnter,
+                                    kTarnPlaybackSessionLifecycleEventAdEnter,
+                                    kTarnPlaybackSessionLifecycleEventAdProgress,
+                                    kTarnPlaybackSessionLifecycleEventAdExit,
+                                    kTarnPlaybackSessionLifecycleEventAdSequenceExit,
+                                    kTarnPlaybackSessionLifecycleEventEnd};
+  for (std::size_t i = 0; i < std::size(lastEvents); ++i) {
+    controller->addVideo(ssaiVideo(serve(drawVMAP("a.."))));
+    controller->addVideo(std::make_shared<const TarnVideo>(TarnMutableVideo{}));  // cannot be loaded
+  }
   controller->begin();
-  for (const auto& video : {first, second}) {
+  std::shared_ptr<TarnPlaybackSession> before;
+  for (const auto* const last : lastEvents) {
+    SCOPED_TRACE(last);
     ASSERT_TRUE(await([&] {
       const auto session = controller->currentSession();
-      return session && session->video() && session->video()->identifier() == video->identifier();
+      return session && session != before && session->video();
     }));
-    SessionRecorder recorder(*controller->currentSession());
+    before = controller->currentSession();
+    SessionRecorder recorder(*before);
+    if (last != kTarnPlaybackSessionLifecycleEventEnd) {
+      before->lifecycle().subscribeNext([last, &session = *before](const auto& event) {
+        if (event->is(last)) session.terminate();
+      });
+    }
     player.lock()->becomeReady(15);
-    player.lock()->advance(20);
-    EXPECT_NE(recorder.lastEvent(kTarnPlaybackSessionLifecycleEventAdExit), nullptr);
-    EXPECT_NE(recorder.lastEvent(kTarnPlaybackSessionLifecycleEventEnd), nullptr);
+    if (const auto playing = player.lock()) playing->advance(20);
+    EXPECT_NE(recorder.lastEvent(last), nullptr);
   }
 }
 

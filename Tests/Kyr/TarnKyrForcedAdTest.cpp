@@ -27,7 +27,7 @@ TEST(AForcedAd, IsPlayedBeforeTheTargetIsReachedAndLooksLikeOneSeek) {
     | 0.25             => lines: progress 50.25
     >5 >50 | 20        => calls: canSeek, pause, seek 80 -2 +2, play, finished
     >5 >50 | skip turn => calls: pause, seek 60.2 -0 +0, play, canSeek, pause, seek 80 -2 +2, play, finished
-    >5 >50 | terminate leaveBreak => calls: pause, canSeek)");
+    >5 >50 | terminate leaveBreak => calls: pause)");
 }
 
 // The playhead is reported four times a second, so the break is left at absolute 60.2 s.
@@ -37,9 +37,38 @@ TEST(AForcedAd, IsNotFollowedByASeekWhenItEndsAtTheTargetOrBehindIt) {
     @5 >30.2 | 20   => calls: canSeek, pause, play, finished
     | 0.25          => lines: progress 35.45
     @5 >30.2+1 | 20 => calls: canSeek, pause, seek 60.20166666666667 -0 +2, play, finished)");
+  // The second stream ends in the content, the third in the break.
   KyrStage("..aaa....bb").tell(R"(
     >1000 | out     => calls: canSeek, pause, play, finished
                     => events: AdExit, AdSequenceExit, Play, Pause, Play, End)");
+  KyrStage("..aaa....bb", {}, -10).tell(">1000 | out => calls: canSeek, unfinished");
+  KyrStage("..aaa....bb", {}, -2).tell(">1000 | out => calls: canSeek, pause, play, finished");
+}
+
+TEST(AForcedAd, OfAnOvertakenSeekLeavesTheLockToTheNewerSeek) {
+  KyrStage("..aaa....bbb......c").tell(R"(
+    @5 >50 | 15~   => calls: canSeek, pause, seek 80 -2 +2
+    >>70           => calls: cannotSeek, pause, seek 90.2 -0 +0, unfinished
+    turn >3        => calls: play, unfinished
+    out            => calls: canSeek, pause, play, finished)");
+  KyrStage(kStream).tell(R"(
+    @5 >50 15~ | >>3 => calls: cannotSeek, canSeek, seek 3.2 -2 +2, unfinished
+    turn           => calls: play, finished
+    60             => calls: cannotSeek, canSeek, cannotSeek, canSeek)");
+}
+
+// On the way to the break, inside it, and on the way from it to the target.
+TEST(AForcedAd, IsGivenUpWhenThePlayheadIsSentElsewhereOrThePlayerFails) {
+  for (const auto& [before, landing] :
+       {std::pair("@5 >>50", ", play"), std::pair("@5 >50 3", ""), std::pair("@5 >50 15~", ", play")}) {
+    SCOPED_TRACE(before);
+    const std::string unlock = std::string(before).ends_with('~') ? "" : "canSeek, ";
+    const std::string locked = std::string(before) + " | ";
+    KyrStage(kStream).tell(locked + "resumeAt20 turn => calls: seek 35 -0 +0, " + unlock + "unfinished" +
+                           landing);
+    KyrStage(kStream).tell(locked + "load turn => calls: load http://s/, " + unlock + "unfinished" + landing);
+    KyrStage(kStream).tell(locked + "fail turn => calls: " + unlock + "unfinished, pause");
+  }
 }
 
 // The player stays where it was, in content, and comes to the break by itself.

@@ -146,6 +146,10 @@ TEST(ASeek, HidesItsJumpFromTheTrackerUntilTheLastOfSeveralHasLanded) {
   EXPECT_THAT(stage.lines(), ElementsAre("progress 2"));
 }
 
+TEST(ASeek, FromTheItemsEndPlaysWhenPlayFollowsAtOnce) {
+  KyrStage(kStream).tell("@89 play out | >>0 play turn 1 => events: Play");
+}
+
 TEST(ASeek, ThatFailsLeavesEverythingAsItWas) {
   KyrStage(kStream).tell(R"(
     1 breakSeeking | >4 ?following => calls: cannotSeek, canSeek, seek 4 -2 +2, unfinished

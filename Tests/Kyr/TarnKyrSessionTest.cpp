@@ -74,6 +74,19 @@ TEST_F(TarnKyrSessionTest, LoadsOnceAndHasEverythingInPlaceWhenItSaysSo) {
   EXPECT_THAT(recorder.take(), ElementsAre("Begin", "duration 20", "seekable 0+20", "Ready"));
 }
 
+TEST_F(TarnKyrSessionTest, PassesNoAdWhileThePlayerDoesNotKnowTheDuration) {
+  load();
+  SessionRecorder recorder(*session);
+  session->begin();
+  player->becomeReady(0);
+  player->seekToTime(kCMTimeZero, kCMTimeZero, kCMTimeZero, nullptr);
+  drainAll();
+  EXPECT_THAT(recorder.take(), ElementsAre("Begin", "duration -15", "seekable 0+0", "Ready", "progress 0"));
+  player->becomeReady(35);
+  EXPECT_THAT(recorder.take(), ElementsAre("duration 20", "WillPauseForAd", "Pause", "AdSequenceEnter",
+                                           "AdEnter", "AdProgress", "seekable 0+20"));
+}
+
 TEST_F(TarnKyrSessionTest, StopsAtTheErrorOfADocumentThatCannotBeRead) {
   server.answer("/vmap", {.body = ""});
   load(TarnKyrLoadStateError);

@@ -187,7 +187,7 @@ TEST_F(Analytics, EndInTheMiddleOfAReportWhenTheSinkDestroysTheSession) {
   const auto timeline = drawTimeline(".aab...", {.editAd = giveBeacons, .contentImpressions = {1, 1}});
   const auto sendUntil = [&](std::size_t last) {
     watch(timeline);
-    sink->afterSend = [&, sent = std::size_t{0}]() mutable {
+    sink->afterSend = [&, sent = std::size_t{0}](const auto&) mutable {
       if (++sent != last) return;
       session.reset();
       tracker.reset();

@@ -95,7 +95,7 @@ std::shared_ptr<const TarnLumoAd> adNamed(const TarnLumoTimeline& timeline, char
 void RecordingSink::send(const URL& url) {
   const std::string& text = url.absoluteString();
   sent_.push_back(text.substr(text.rfind('/') + 1));
-  afterSend();
+  afterSend(std::string(sent_.back()));  // a copy: the sink may be emptied or destroyed in there
 }
 
 std::vector<std::string> RecordingSink::take() {

@@ -34,7 +34,7 @@ struct TimelineOptions {
 /// The first ad of that letter.
 [[nodiscard]] std::shared_ptr<const TarnLumoAd> adNamed(const TarnLumoTimeline& timeline, char letter);
 
-/// Sends nothing; remembers the URLs' last path components in order.
+/// Sends nothing; remembers the URLs' last path components in order, and reports each one.
 class RecordingSink final : public BeaconSink {
  public:
   void send(const URL& url) override;
@@ -42,8 +42,8 @@ class RecordingSink final : public BeaconSink {
   /// What was sent since the last call.
   [[nodiscard]] std::vector<std::string> take();
 
-  /// Called after each beacon has been recorded.
-  std::function<void()> afterSend = [] {};
+  /// Called with each beacon after it has been recorded.
+  std::function<void(const std::string& name)> afterSend = [](const auto&) {};
 
  private:
   std::vector<std::string> sent_;
