@@ -44,6 +44,9 @@ std::string document(std::string_view breaks, int payload, int content = 60) {
 // |    | a  |         | b  |             |         |            | post |
 // 0    10   10        30   30            60        0            60     60
 const std::string kTwoBreaks = document(breakWith("a", "00:00:10") + breakWith("b", "00:00:30"), 90);
+// The same, and 15 s of post-roll from 90 on.
+const std::string kThreeBreaks =
+    document(breakWith("a", "00:00:10") + breakWith("b", "00:00:30") + breakWith("post", "end"), 105);
 const std::string kPostRoll = document(breakWith("post", "end"), 75);
 
 Outcome simulate(const std::string& document, const std::string& script,
@@ -116,6 +119,21 @@ TEST(SimulateTest, SeeksPlayTheAdsThatTheyPass) {
        {"2: canSeek=no canSeek=yes seek(8 -2 +0)", "2.5: canSeek=no canSeek=yes seek(5 -2 +2) sought(8 no)",
         "3.5: sought(5 yes)"},
        {"--seek-latency", "1"}},
+      {"overtaken leave the lock to the newer one",
+       "run 5\nseek 50\nrun 16.5\nseek 70\nrun 0.2\nseek 3",
+       {"5: canSeek=no pause Pause seek(45.2 -0 +0)",
+        "6: play Play WillPauseForAd Pause AdSequenceEnter(1) b/impression AdEnter(b) b/creativeView b/start",
+        "21: b/complete AdExit(b) AdSequenceExit(1) Play canSeek=yes pause Pause seek(80 -2 +2)",
+        "21.5: canSeek=no pause seek(90.2 -0 +0) sought(50 no)", "21.7: sought(3 no)"},
+       {"--seek-latency", "1"},
+       kThreeBreaks},
+      {"from the end play when the viewer plays before they land",
+       "run 20\nseek 5\nplay\nrun 1",
+       {kEnterA, kStartA,
+        "20: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes End canSeek=no canSeek=yes seek(5.2 -2 "
+        "+2) play Play",
+        "21: sought(5 yes)"},
+       {"--seek-latency", "1", "--item-duration", "20"}},
       {"under way at the end of the script stop",
        "run 2\nseek 8\nrun 0.5",
        {"2: canSeek=no canSeek=yes seek(8 -2 +0)"},

@@ -50,6 +50,7 @@ const std::map<std::string, std::function<void(KyrStage&)>> kSteps = {
     {"leaveBreak", [](auto& stage) { stage.session->tracker()->setAbsoluteTime(at(61)); }},
     {"breakSeeking", [](auto& stage) { stage.player().breakSeeking(); }},
     {"load25", [](auto& stage) { stage.player().setLoadedTo(25); }},
+    {"ready30", [](auto& stage) { stage.player().becomeReady(30); }},
     {"starve", [](auto& stage) { stage.player().starve(true); }},
     {"feed", [](auto& stage) { stage.player().starve(false); }},
 };

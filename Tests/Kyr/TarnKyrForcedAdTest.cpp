@@ -47,13 +47,13 @@ TEST(AForcedAd, IsNotFollowedByASeekWhenItEndsAtTheTargetOrBehindIt) {
 
 TEST(AForcedAd, OfAnOvertakenSeekLeavesTheLockToTheNewerSeek) {
   KyrStage("..aaa....bbb......c").tell(R"(
-    @5 >50 | 15~   => calls: canSeek, pause, seek 80 -2 +2
+    @5 >50 | 15~ ?suspended => calls: canSeek, pause, seek 80 -2 +2
     >>70           => calls: cannotSeek, pause, seek 90.2 -0 +0, unfinished
     turn >3        => calls: play, unfinished
     out            => calls: canSeek, pause, play, finished)");
   KyrStage(kStream).tell(R"(
     @5 >50 15~ | >>3 => calls: cannotSeek, canSeek, seek 3.2 -2 +2, unfinished
-    turn           => calls: play, finished
+    ?suspended turn ?following => calls: play, finished
     60             => calls: cannotSeek, canSeek, cannotSeek, canSeek)");
 }
 

@@ -56,6 +56,8 @@ TEST_F(TarnKyrSessionProviderTest, HasDefaultsForWhatItIsNotGiven) {
   ASSERT_NE(basic, nullptr);
   EXPECT_FALSE(basic->shouldLoadVideo());
   EXPECT_TRUE(alone.shouldLoadVideo());
+  provider->setOptions(nullptr);
+  EXPECT_NE(provider->options(), nullptr);
   const auto agent = "ios-lumo-ux/6.3.12 (" + tarn::deviceModel() + "; " + tarn::systemVersion() + "; " +
                      tarn::localeIdentifier() + ")";
   EXPECT_THAT(alone.options()->httpHeaders, ElementsAre(Pair("User-Agent", agent)));

@@ -39,10 +39,23 @@ TEST(ABreak, CarriesItsAdsInItsEvents) {
   EXPECT_EQ(stage.lastEvent("AdSequenceExit")->adSequence()->ads().size(), 2U);
 }
 
+TEST(TrackerEvents, ThatNameNoAdOrAreUnknownArePassedOn) {
+  KyrStage stage("..aa..");
+  tarn::Dictionary properties;
+  properties.set(kTarnLumoProgressTrackerEventPropertiesKeyAdProgress, at(3));
+  for (const int type : {4, 5}) {
+    stage.session->tracker()->event().set(std::make_shared<const TarnLumoProgressTrackerEvent>(
+        static_cast<TarnLumoProgressTrackerEventType>(type), properties));
+  }
+  EXPECT_THAT(stage.lines(), ElementsAre("AdProgress", "none"));
+  EXPECT_THAT(stage.lastEvent("AdProgress")->adProgress().value(), SecondsEq(3));
+}
+
 TEST(ABreak, IsToldAsAPauseOfTheContent) {
   KyrStage("..aa..").tell(R"(
     @9.4 0.25 | 0.75   => lines: progress 9.9, WillPauseForAd, Pause, AdSequenceEnter, AdEnter, AdProgress, AdProgress
     load25             => lines: loaded 0+15
+    ready30            => lines: seekable 0+20
     starve feed        => events: BufferingEnter, BufferingExit
     9.5 | 0.5          => lines: AdExit, AdSequenceExit, Play, progress 10.15, progress 10.4)");
   KyrStage("..ab..c").tell(R"(
@@ -87,6 +100,7 @@ TEST(AStreamThatIsNotAsLongAsItsDocument, EndsEveryAdOnceBeforeItsEnd) {
 }
 
 TEST(AStreamThatIsShorterThanItsDocument, EntersNoAdAtItsEnd) {
+  KyrStage("....", {}, -1).tell("@18.5 | out => lines: progress 18.75, progress 19, End");
   KyrStage("...aa", {}, -0.1).tell(R"(
     @24.9 => events:
     out   => events: End

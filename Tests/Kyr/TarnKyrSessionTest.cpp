@@ -40,6 +40,9 @@ class TarnKyrSessionTest : public ::testing::Test {
 
 TEST_F(TarnKyrSessionTest, PutsItsAdSlotsAheadOfTheVideosOwnCuePoints) {
   EXPECT_EQ(session->video(), nullptr);
+  const auto common = std::make_shared<TarnSessionCommonProperties>();
+  session->setSessionCommonProperties(common);
+  EXPECT_EQ(inner->sessionCommonProperties(), common);
   load();
   ASSERT_NE(session->video(), nullptr);
   std::vector<std::pair<std::string, double>> found;

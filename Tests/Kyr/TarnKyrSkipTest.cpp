@@ -26,7 +26,8 @@ TEST(SkippingAnAd, GoesOnALittleBehindItsEnd) {
 TEST(SkippingAnAd, GoesOnInTheAdWhenThePlayerCannotSeek) {
   KyrStage("..aa..").tell(R"(
     12 breakSeeking | skip turn ?following => calls: pause, seek 20.2 -0 +0, play
-    | 0.5 => lines: AdProgress, AdProgress)");
+    | 0.5 => lines: AdProgress, AdProgress
+    skip turn => beacons:)");
   KyrStage("..aa").tell(R"(
     12 breakSeeking | skip turn ?following => calls: pause, hideLayer, seek 0 -0 +0, seek 20 -0 +0, play, showLayer
     | 0.5 => lines: AdProgress, AdProgress)");
@@ -50,13 +51,16 @@ TEST(SkippingAnAd, DoesNothingAfterTheSessionHasEndedInTheAd) {
                     => beacons:)");
 }
 
+// The third ad has the id of the first.
 TEST(SkippingAnAd, CountsOnceHoweverOftenTheButtonIsPressed) {
-  KyrStage stage(kStream);
+  KyrStage stage("..aaba....");
   stage.tell("12 | skip skip => beacons: a-skip");
   const auto press =
       *stage.lastAd()->privateProperties().get<TarnAdSkipHandler>(kTarnAdPrivatePropertyKeySkipHandler);
   stage.tell("turn => calls: pause, seek 20.2 -0 +0, play");
   press();  // the next ad plays
+  stage.play(6);
+  press();
   stage.play(15);
   press();  // content plays
   stage.tell("=> calls: canSeek");
@@ -64,13 +68,13 @@ TEST(SkippingAnAd, CountsOnceHoweverOftenTheButtonIsPressed) {
 }
 
 TEST(AHostAd, CarriesTheParsedAdItsExtensionsAndWhatItsControlsNeed) {
-  KyrStage stage("..aa..", {.linearAttributes = "skipoffset='50%'",
-                            .linearContent = "<VideoClicks><ClickThrough>http://shop/</ClickThrough>"
-                                             "<ClickTracking>http://t/1</ClickTracking>"
-                                             "<ClickTracking>http://t/2</ClickTracking></VideoClicks>"
-                                             "<CreativeExtensions><CreativeExtension/></CreativeExtensions>",
-                            .inLineContent = "<Extensions><Extension type='x'/><Extension/></Extensions>"});
-  stage.play(12);
+  KyrStage stage("b..aa..", {.linearAttributes = "skipoffset='50%'",
+                             .linearContent = "<VideoClicks><ClickThrough>http://shop/</ClickThrough>"
+                                              "<ClickTracking>http://t/1</ClickTracking>"
+                                              "<ClickTracking>http://t/2</ClickTracking></VideoClicks>"
+                                              "<CreativeExtensions><CreativeExtension/></CreativeExtensions>",
+                             .inLineContent = "<Extensions><Extension type='x'/><Extension/></Extensions>"});
+  stage.play(17);
   const auto ad = stage.lastAd();
   EXPECT_EQ(ad->title(), "Ad a");
   EXPECT_EQ(ad->adId(), "a");
@@ -78,7 +82,7 @@ TEST(AHostAd, CarriesTheParsedAdItsExtensionsAndWhatItsControlsNeed) {
   EXPECT_EQ(CMTimeGetSeconds(ad->duration()), 10);
   const auto& properties = ad->properties();
   const auto& parsed = *properties.get<std::shared_ptr<const TarnLumoAd>>(kTarnKyrAdPropertiesKeyLumoAd);
-  EXPECT_TRUE(parsed->isEqualToAd(*stage.session->timeline()->adSequences()[0]->ads()[0]));
+  EXPECT_TRUE(parsed->isEqualToAd(*stage.session->timeline()->adSequences()[1]->ads()[0]));
   using Extensions = std::vector<tarn::Dictionary>;
   EXPECT_EQ(properties.get<Extensions>(kTarnKyrVASTAdCreativeExtensionsKey)->size(), 1U);
   EXPECT_EQ(properties.get<Extensions>(kTarnKyrVASTAdExtensionsKey)->size(), 2U);

@@ -18,8 +18,8 @@ constexpr const char* kSkipped =
 constexpr const char* kNothing = "Failed to find a valid video source in sourceSelectionPolicy";
 
 /// A catalogue's source, "s=https://a/1@4": the delivery method (s is ad insertion, - none), the document's
-/// URL
-/// (- for none), and the version, if there is one.
+/// URL (- for none, "<https://a/1>" as a URL, not a text), and the version, if there is one ("@'4" as a text,
+/// "@i4" as an int).
 std::shared_ptr<const TarnSource> makeSource(const std::string& text) {
   static const std::map<char, std::optional<std::string>> kMethods = {
       {'s', "ktarnSOURCEdeliveryQuillssai"},  // case makes no difference
@@ -30,8 +30,19 @@ std::shared_ptr<const TarnSource> makeSource(const std::string& text) {
   const auto at = text.find('@');
   const auto vmap = text.substr(2, at - 2);
   tarn::Dictionary properties;
-  if (vmap != "-") properties.set("vmap", vmap);
-  if (at != std::string::npos) properties.set("ext_x_version", std::int64_t{std::stoi(text.substr(at + 1))});
+  if (vmap[0] == '<') {
+    properties.set("vmap", *tarn::URL::fromString(vmap.substr(1, vmap.size() - 2)));
+  } else if (vmap != "-") {
+    properties.set("vmap", vmap);
+  }
+  const auto version = at == std::string::npos ? "" : text.substr(at + 1);
+  if (version[0] == '\'') {
+    properties.set("ext_x_version", version.substr(1));
+  } else if (version[0] == 'i') {
+    properties.set("ext_x_version", std::stoi(version.substr(1)));
+  } else if (!version.empty()) {
+    properties.set("ext_x_version", std::int64_t{std::stoi(version)});
+  }
   return std::make_shared<const TarnSource>(tarn::URL::fromString("http://catalogue/entry"),
                                             kMethods.at(text[0]), std::move(properties));
 }
@@ -60,7 +71,9 @@ TEST(SourceSelection, TakesTheBestAdInsertionSource) {
     s=https://a/3@3 s=https://a/4@4 => selected: https://a/4
     s=https://a/1@4 s=https://a/2@4 => selected: https://a/1
     s=https://a/1 s=https://a/2@0   => selected: https://a/1
-    s=https://a/1                   => selected: https://a/1
+    s=<https://a/1>                 => selected: https://a/1
+    s=https://a/3@3 s=https://a/4@'4 => selected: https://a/4
+    s=https://a/3@3 s=https://a/4@i4 => selected: https://a/4
     // Secure before newer.
     s=http://a/9@9 s=https://a/0@0  => selected: https://a/0
     s=http://a/9@9 s=HTTPS://a/1@1  => selected: https://a/1
