@@ -51,6 +51,10 @@ TEST(AForcedAd, OfAnOvertakenSeekLeavesTheLockToTheNewerSeek) {
     >>70           => calls: cannotSeek, pause, seek 90.2 -0 +0, unfinished
     turn >3        => calls: play, unfinished
     out            => calls: canSeek, pause, play, finished)");
+  KyrStage stage("..aaa....bbb......c");
+  stage.tell("@5 >50 15~ |");
+  stage.when("Play", [&stage] { stage.ask(at(70)); });
+  stage.tell("turn >3 => calls: play, cannotSeek, pause, seek 90.2 -0 +0, finished, play, unfinished");
   KyrStage(kStream).tell(R"(
     @5 >50 15~ | >>3 => calls: cannotSeek, canSeek, seek 3.2 -2 +2, unfinished
     ?suspended turn ?following => calls: play, finished
@@ -105,15 +109,19 @@ TEST(LettingGo, EndsEverythingWhereverItHappens) {
   }
 }
 
-TEST(LettingGo, InsideAChangeOfCanSeekEndsTheSeek) {
+TEST(LettingGo, OrTerminatingInsideAChangeOfCanSeekEndsTheSeek) {
   for (const double target : {2.0, 8.0, 50.0}) {  // backward, forward, over breaks
-    KyrStage stage(kStream);
-    stage.play(5);
-    const std::weak_ptr<TarnKyrSession> gone = stage.session;
-    const auto token = stage.session->canSeekProperty().observe([&](bool) { stage.session.reset(); });
-    stage.seek(at(target));
-    EXPECT_TRUE(gone.expired());
-    EXPECT_THAT(stage.calls(), Not(Contains("finished")));
+    for (const bool terminates : {false, true}) {
+      KyrStage stage(kStream);
+      stage.tell("5 |");
+      const std::weak_ptr<TarnKyrSession> session = stage.session;
+      const auto token = stage.session->canSeekProperty().observe(
+          [&](bool) { terminates ? stage.session->terminate() : stage.session.reset(); });
+      stage.seek(at(target));
+      EXPECT_EQ(session.expired(), !terminates);
+      if (terminates) stage.tell("turn => calls: cannotSeek, pause");
+      EXPECT_THAT(stage.calls(), Not(Contains("finished")));
+    }
   }
 }
 

@@ -45,6 +45,11 @@ TEST(SkippingAtTheStreamsEnd, TakesTheDetourThroughTheHiddenStart) {
   }
 }
 
+TEST(SkippingAtTheStreamsEnd, GivesWayWhenTheApplicationResumesElsewhere) {
+  KyrStage(".....aa").tell(R"(
+    27 | skip resumeAt20 turn ?following => calls: pause, hideLayer, seek 0 -0 +0, seek 20 -0 +0, play, showLayer)");
+}
+
 TEST(SkippingAnAd, DoesNothingAfterTheSessionHasEndedInTheAd) {
   KyrStage(kStream).tell(R"(
     12 terminate | skip turn gone skip turn => calls:
