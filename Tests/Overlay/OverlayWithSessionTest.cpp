@@ -1,4 +1,3 @@
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -64,67 +63,58 @@ TEST_F(OverlayWithSession, AClickPausesTheAdUntilTheApplicationResumesIt) {
   tell("?hidden");
 }
 
-/// An application that terminates its first session at the first event of a type.
+/// An application that terminates the first session at its first event of a type.
 class TerminatingApplication final : public TarnSessionConsumer {
  public:
-  explicit TerminatingApplication(std::string type) : type_(std::move(type)) {}
+  explicit TerminatingApplication(const char* type) : type_(type) {}
   void didAdvanceToPlaybackSession(const std::shared_ptr<TarnPlaybackSession>& session) override {
-    if (++sessions > 1) return;
-    subscription_ = session->lifecycle().subscribeNext([this, session = session.get()](const auto& event) {
-      if (!event || !event->is(type_.c_str())) return;
-      subscription_.dispose();
-      hasTerminated = true;
-      session->terminate();
-    });
+    if (!std::exchange(state, "begun").empty()) return;
+    const auto isAwaited = [type = type_](const auto& event) { return event && event->is(type); };
+    session->lifecycle().filter(isAwaited).take(1).subscribeNext(
+        [this, session = session.get()](const auto&) {
+          state = "terminated";
+          session->terminate();
+        });
   }
-  int sessions = 0;
-  bool hasTerminated = false;
+  std::string state;
 
  private:
-  const std::string type_;
-  Tarn_RACDisposable subscription_;
+  const char* const type_;
 };
 
-class OverlayOfTerminatedSession : public OverlayWithSession {
- protected:
-  /// Plays the videos, of which the first is terminated inside its break.
-  void playTerminated(const char* type, bool applicationIsFirst, int videos) {
-    std::weak_ptr<FakePlayer> player;
-    const auto upstream = std::make_shared<TarnBasicSessionProvider>([&player] {
-      auto made = std::make_shared<FakePlayer>();
-      player = made;
-      return made;
-    });
-    const auto options = std::make_shared<TarnKyrSessionProviderOptions>();
-    options->beaconSink = sink;
+TEST_F(OverlayWithSession, IsHiddenWhereverTheApplicationTerminates) {
+  std::weak_ptr<FakePlayer> player;
+  const auto makePlayer = [&player] {
+    auto made = std::make_shared<FakePlayer>();
+    player = made;
+    return made;
+  };
+  const auto options = std::make_shared<TarnKyrSessionProviderOptions>();
+  options->beaconSink = sink;
+  const auto video = ssaiVideo(serve(drawVMAP(".aa.", kSkippable)));
+  const auto play = [&](const char* type, bool applicationIsFirst, int videos) {
     const auto controller = std::make_shared<TarnPlaybackController>(
-        std::make_shared<TarnKyrSessionProvider>(options, upstream), nullptr);
+        std::make_shared<TarnKyrSessionProvider>(options,
+                                                 std::make_shared<TarnBasicSessionProvider>(makePlayer)),
+        nullptr);
     const auto application = std::make_shared<TerminatingApplication>(type);
     if (applicationIsFirst) controller->addSessionConsumer(application);
     controller->addSessionConsumer(container);
-    controller->addSessionConsumer(application);
-    for (int i = 0; i < videos; ++i) controller->addVideo(ssaiVideo(serve(drawVMAP(".aa.", kSkippable))));
+    if (!applicationIsFirst) controller->addSessionConsumer(application);
+    for (int i = 0; i < videos; ++i) controller->addVideo(video);
     controller->begin();
-    ASSERT_TRUE(await([&] { return application->sessions > 0; }));
+    ASSERT_TRUE(await([&] { return application->state == "begun"; }));
     player.lock()->becomeReady(20);
     player.lock()->advance(16);
-    runMainQueue();
-    EXPECT_TRUE(application->hasTerminated);
-  }
-};
-
-TEST_F(OverlayOfTerminatedSession, IsHiddenWhereverTheApplicationTerminates) {
+    EXPECT_EQ(application->state, "terminated");
+    tell("turn ?hidden => buttons:");
+  };
   for (const char* const type :
        {kTarnPlaybackSessionLifecycleEventAdExit, kTarnPlaybackSessionLifecycleEventAdSequenceExit,
         kTarnPlaybackSessionLifecycleEventWillPauseForAd, kTarnPlaybackSessionLifecycleEventAdSequenceEnter,
         kTarnPlaybackSessionLifecycleEventAdEnter, kTarnPlaybackSessionLifecycleEventAdProgress}) {
-    for (const bool applicationIsFirst : {true, false}) {
-      for (const int videos : {1, 2}) {
-        SCOPED_TRACE(fmt::format("{}, {}, {}", type, applicationIsFirst, videos));
-        playTerminated(type, applicationIsFirst, videos);
-        tell("?hidden => buttons:");
-      }
-    }
+    SCOPED_TRACE(type);
+    for (const int videos : {1, 2}) play(type, true, videos), play(type, false, videos);
   }
 }
 

@@ -134,24 +134,6 @@ TEST_F(AdComponentWiring, ASkipThatOutlastsItsSessionDoesNotPlay) {
   }
 }
 
-TEST_F(AdComponentWiring, NeitherTapDoesAnythingBeforeThereIsAnAdForIt) {
-  const auto tap = [this] {
-    view().skipButtonDidTouchUpInside(&skip());
-    view().learnMoreButtonDidTouchUpInside(&learnMore());
-  };
-  tap();
-  const auto first = advance();
-  tap();
-  advance();
-  play(makeAd({.skipOffset = 5, .hasPage = true}), 6);
-  // The taps of before are not made up for, and do not shift those that come to an earlier session.
-  tell(R"(
-              => beacons:
-    more skip => calls: pause, pause, seek 30.2 -0 +0, play
-              => beacons: click-a, skip-a)");
-  EXPECT_THAT(first->takeCalls(), IsEmpty());
-}
-
 TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
   std::vector<TarnKyrAdClickThrough> clicks;
   container->setNextBlock([&](const TarnKyrAdClickThrough& click) { clicks.push_back(click); });
@@ -199,44 +181,35 @@ TEST_F(AdComponentWiring, EventsOfAnyThreadCountOnTheMainThread) {
   tell("turn ?hidden");
 }
 
-/// The view's signals over events and touches that are sent by hand.
-struct LearnMoreSignals : ::testing::Test {
-  void enter(const AdPlan& plan) const {
+TEST(LearnMoreSignals, PairTouchesWithAdsAtOnceAndHideOnTheMainThread) {
+  using View = TarnKyrAdComponentView;
+  const Tarn_RACSubject<TarnPlaybackSession::LifecycleEvent> adEnters;
+  const Tarn_RACInvocations<QQuickItem*> touches;
+  std::vector<std::string> pairs;
+  std::vector<bool> hidden;
+  QQuickItem first;
+  QQuickItem second;
+  View::clickThroughURLSignalWithAdEnterSignal(adEnters, touches.signal())
+      .subscribeNext([&](const auto& pair) {
+        pairs.push_back(*std::get<0>(pair)->adId() + (std::get<1>(pair) == &first ? " first" : " second"));
+      });
+  View::shouldHideLearnMoreButtonWithAdEnterSignal(adEnters, View::LifecycleEvents::never())
+      .subscribeNext([&](bool value) { hidden.push_back(value); });
+  const auto enter = [&adEnters](const AdPlan& plan) {
     tarn::Dictionary properties;
     properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyAd, hostAd(makeAd(plan), nullptr));
     adEnters.sendNext(std::make_shared<const TarnPlaybackSessionLifecycleEvent>(
         kTarnPlaybackSessionLifecycleEventAdEnter, std::move(properties)));
-  }
-  Tarn_RACSubject<TarnPlaybackSession::LifecycleEvent> adEnters;
-  Tarn_RACInvocations<QQuickItem*> touches;
-};
-
-TEST_F(LearnMoreSignals, PairEachTouchThatHasAnAdWithItsOwnButton) {
-  std::vector<std::string> pairs;
-  QQuickItem first;
-  QQuickItem second;
-  TarnKyrAdComponentView::clickThroughURLSignalWithAdEnterSignal(adEnters, touches.signal())
-      .subscribeNext([&](const auto& pair) {
-        pairs.push_back(*std::get<0>(pair)->adId() + (std::get<1>(pair) == &first ? " first" : " second"));
-      });
+  };
   touches(&first);
   enter({.hasPage = true, .id = "a"});
   touches(&second);
   enter({.id = "b"});
   touches(&first);
   EXPECT_THAT(pairs, ElementsAre("a second", "a first"));
-}
-
-TEST_F(LearnMoreSignals, HideOnTheMainThread) {
-  std::vector<bool> hidden;
-  TarnKyrAdComponentView::shouldHideLearnMoreButtonWithAdEnterSignal(
-      adEnters, TarnKyrAdComponentView::LifecycleEvents::returnValue(nullptr))
-      .subscribeNext([&hidden](bool value) { hidden.push_back(value); });
-  enter({.hasPage = true});
-  enter({});
   EXPECT_THAT(hidden, IsEmpty());
   runMainQueue();
-  EXPECT_THAT(hidden, ElementsAre(true, false));
+  EXPECT_THAT(hidden, ElementsAre(false));
 }
 
 }  // namespace
