@@ -71,8 +71,12 @@ TEST_F(DisplayContainer, TheEndOfASessionIsAnExitFromItsAd) {
       turn ?hidden => label:
                    => buttons:
                    => beacons:)");
-    EXPECT_EQ(container->currentSession(), advance());
-    play(makeAd({.skipOffset = 5, .id = "b"}));
+    advance();
+    EXPECT_EQ(container->currentSession(), session);
+    ad = makeAd({.skipOffset = 5, .id = "b"});
+    tell(R"(
+      enterBreak enterAd => buttons: ()
+      0)");
     if (ended) ended->exitAd(ad), ended->exitBreak(), ended->terminate();
     tell(R"(
       turn ?shown => label: Your video will resume in 30 seconds

@@ -134,6 +134,7 @@ TEST_F(AdComponentLayout, AButtonIsLitWhileAPressLiesOnIt) {
     EXPECT_EQ(button->titleColor(), white);
     QTest::mousePress(&window, Qt::LeftButton, {}, centreOf(*button));
     EXPECT_EQ(button->titleColor(), grey);
+    EXPECT_EQ(button->titleUnderlined(), button == &learnMore());
     QTest::mouseMove(&window, QPoint(640, 360));
     EXPECT_EQ(button->titleColor(), white);
     QTest::mouseRelease(&window, Qt::LeftButton, {}, QPoint(640, 360));

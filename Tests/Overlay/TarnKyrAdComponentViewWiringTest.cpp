@@ -9,6 +9,7 @@
 #include "Kyr/TarnKyrHostAds.h"
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
 #include "OverlayFixture.h"
+#include "Support/TimePrinter.h"
 
 namespace tarn::test {
 namespace {
@@ -95,8 +96,9 @@ TEST_F(AdComponentWiring, TheButtonsAreThereOnlyForAdsThatHaveWhatTheyOffer) {
   tell("enterAd 0 => buttons: Skip Ad \u21E5, Learn More");
   EXPECT_TRUE(learnMore().titleUnderlined());
   tell(R"(
-    enterBreak => buttons: Learn More
-    exitAd     => buttons:)");
+    exitAd             => buttons:
+    enterAd enterBreak => buttons: Learn More
+    exitAd             => buttons:)");
   EXPECT_EQ(learnMore().title(), "");
 }
 
@@ -117,6 +119,8 @@ TEST_F(AdComponentWiring, SkippingMovesBehindTheAdOnceHoweverOftenTheButtonIsPre
          => calls: pause, seek 30.2 -0 +0, play
          => beacons: skip-a
     skip => beacons: skip-a)");  // the seek did not lead out of the ad
+  session->dropPlayer();
+  tell("skip => beacons: skip-a");
 }
 
 TEST_F(AdComponentWiring, ASkipThatOutlastsItsSessionDoesNotPlay) {
@@ -140,7 +144,7 @@ TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
   advance();
   play(makeAd({.hasPage = true, .id = "a"}));
   tell("more exitAd");
-  const auto b = makeAd({.hasPage = true, .id = "b"});
+  const auto b = makeAd({.beginTime = 10, .duration = 20, .hasPage = true, .id = "b"});
   play(b);
   tell("more more => beacons: click-a, click-b, click-b");
   play(b);
@@ -150,6 +154,8 @@ TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
   EXPECT_EQ(clicks[1].session(), session);
   EXPECT_EQ(clicks[1].sender(), &learnMore());
   EXPECT_EQ(clicks[1].ad()->adId(), "b");
+  EXPECT_THAT(clicks[1].ad()->beginTime(), SecondsEq(10.));
+  EXPECT_THAT(clicks[1].ad()->duration(), SecondsEq(20.));
   const auto& properties = clicks[1].ad()->properties();
   EXPECT_NE(properties.get<std::shared_ptr<const TarnLumoAd>>(kTarnKyrAdPropertiesKeyLumoAd), nullptr);
   EXPECT_EQ((*properties.get<std::shared_ptr<TarnLumoAdAnalyticsSession>>(
