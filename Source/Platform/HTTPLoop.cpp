@@ -11,6 +11,7 @@
 #include <limits>
 #include <utility>
 
+#include "Platform/Internal/ForkDelay.h"
 #include "Platform/Internal/HTTPErrors.h"
 #include "Platform/Internal/RunningLoops.h"
 
@@ -51,6 +52,7 @@ HTTPLoop::HTTPLoop(const HTTPConfiguration& configuration)
     : configuration_(configuration), backlog_(configuration_) {}
 
 Result<std::shared_ptr<HTTPLoop>> HTTPLoop::make(const HTTPConfiguration& configuration) {
+  const ForkDelay insideCurl;
   prepareCurl();
   std::shared_ptr<HTTPLoop> loop(new HTTPLoop(configuration));
   if (auto error = loop->setUp()) return std::move(*error);
@@ -141,6 +143,7 @@ void HTTPLoop::waitForEnd() {
 }
 
 void HTTPLoop::run() {
+  const ForkDelay insideCurl;
   const RunningLoops::Registration running(*this);
   {
     const std::lock_guard lock(mutex_);
@@ -359,7 +362,11 @@ void HTTPLoop::cancelEverything() {
 
 void HTTPLoop::waitForEvents(int timeout) {
   std::array<epoll_event, 64> events{};
-  const int count = epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), timeout);
+  int count = 0;
+  {
+    const ForkDelay::Pause asleep;
+    count = epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), timeout);
+  }
   for (int i = 0; i < count; ++i) {
     const auto& event = events[static_cast<std::size_t>(i)];
     if (event.data.fd == wakeUp_.get()) {

@@ -64,10 +64,11 @@ struct HTTPTask::Request {
   std::weak_ptr<HTTPLoop> loop;
   std::string origin;
   std::uint64_t number = 0;
+  unsigned generation = forkGeneration();
 };
 
 void HTTPTask::cancel() const {
-  if (!request_) return;
+  if (!request_ || request_->generation != forkGeneration()) return;
   if (const auto loop = request_->loop.lock()) loop->cancel(request_->origin, request_->number);
 }
 
