@@ -116,6 +116,7 @@ class ServerProcess {
     EXPECT_EQ(pipe(pipe_), 0);
     process_ = fork();
     if (process_ > 0) return;
+    alarm(600);
     LoopbackServer server(LoopbackServer::Transport::selfSignedTLS);
     const std::string url = server.url("/").absoluteString() + '\n';
     EXPECT_GT(write(pipe_[1], url.data(), url.size()), 0);
@@ -145,14 +146,14 @@ TEST_F(BusyForkTest, AChildWorksAndExitsWhereverTheThreadsOfItsParentAre) {
   std::atomic<bool> ends = false;
   const Token sink = installLogSink([](std::string_view) {});
   std::jthread busy([&] {
-    HTTPSession another;
     while (!ends) {
-      EXPECT_EQ(codeOf(get(another, url)), HTTPErrorCode::tls);
+      HTTPSession another;  // one that has failed to connect waits
+      (void)get(another, url);
       writeLogLine("parent");
       const Token token = MainQueue::shared().installEventLoop([] {});
     }
   });
-  for (int i = 0; i < 20; ++i) {
+  for (int i = 0; i < 10; ++i) {
     EXPECT_EQ(statusOfChild([&] {
                 if (i % 2 == 0) return;
                 writeLogLine("child");
