@@ -23,6 +23,10 @@ inline bool takesSignals() {
 /// Requests whose outcome can be waited for.
 class HTTPSessionFixture : public testing::Test {
  protected:
+  HTTPSessionFixture() {
+    queue.async([] {});
+  }  // starts the pool's threads from this one
+
   std::future<Result<HTTPResponse>> start(HTTPSession& session, HTTPRequest request) {
     auto outcome = std::make_shared<std::promise<Result<HTTPResponse>>>();
     auto future = outcome->get_future();

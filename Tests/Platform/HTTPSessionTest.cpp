@@ -297,10 +297,10 @@ TEST(HTTPSessionExitTest, TheProcessExitsWithRequestsUnderWayOnceTheyAreCancelle
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
-        static CountingQueue cancelled;
         static ScriptedServer server(sayNothing);
         static auto* const neverDestroyed = new HTTPSession;
         static HTTPSession destroyedAtExit;
+        static CountingQueue cancelled;  // destroyed next after the loops' end
         for (int i = 0; i < kEach; ++i) {
           for (auto* session : {neverDestroyed, &destroyedAtExit})
             session->start({server.url("/"), {}}, cancelled, [](auto) {});
