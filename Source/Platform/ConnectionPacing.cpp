@@ -14,13 +14,13 @@ constexpr int kMaxPauseFactor = 16;
 
 std::optional<ConnectionPacing::Time> ConnectionPacing::nextStart() const {
   if (active() >= std::max(configuration_.maximumConnectionsPerHost, 1)) return std::nullopt;
-  if (connecting_ >= kMaxAttempts && idle_ == 0) return std::nullopt;
+  if (connecting_ >= kMaxAttempts && !hasIdleConnection_) return std::nullopt;
   return notBefore_;
 }
 
 void ConnectionPacing::started(Time now) {
   ++connecting_;
-  idle_ = std::max(idle_ - 1, 0);
+  hasIdleConnection_ = false;
   notBefore_ = now + std::max(configuration_.connectionAttemptDelay, pause_);
 }
 
@@ -40,7 +40,7 @@ void ConnectionPacing::failedToConnect(Time now) {
 
 void ConnectionPacing::ended(bool reusable) {
   --exchanging_;
-  if (reusable) ++idle_;
+  if (reusable) hasIdleConnection_ = true;
 }
 
 }  // namespace tarn

@@ -199,7 +199,11 @@ void HTTPLoop::carryOut(const Cancellation& cancellation) {
   }
   for (const auto& slot : slots_) {
     if (!slot->submission || slot->submission->number != cancellation.number) continue;
-    slot->connected ? lane.pacing.ended(false) : lane.pacing.abandoned();
+    if (slot->connected) {
+      lane.pacing.ended(false);
+    } else {
+      lane.pacing.abandoned();
+    }
     return release(*slot, cancelledError(slot->submission->request.url));
   }
 }

@@ -91,12 +91,13 @@ bool HTTPTransfer::setHeaders(const HTTPRequest& request) {
 Result<HTTPResponse> HTTPTransfer::finish(const URL& url, CURLcode code) {
   const char* effectiveURL = nullptr;
   if (handle_) curl_easy_getinfo(handle_.get(), CURLINFO_EFFECTIVE_URL, &effectiveURL);
-  response_.effectiveURL = effectiveURL != nullptr ? effectiveURL : "";
+  HTTPResponse response = std::exchange(response_, {});  // a body may be large
+  response.effectiveURL = effectiveURL != nullptr ? effectiveURL : "";
   if (code != CURLE_OK) {
     return transportError(url,
                           {.code = code,
                            .text = errorText_.data(),
-                           .effectiveURL = std::move(response_.effectiveURL),
+                           .effectiveURL = std::move(response.effectiveURL),
                            .timeAllowed = timeAllowed_,
                            .sent = wasSent(),
                            .bodyTooLarge = bodySize_ > configuration_.maximumBodySize,
@@ -105,8 +106,8 @@ Result<HTTPResponse> HTTPTransfer::finish(const URL& url, CURLcode code) {
   }
   long status = 0;
   curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
-  response_.status = static_cast<int>(status);
-  return std::move(response_);
+  response.status = static_cast<int>(status);
+  return response;
 }
 
 bool HTTPTransfer::receiveHeader(std::string_view line) {

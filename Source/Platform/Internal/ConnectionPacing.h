@@ -40,7 +40,7 @@ class ConnectionPacing {
   const HTTPConfiguration& configuration_;
   int connecting_ = 0;
   int exchanging_ = 0;
-  int idle_ = 0;  // connections that the next requests find; at most so many
+  bool hasIdleConnection_ = false;  // which the next request will find
   std::chrono::milliseconds pause_{0};
   Time notBefore_ = Time::min();
 };
