@@ -79,6 +79,7 @@ class Watch {
     parser._private = this;
     parser.sax->startDocument = startHTMLDocument;
     parser.sax->startElement = startHTMLElement;
+    parser.sax->cdataBlock = addSection;
   }
 
   /// What `parser` made of its document.

@@ -166,12 +166,16 @@ TEST(DocumentReader, ReadsTheFirstLinearAndTheLastCompanions) {
       "<Creative><Linear><Duration>00:00:10</Duration></Linear><CompanionAds>"
       "<Companion width=' 300px' height='-5' id='c'><CompanionClickThrough>u:1</CompanionClickThrough>"
       "<CompanionClickThrough>u:2</CompanionClickThrough><TrackingEvents><Tracking event='e' offset='1'>u:3"
-      "</Tracking></TrackingEvents></Companion></CompanionAds></Creative>";
+      "</Tracking></TrackingEvents><StaticResource creativeType='t'>u:4</StaticResource>"
+      "<CompanionClickTracking>u:5</CompanionClickTracking></Companion></CompanionAds></Creative>";
   const auto one = companionsOf(readCreatives(withLinear));
   ASSERT_THAT(one, SizeIs(1));
   EXPECT_EQ(one[0]->width(), 300);
   EXPECT_EQ(one[0]->height(), -5);
+  EXPECT_EQ(one[0]->identifier(), "c");
   EXPECT_EQ(one[0]->clickThroughURL()->absoluteString(), "u:2");
+  EXPECT_EQ(one[0]->staticResourceCreativeType(), "t");
+  EXPECT_THAT(texts(one[0]->clickTrackingURLs()), ElementsAre("u:5"));
   EXPECT_THAT(one[0]->trackingEventsCollection()->eventsByName().at("e")[0]->offset(), IsInvalidTime());
   const std::string second = "<Creative><CompanionAds><C/><C/></CompanionAds></Creative>";
   EXPECT_THAT(companionsOf(readCreatives(withLinear + second)), SizeIs(2));
@@ -335,13 +339,20 @@ TEST(DocumentReader, WarnsOfStreamsThatDoNotAddUp) {
   const std::pair<std::string, const char*> rows[] = {
       {breaks("start 30"), "The payload length is 660 s, but content and ads add up to 630 s."},
       {breaks("00:10:50 30"), "The ad sequence at content time 650 s ends at 680 s, behind the payload"},
-      {breaks("00:05:00 30, 00:01:00 10"), "lies before that of an earlier"},
+      {breaks("00:05:00 30, 00:01:00 10, 00:02:00 10"),
+       "“00:02:00” lies before that of an earlier AdBreak (300 s)"},
       {breaks("00:05:00 30") + simpleBreak("00:04:50", "00:01:40"),
        "The ad sequence at content time 300 s begins at 300 s, before the one ahead of it ends at 420 s"},
-      {simpleBreak("end", "00:20:00"), "would begin 540 s before the stream does"},
+      {simpleBreak("end", "00:20:00"), "at content time “end” would begin 540 s before the stream does"},
       {breaks("99:99:99999999999999999999 10"), "counts as “end”"},
       {breaks("start 99999999999999999999"), "too long to be counted"},
       {adBreak("start", "") + adBreak("start", "<Ad id='x'/>"), "its VAST is empty"},
+      {"<AdBreak timeOffset='start'><AdSource/></AdBreak>",
+       "its AdSource has neither VASTData nor VASTAdData"},
+      {"<AdBreak timeOffset='start'><AdSource><VASTAdData/></AdSource></AdBreak>",
+       "there is no VAST in its VASTAdData"},
+      {"<AdBreak timeOffset='start'><AdSource><VASTData><VAST><Ad/></VAST></VASTData></AdSource></AdBreak>",
+       "the way to its Ad is not named vmap:AdSource/vmap:VASTData/VAST/Ad"},
       {adBreak("start", "<Ad id='x'/>"), "The ad “x” has no InLine; nothing but its id is read."},
       {adBreak("start", ad("x", "<Creative/>")), "The ad “x” has no Linear creative"},
       {"<vmap:AdBreak timeOffset='start'><vmap:AdSource><vmap:AdTagURI>u</vmap:AdTagURI></vmap:AdSource>"
@@ -354,6 +365,31 @@ TEST(DocumentReader, WarnsOfStreamsThatDoNotAddUp) {
     EXPECT_THAT(all, HasSubstr(message)) << stream;
   }
   EXPECT_EQ(read(vmap(adBreak("start", "<Ad id='x'/>"))).ad(0).adId(), "x");
+  const std::string outside = breaks("00:10:50 30") + "\n";
+  EXPECT_EQ(read(vmap(outside + outside)).warnings.at(0).line, 3) << "of the first break of the sequence";
+}
+
+TEST(DocumentReader, DoesNotWarnOfWhatIsInOrder) {
+  const auto warnings = [](const std::string& lengths, const std::string& impressions,
+                           const std::string& creatives) {
+    return read(vmap("xmlns:vmap='urn:v' xmlns:mh='urn:m'",
+                     "<mh:Marlith contenturi='u:u' " + lengths + "/><mh:contentImpressions>" + impressions +
+                         "</mh:contentImpressions>",
+                     adBreak("start", ad("a", creatives))))
+        .warnings;
+  };
+  const auto impression = [](const std::string& time) {
+    return "<mh:Impression url='u:i' time='" + time + "'/>";
+  };
+  const std::string completion = "<TrackingEvents><T event='complete' offset='99'>u:u</T></TrackingEvents>";
+  const std::string noLengths = "payloadlength='0' contentlength='0'";
+  EXPECT_THAT(warnings(noLengths, impression("5"), linear("00:00:10", completion) + "<Creative/>"),
+              IsEmpty());
+  EXPECT_THAT(
+      warnings("payloadlength='20' contentlength='10'",
+               impression("0") + impression("10") + impression("-1") + impression("11"), linear("00:00:10")),
+      ElementsAre(Field(&TarnLumoWarning::message, HasSubstr("at -1 s lies outside the content of 10 s")),
+                  Field(&TarnLumoWarning::message, HasSubstr("at 11 s lies outside"))));
 }
 
 TEST(DocumentReader, KeepsABoundedNumberOfWarnings) {
@@ -363,6 +399,8 @@ TEST(DocumentReader, KeepsABoundedNumberOfWarnings) {
                                  "<mh:contentImpressions>" + impressions + "</mh:contentImpressions>", ""));
   ASSERT_THAT(reading.warnings, SizeIs(1001));
   EXPECT_EQ(reading.warnings[0].line, 3);
+  const auto far = read(vmap(std::string(70'000, '\n') + "<vmap:AdBreak timeOffset='start'/>"));
+  EXPECT_EQ(far.warnings.at(0).line, std::nullopt) << "the parser counts no further than 65,535";
   EXPECT_EQ(reading.warnings[1000], (TarnLumoWarning{std::nullopt, "501 more warnings were left out."}));
 }
 
