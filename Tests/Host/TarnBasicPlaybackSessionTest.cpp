@@ -161,7 +161,7 @@ Received endInside(std::size_t fatal, bool terminates) {
   auto* const player = stage.player.get();
   const std::weak_ptr<FakePlayer> alive = std::exchange(stage.player, nullptr);
   Received received;
-  auto& [early, late] = received;
+  Lines& early = received.first;
   const auto report = [&](const std::string& what) {
     early.push_back(what);
     if (early.size() != fatal + 1) return;
@@ -176,7 +176,7 @@ Received endInside(std::size_t fatal, bool terminates) {
     session.cuePoints().subscribeNext([=](const auto&) { write("cuePoints"); });
   };
   follow(*stage.session, report);
-  follow(*stage.session, [&late = late](const std::string& what) { late.push_back(what); });
+  follow(*stage.session, [&received](const std::string& what) { received.second.push_back(what); });
   stage.play("load begin");
   for (const auto* const step : {"|ready", "|load", "|starve", "|feed", "|play", "|advance", "|advance"}) {
     if (!alive.expired()) kPlayerSteps.at(step)(*player);
