@@ -2,14 +2,10 @@
 
 #include <gmock/gmock.h>
 
-namespace {
-
 using namespace tarn;
 using namespace testing;
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
 
-auto collectInto(std::vector<std::string>& lines) {
+static auto collectInto(std::vector<std::string>& lines) {
   return [&lines](std::string_view line) { lines.emplace_back(line); };
 }
 
@@ -31,7 +27,7 @@ TEST(LogTest, SendsLinesToTheNewestSinkThatLives) {
 }
 
 TEST(LogTest, SurvivesASinkThatLogsThrowsOrEndsItselfAndWritesToStandardErrorThen) {
-  CaptureStderr();
+  testing::internal::CaptureStderr();
   Token token;
   token = installLogSink([&](std::string_view line) {
     writeLogLine("from the sink: " + std::string(line));
@@ -40,7 +36,7 @@ TEST(LogTest, SurvivesASinkThatLogsThrowsOrEndsItselfAndWritesToStandardErrorThe
   });
   EXPECT_ANY_THROW(writeLogLine("a"));
   writeLogLine("100 %s of %@\nand more");
-  EXPECT_EQ(GetCapturedStderr(), "from the sink: a\n100 %s of %@\nand more\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "from the sink: a\n100 %s of %@\nand more\n");
 }
 
 TEST(LogTest, WritesHostLinesUpToTheLevel) {
@@ -56,5 +52,3 @@ TEST(LogTest, WritesHostLinesUpToTheLevel) {
   EXPECT_FALSE(MHLogIsEnabled(2));
   EXPECT_THAT(lines, ElementsAre("warning", "raw"));
 }
-
-}  // namespace

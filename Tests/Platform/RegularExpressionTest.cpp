@@ -7,22 +7,15 @@
 #include "Platform/Log.h"
 #include "Platform/ProgrammingError.h"
 
-namespace tarn {
-namespace {
-
-using Capture = std::tuple<std::string, std::size_t, std::size_t>;
+using namespace tarn;
 
 TEST(RegularExpressionTest, FindsCapturesAndCountsThemInCodePoints) {
   const char* const id = R"(\#([\w-_]+))";
   const char* const className = R"(\.([^\.]+))";
   const std::size_t whole = 10'000'000;
-  struct Row {
-    const char* pattern;
-    std::string text;
-    std::size_t length;  ///< That is looked at.
-    std::vector<Capture> captures;
-  };
-  const Row table[] = {
+  using Captures = std::vector<std::tuple<std::string, std::size_t, std::size_t>>;
+  // The pattern, the text, how much of it is looked at, and what is captured.
+  const std::tuple<const char*, std::string, std::size_t, Captures> table[] = {
       {id, "div#main-part_2.b", whole, {{"main-part_2", 4, 11}}},
       {className, "a.b.c", whole, {{"b", 2, 1}, {"c", 4, 1}}},
       {R"(\[(\w+)\])", "input[type][x=1][name]", whole, {{"type", 6, 4}, {"name", 17, 4}}},
@@ -36,12 +29,11 @@ TEST(RegularExpressionTest, FindsCapturesAndCountsThemInCodePoints) {
       {"(x+x+)+y", std::string(5000, 'x'), whole, {}},  // backtracks endlessly, like the next
       {"(?:.|\n)*(z)", std::string(1'000'000, 'x'), whole, {}},
   };
-  for (const auto& row : table) {
-    std::vector<Capture> found;
-    for (const auto& match : RegularExpression(row.pattern).matches(row.text, row.length)) {
+  for (const auto& [pattern, text, length, captures] : table) {
+    Captures found;
+    for (const auto& match : RegularExpression(pattern).matches(text, length))
       found.emplace_back(match.capture.value_or("(none)"), match.captureBegin, match.captureLength);
-    }
-    EXPECT_EQ(found, row.captures) << row.pattern << " in " << row.text.substr(0, 40);
+    EXPECT_EQ(found, captures) << pattern << " in " << text.substr(0, 40);
   }
 }
 
@@ -51,6 +43,3 @@ TEST(RegularExpressionTest, RefusesAMalformedPattern) {
   EXPECT_THROW(RegularExpression("(a"), ProgrammingError);
   EXPECT_THAT(logged, testing::HasSubstr("\"(a\""));
 }
-
-}  // namespace
-}  // namespace tarn

@@ -4,10 +4,9 @@
 
 #include <sstream>
 
-namespace tarn {
-namespace {
+using namespace tarn;
 
-std::string textOf(std::string_view text) {
+static std::string textOf(std::string_view text) {
   const auto url = URL::fromString(text);
   return url ? url->absoluteString() : "(none)";
 }
@@ -40,8 +39,8 @@ TEST(URLTest, EncodesWhatAURLMayNotHold) {
 TEST(URLTest, RefusesWhatIsNoURL) {
   std::istringstream words(
       "/relative/path //a.com/p www.a.com/p :x 1http://a.com http http: http:a.com http:/a.com http:// "
-      "http:///p "
-      "https://?q http://:80/ http://u@/ foo://:80 http://a.com:x/ http://a.com:65536/ http://a.com:-1/ "
+      "http:///p https://?q http://:80/ http://u@/ foo://:80 http://a.com:x/ http://a.com:65536/ "
+      "http://a.com:-1/ "
       "http://a.com:80:90/ http://a.com:99999999999999999999/ http://[HOST]/p http://{host}/p http://[::1/ "
       "http://::1/ http://[::1]x/ http://[::1%25eth0]/ http://a%2ecom/ http://a\\b/ http://\xff/ "
       "http://a.com/\xc3\x28 http://a.com/\xed\xa0\x80 http://é\u202e.com/");
@@ -51,16 +50,9 @@ TEST(URLTest, RefusesWhatIsNoURL) {
   EXPECT_EQ(textOf(std::string("http://[::1\0]/", 14)), "(none)");
 }
 
-struct PartsRow {
-  const char* text;
-  const char* scheme;
-  const char* host;
-  std::optional<int> port;
-  const char* origin;
-};
-
 TEST(URLTest, TellsItsParts) {
-  for (const auto& row : std::vector<PartsRow>{
+  using Row = std::tuple<const char*, const char*, const char*, std::optional<int>, const char*>;
+  for (const auto& [text, scheme, host, port, origin] : std::vector<Row>{
            {"HTTP://A.Com/p:1", "http", "A.Com", std::nullopt, "http://a.com:80"},
            {"https://a.com?x@y:1", "https", "a.com", std::nullopt, "https://a.com:443"},
            {"https://u:p@a.com:8443#f", "https", "a.com", 8443, "https://a.com:8443"},
@@ -72,22 +64,12 @@ TEST(URLTest, TellsItsParts) {
            {"rtp+x://h:9/", "rtp+x", "h", 9, "rtp+x://h:9"},
            {"file:///p", "file", "", std::nullopt, "file://"},
        }) {
-    const auto url = URL::fromString(row.text);
-    ASSERT_TRUE(url.has_value()) << row.text;
-    EXPECT_EQ(url->scheme(), row.scheme) << row.text;
-    EXPECT_EQ(url->host(), row.host) << row.text;
-    EXPECT_EQ(url->port(), row.port) << row.text;
-    EXPECT_EQ(url->origin(), row.origin) << row.text;
+    const auto url = URL::fromString(text);
+    ASSERT_TRUE(url.has_value()) << text;
+    EXPECT_EQ(std::tuple(url->scheme(), url->host(), url->port(), url->origin()),
+              std::tuple(scheme, host, port, origin))
+        << text;
   }
-}
-
-TEST(URLTest, ComparesAndHashesItsText) {
-  const auto url = URL::fromString(" http://a.com/x y");
-  const auto same = URL::fromString("http://a.com/x%20y");
-  ASSERT_TRUE(url && same);
-  EXPECT_EQ(*url, *same);
-  EXPECT_EQ(url->hash(), same->hash());
-  EXPECT_NE(*url, *URL::fromString("http://a.com/"));
 }
 
 TEST(URLTest, TakesHugeTextsInLinearTime) {
@@ -99,6 +81,3 @@ TEST(URLTest, TakesHugeTextsInLinearTime) {
   for (int i = 0; i < 200'000; ++i) accents += "é.";
   EXPECT_EQ(textOf("http://" + accents + "/"), "(none)");
 }
-
-}  // namespace
-}  // namespace tarn
