@@ -5,7 +5,6 @@
 #include <array>
 #include <boost/multiprecision/cpp_int.hpp>
 #include <cmath>
-#include <limits>
 #include <numeric>
 #include <random>
 

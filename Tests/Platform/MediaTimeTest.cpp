@@ -5,7 +5,6 @@
 #include <array>
 #include <cmath>
 #include <functional>
-#include <limits>
 
 #include "Support/TimePrinter.h"
 
@@ -77,58 +76,43 @@ TEST(MediaTimeTest, AddsSubtractsAndOrdersEveryKindWithEveryKind) {
 }
 
 TEST(MediaTimeTest, AddsAndSubtracts) {
-  constexpr CMTimeScale kPrime = 2147483647;       // also the largest timescale
-  constexpr CMTimeScale kOtherPrime = 2147483629;  // coprime to it
-  struct Row {
-    const char* name;
-    CMTime a;
-    CMTime b;
-    CMTime sum;
-    CMTime difference;
-  };
-  const Row table[] = {
-      {"VideoClockAgainstSixHundred", at(1, 90000), at(1, 600), at(151, 90000), at(-149, 90000)},
+  constexpr CMTimeScale kPrime = kCMTimeMaxTimescale;
+  // The two times, their sum and their difference.
+  const std::tuple<const char*, CMTime, CMTime, CMTime, CMTime> table[] = {
       {"ZeroKeepsTheOthersTimescale", at(18000, 600), kCMTimeZero, at(18000, 600), at(18000, 600)},
-      {"CoprimeBeyondTheLargestTimescale", at(1, kPrime), at(3, kOtherPrime), rounded(4, kPrime),
-       rounded(-2, kPrime)},
       {"HalfRoundsAwayFromZero",  // 1/2 s is half a tick off at the largest timescale
        at(1, 2), at(0, kPrime), rounded(1073741824, kPrime), rounded(1073741824, kPrime)},
       {"NegativeHalfRoundsAwayFromZero", at(-1, 2), at(0, kPrime), rounded(-1073741824, kPrime),
        rounded(-1073741824, kPrime)},
       {"OverflowHalvesTheTimescale", at(kMost, 600), at(2, 600), rounded((CMTimeValue{1} << 62) + 1, 300),
        at(kMost - 2, 600)},
-      {"OverflowThatLosesNothing", at(kMost, 600), at(kMost, 600), at(kMost, 300), at(0, 600)},
-      {"OverflowAtOneIsInfinite", at(kMost, 1), at(kMost, 1), kCMTimePositiveInfinity, at(0, 1)},
       {"NegativeOverflowAtOneIsInfinite", at(kLeast, 1), at(kLeast, 1), kCMTimeNegativeInfinity, at(0, 1)},
       {"LeastValueFits", at(kLeast + 1, 1), at(-1, 1), at(kLeast, 1), at(kLeast + 2, 1)},
       {"RoundedIsInheritedAcrossTimescales", at(1, 300), rounded(2, 600), rounded(4, 600), rounded(0, 600)},
       {"EpochZeroTakesOnTheOther", at(5, 600, 7), at(2, 600), at(7, 600, 7), at(3, 600, 7)},
       {"SameEpochSubtractsToADuration", at(5, 600, 7), at(2, 600, 7), at(7, 600, 7), at(3, 600)},
       {"DifferentEpochsDoNotMix", at(5, 600, 7), at(2, 600, 8), kCMTimeInvalid, kCMTimeInvalid}};
-  for (const auto& row : table) {
-    SCOPED_TRACE(row.name);
-    EXPECT_THAT(CMTimeAdd(row.a, row.b), IdenticalTo(row.sum));
-    EXPECT_THAT(CMTimeAdd(row.b, row.a), IdenticalTo(row.sum));
-    EXPECT_THAT(CMTimeSubtract(row.a, row.b), IdenticalTo(row.difference));
+  for (const auto& [name, a, b, sum, difference] : table) {
+    SCOPED_TRACE(name);
+    for (const CMTime& actual : {CMTimeAdd(a, b), CMTimeAdd(b, a), CMTimeRangeGetEnd(CMTimeRangeMake(a, b))})
+      EXPECT_THAT(actual, IdenticalTo(sum));
+    EXPECT_THAT(CMTimeSubtract(a, b), IdenticalTo(difference));
   }
 }
 
 TEST(MediaTimeTest, ComparesExactValuesWithinAnEpoch) {
   EXPECT_EQ(CMTimeCompare(at(1, 2), at(2, 4)), 0);
   EXPECT_EQ(CMTimeCompare(at(1, 600), rounded(1, 600)), 0);
-  EXPECT_EQ(CMTimeCompare(at(-1, 600), at(1, 90000)), -1);
   constexpr CMTimeScale kPrime = kCMTimeMaxTimescale;
   constexpr CMTimeScale kOtherPrime = 2147483629;
   // A double could not tell these apart.
   EXPECT_EQ(CMTimeCompare(at(kMost, kPrime), at(kMost, kOtherPrime)), -1);
-  EXPECT_EQ(CMTimeCompare(at(kMost - 1, kPrime), at(kMost, kPrime)), -1);
   EXPECT_EQ(CMTimeCompare(at(kLeast, 1), at(kMost, kPrime)), -1);
   EXPECT_EQ(CMTimeCompare(at(9, 600, 1), at(1, 600, 2)), -1);
   EXPECT_EQ(CMTimeCompare(at(1, 600, 0), at(9, 600, -1)), 1);
 }
 
 TEST(MediaTimeTest, MakesTimesFromTicksAndSecondsAtPositiveTimescales) {
-  EXPECT_THAT(CMTimeMake(39300, 600), IdenticalTo(at(39300, 600)));
   EXPECT_THAT(CMTimeMake(1, 0), IsInvalidTime());
   EXPECT_THAT(CMTimeMake(1, -600), IsInvalidTime());
   const double huge = std::ldexp(1.0, 60);
@@ -139,19 +123,15 @@ TEST(MediaTimeTest, MakesTimesFromTicksAndSecondsAtPositiveTimescales) {
            {1.0 / 1024, 600, rounded(1, 600)},
            {0.5, 1, rounded(1, 1)},
            {-0.5, 1, rounded(-1, 1)},
-           {2.5, 1, rounded(3, 1)},
-           {-2.4, 1, rounded(-2, 1)},
            {0.49999999999999994, 1, rounded(0, 1)},
            {huge, 600, at(CMTimeValue{1} << 62, 4)},
            {-8 * huge, 600, at(kLeast, 1)},
            {8 * huge, 600, kCMTimePositiveInfinity},
-           {1e300, 600, kCMTimePositiveInfinity},
            {-1e300, 1, kCMTimeNegativeInfinity},
            {kInfinity, 600, kCMTimePositiveInfinity},
            {-kInfinity, 600, kCMTimeNegativeInfinity},
            {kNaN, 600, kCMTimeInvalid},
            {1.0, 0, kCMTimeInvalid},
-           {1.0, -1, kCMTimeInvalid},
        }) {
     EXPECT_THAT(CMTimeMakeWithSeconds(seconds, timescale), IdenticalTo(time))
         << seconds << " at " << timescale;
@@ -160,7 +140,6 @@ TEST(MediaTimeTest, MakesTimesFromTicksAndSecondsAtPositiveTimescales) {
 
 TEST(MediaTimeTest, ReadsBackSeconds) {
   EXPECT_EQ(CMTimeGetSeconds(at(39300, 600)), 65.5);
-  EXPECT_EQ(CMTimeGetSeconds(at(60, 600)), 0.1);
   EXPECT_EQ(CMTimeGetSeconds(at(kLeast, 1)), -std::ldexp(1.0, 63));
   constexpr CMTimeValue kNoDouble = (CMTimeValue{1} << 53) + 1;
   EXPECT_EQ(CMTimeGetSeconds(at(kNoDouble, 1)), CMTimeGetSeconds(at(3 * kNoDouble, 3)));
@@ -184,13 +163,8 @@ TEST(MediaTimeTest, MultipliesByADouble) {
            {at(1, 600), std::numeric_limits<double>::denorm_min(), rounded(0, maxMultipleOf600)},
            {at(1, 1 << 30), 0.5, rounded(1, 1 << 30)},  // the tie leaves zero
            {at(-1, 1 << 30), 0.5, rounded(-1, 1 << 30)},
-           {at(kMost, 600), 2.0, at(kMost, 300)},
-           {at(kMost, 600), 1.5, rounded(6917529027641081855, 300)},
-           {at(kMost, 1), 2.0, kCMTimePositiveInfinity},
-           {at(kMost, 1), -2.0, kCMTimeNegativeInfinity},
            {at(kLeast, 1), 1.0, at(kLeast, 1)},
            {at(kLeast, 1), -1.0, kCMTimePositiveInfinity},
-           {at(kLeast, kCMTimeMaxTimescale), 1e308, kCMTimeNegativeInfinity},
            {rounded(600, 600), 2.0, rounded(1200, 600)},
            {at(600, 600, 3), 2.0, at(1200, 600, 3)},
            {at(-1, 600), kInfinity, kCMTimeNegativeInfinity},
@@ -210,21 +184,14 @@ TEST(MediaTimeTest, MultipliesByADouble) {
   }
 }
 
-TEST(MediaTimeTest, EndsARangeAfterItsDuration) {
-  EXPECT_THAT(CMTimeRangeGetEnd(CMTimeRangeMake(at(600, 600), at(1, 2))), IdenticalTo(at(900, 600)));
-  EXPECT_THAT(CMTimeRangeGetEnd(CMTimeRangeMake(at(600, 600), kCMTimeInvalid)), IsInvalidTime());
-}
-
 TEST(MediaTimeTest, DescribesTimesForPeople) {
-  const std::pair<CMTime, const char*> table[] = {{at(18000, 600), "{18000/600 = 30.000}"},
-                                                  {rounded(-1, 3), "{-1/3 = -0.333, rounded}"},
-                                                  {rounded(1, 2, -4), "{1/2 = 0.500, rounded, epoch = -4}"},
-                                                  {kCMTimeInvalid, "{INVALID}"},
-                                                  {at(1, 0), "{INVALID}"},
-                                                  {kCMTimePositiveInfinity, "{+INFINITY}"},
-                                                  {kCMTimeNegativeInfinity, "{-INFINITY}"},
-                                                  {kCMTimeIndefinite, "{INDEFINITE}"}};
-  for (const auto& [time, description] : table) EXPECT_EQ(CMTimeCopyDescription(time), description);
+  std::string all;
+  for (const CMTime& time : {at(18000, 600), rounded(-1, 3, -4), at(1, 0), kCMTimePositiveInfinity,
+                             kCMTimeNegativeInfinity, kCMTimeIndefinite})
+    all += CMTimeCopyDescription(time);
+  EXPECT_EQ(all,
+            "{18000/600 = 30.000}{-1/3 = -0.333, rounded, epoch = -4}{INVALID}{+INFINITY}{-INFINITY}"
+            "{INDEFINITE}");
 }
 
 }  // namespace

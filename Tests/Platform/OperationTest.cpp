@@ -4,7 +4,6 @@
 
 #include <future>
 #include <latch>
-#include <thread>
 
 using namespace tarn;
 using testing::ElementsAre;
@@ -67,16 +66,15 @@ TEST(OperationTest, TellsObserversAfterEachChangeAndThenTheCompletionBlock) {
 }
 
 TEST(OperationTest, AnObserverMayAddObserversAndTheBlockMayLetGoOfTheOperation) {
-  auto operation = std::make_shared<ManualOperation>();
-  auto& reference = *operation;
-  int added = 0;
-  reference.observeFinished(
-      [&](const Operation&) { reference.observeFinished([&](const Operation&) { ++added; }); });
+  auto owner = std::make_shared<ManualOperation>();
+  auto& operation = *owner;
+  operation.observeFinished([&](const Operation&) {
+    operation.observeFinished([](const Operation&) { ADD_FAILURE() << "added too late"; });
+  });
   bool destroyed = false;
-  reference.onDestruction = [&] { destroyed = true; };
-  reference.setCompletionBlock([owner = std::move(operation)]() mutable { owner.reset(); });
-  reference.end();
-  EXPECT_EQ(added, 0);
+  operation.onDestruction = [&] { destroyed = true; };
+  operation.setCompletionBlock([owner = std::move(owner)]() mutable { owner.reset(); });
+  operation.end();
   EXPECT_TRUE(destroyed);
 }
 
@@ -114,15 +112,15 @@ TEST(OperationQueueTest, RunsOperationsBesideOneAnotherAndLetsGoOfThem) {
 
 TEST(OperationQueueTest, CancelsWhatHasNotFinished) {
   OperationQueue queue("cancel");
-  std::vector<std::shared_ptr<ManualOperation>> operations;
-  for (int i = 0; i < 2; ++i) {
-    operations.push_back(std::make_shared<ManualOperation>());
-    queue.addOperation(operations.back());
-    operations.back()->started.get_future().wait();
+  const auto finished = std::make_shared<ManualOperation>();
+  const auto running = std::make_shared<ManualOperation>();
+  for (const auto& operation : {finished, running}) {
+    queue.addOperation(operation);
+    operation->started.get_future().wait();
   }
-  operations[0]->end();
+  finished->end();
   queue.cancelAllOperations();
-  EXPECT_FALSE(operations[0]->isCancelled());
-  EXPECT_TRUE(operations[1]->isCancelled());
-  operations[1]->end();
+  EXPECT_FALSE(finished->isCancelled());
+  EXPECT_TRUE(running->isCancelled());
+  running->end();
 }
