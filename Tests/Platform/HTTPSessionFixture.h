@@ -4,8 +4,6 @@
 
 #include <csignal>
 #include <future>
-#include <memory>
-#include <utility>
 
 #include "Platform/HTTPSession.h"
 #include "Platform/Operation.h"
