@@ -59,9 +59,8 @@ TEST(TarnLumoAdTest, StoresTheEndThatBeginAndDurationGive) {
   EXPECT_THAT(fullAd().buildAd()->endTime(), SecondsEq(660));
 
   const auto bare = TarnLumoAdBuilder().buildAd();
-  for (const CMTime& time : {bare->beginTime(), bare->duration(), bare->endTime(), bare->skipOffset()}) {
+  for (const CMTime& time : {bare->beginTime(), bare->duration(), bare->endTime(), bare->skipOffset()})
     EXPECT_THAT(time, IsInvalidTime());
-  }
   TarnLumoAdBuilder withoutDuration;
   withoutDuration.beginTime = seconds(630);
   EXPECT_THAT(withoutDuration.buildAd()->endTime(), IsInvalidTime());
@@ -148,9 +147,8 @@ TEST(TarnLumoAdSequenceTest, SpansItsAds) {
 
   const TarnLumoAdSequence empty({});
   EXPECT_THAT(empty.duration(), IdenticalTo(kCMTimeZero));
-  for (const CMTime& time : {empty.beginTime(), empty.endTime(), empty.logicalOffset()}) {
+  for (const CMTime& time : {empty.beginTime(), empty.endTime(), empty.logicalOffset()})
     EXPECT_THAT(time, IdenticalTo(CMTime{}));
-  }
 }
 
 TEST(TarnLumoTrackingEventsTest, FindsTheEventsOfAHalfOpenInterval) {
@@ -242,9 +240,8 @@ template <typename T>
 void expectDistinct(const std::vector<std::function<std::shared_ptr<const T>()>>& makers) {
   for (const auto& make : makers) {
     EXPECT_EQ(make()->hash(), make()->hash());
-    for (const auto& other : makers) {
+    for (const auto& other : makers)
       EXPECT_EQ(*make() == *other(), &make == &other) << make()->description() << other()->description();
-    }
   }
 }
 

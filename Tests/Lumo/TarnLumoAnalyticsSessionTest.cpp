@@ -17,9 +17,8 @@ using Beacons = std::vector<std::string>;
 /// An ad with a beacon at every half second of its first five, and each kind of named beacon.
 TarnLumoAdBuilder fullAd(double begin) {
   TarnLumoTrackingEventsCollectionBuilder events;
-  for (const char* offset : {"0", "0.5", "1", "1.5", "2", "2.5", "3", "3.5", "4", "4.5"}) {
+  for (const char* offset : {"0", "0.5", "1", "1.5", "2", "2.5", "3", "3.5", "4", "4.5"})
     events.addTrackingEventNamed("progress", offset, beacon(offset));
-  }
   for (const char* name : {"creativeView", "complete", "skip"}) {
     events.addTrackingEventNamed(name, beacon(name));
     events.addTrackingEventNamed(name, beacon(std::string(name) + "2"));
@@ -197,9 +196,8 @@ TEST_F(Analytics, EndInTheMiddleOfAReportWhenTheSinkDestroysTheSession) {
   };
   const Beacons all = sendUntil(0);
   ASSERT_THAT(all, IsSupersetOf({"impression-1", "aa", "creativeView2", "0.5", "complete2"}));
-  for (std::size_t last = 1; last < all.size(); ++last) {
+  for (std::size_t last = 1; last < all.size(); ++last)
     EXPECT_EQ(sendUntil(last), Beacons(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(last)));
-  }
 }
 
 TEST_F(Analytics, SendContentImpressionsWhenContentTimeReachesTheirPlaceInTheStream) {

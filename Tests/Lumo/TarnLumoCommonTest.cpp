@@ -73,9 +73,8 @@ TEST_F(TarnLumoCommonTest, SaysWhyAStringIsNoDuration) {
 }
 
 TEST_F(TarnLumoCommonTest, ReadsTheOffsetsOfAdBreaks) {
-  for (const char* string : {"start", "Start", "START"}) {
+  for (const char* string : {"start", "Start", "START"})
     EXPECT_THAT(TarnLumoAdBreakTimeOffsetFromString(string), IdenticalTo(kCMTimeZero));
-  }
   EXPECT_THAT(TarnLumoAdBreakTimeOffsetFromString("END"), IdenticalTo(kCMTimePositiveInfinity));
   EXPECT_THAT(TarnLumoAdBreakTimeOffsetFromString("00:10:00.000"), IdenticalTo(CMTimeMake(360000, 600)));
   EXPECT_THAT(takeLines(), IsEmpty());

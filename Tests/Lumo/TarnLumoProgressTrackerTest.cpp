@@ -240,9 +240,8 @@ TEST(TarnLumoProgressTrackerTest, RangesReachFromZeroToTheContentTimeOfTheirEndA
     });
     const Ranges empty = std::vector<CMTimeRange>();
     const Ranges some = Ranges({range(10, 20), range(60, 15), range(0, 5)});
-    for (const auto& ranges : {Ranges(), empty, empty, some, some, empty, Ranges(), Ranges()}) {
+    for (const auto& ranges : {Ranges(), empty, empty, some, some, empty, Ranges(), Ranges()})
       (tracker.*write)(ranges);
-    }
     EXPECT_THAT(log, ElementsAre("", "10 15 5 ", "10 15 5 ", "", "none"));
 
     Tracker withoutTimeline(nullptr);

@@ -25,19 +25,16 @@ Segments walkSegments(const TarnLumoTimeline& timeline) {
   const auto& sequences = timeline.adSequences();
   if (sequences.empty()) return {{kCMTimeZero, timeline.payloadLength()}};
   Segments segments;
-  if (isLess(kCMTimeZero, sequences.front()->beginTime())) {
+  if (isLess(kCMTimeZero, sequences.front()->beginTime()))
     segments.emplace_back(kCMTimeZero, sequences.front()->beginTime());
-  }
   std::shared_ptr<const TarnLumoAdSequence> previous;
   for (const auto& sequence : sequences) {
-    if (previous) {
+    if (previous)
       segments.emplace_back(previous->endTime(), CMTimeSubtract(sequence->beginTime(), previous->endTime()));
-    }
     previous = sequence;
   }
-  if (isLess(previous->endTime(), timeline.payloadLength())) {
+  if (isLess(previous->endTime(), timeline.payloadLength()))
     segments.emplace_back(previous->endTime(), CMTimeSubtract(timeline.payloadLength(), previous->endTime()));
-  }
   return segments;
 }
 
@@ -60,9 +57,8 @@ CMTime walkToAbsolute(const Segments& segments, CMTime payloadLength, CMTime tim
   CMTime accumulated = kCMTimeZero;
   for (const auto& segment : segments) {
     const CMTime next = CMTimeAdd(accumulated, segment.duration());
-    if (isAtMost(accumulated, time) && isLess(time, next)) {
+    if (isAtMost(accumulated, time) && isLess(time, next))
       return CMTimeAdd(segment.beginTime(), CMTimeSubtract(time, accumulated));
-    }
     accumulated = next;
   }
   return isAtMost(time, accumulated) ? payloadLength : kCMTimeInvalid;
@@ -179,9 +175,8 @@ std::vector<CMTime> probesOf(const TarnLumoTimeline& timeline) {
     boundaries.insert(boundaries.end(), {segment.beginTime(), content});
   }
   for (const auto& sequence : timeline.adSequences()) {
-    for (const auto& ad : sequence->ads()) {
+    for (const auto& ad : sequence->ads())
       boundaries.insert(boundaries.end(), {ad->beginTime(), ad->endTime()});
-    }
   }
   std::vector<CMTime> probes = kSpecialTimes;
   for (const auto& boundary : boundaries) {
@@ -226,9 +221,8 @@ TEST(TimelineProperty, AgreesWithTheWalkFromTheFront) {
                             Shape{"everything at once", true, 20, 20, true}}) {
     SCOPED_TRACE(shape.name);
     Random random(20240607);
-    for (int round = 0; round < 150 && !testing::Test::HasFailure(); ++round) {
+    for (int round = 0; round < 150 && !testing::Test::HasFailure(); ++round)
       expectAsWalked(*Maker(shape, random).make());
-    }
   }
 }
 

@@ -40,9 +40,8 @@ using Spans = std::vector<std::pair<double, double>>;
 
 Spans segmentsOf(std::string_view drawing, const TimelineOptions& options) {
   Spans result;
-  for (const auto& segment : drawTimeline(drawing, options)->contentSegments()) {
+  for (const auto& segment : drawTimeline(drawing, options)->contentSegments())
     result.emplace_back(CMTimeGetSeconds(segment.beginTime()), CMTimeGetSeconds(segment.duration()));
-  }
   return result;
 }
 
