@@ -1,19 +1,15 @@
 #include <time.h>
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "FuzzTarget.h"
 #include "Lumo/TarnLumoCommon.h"
 #include "Lumo/TarnLumoDocument.h"
 #include "Lumo/TarnLumoONOXMLDocument.h"
 #include "Lumo/TarnLumoTimeline.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
 
@@ -45,13 +41,7 @@ constexpr Pattern kPlain = {
 std::string documentOf(const Pattern& pattern, std::size_t size) {
   std::string text(pattern.before);
   for (std::size_t count = 0; text.size() < size; ++count) {
-    for (const char c : pattern.unit) {
-      if (c == kCounter) {
-        text += std::to_string(count);
-      } else {
-        text += c;
-      }
-    }
+    for (const char c : pattern.unit) text += c == kCounter ? std::to_string(count) : std::string(1, c);
   }
   return text.append(pattern.after);
 }
@@ -90,7 +80,7 @@ bool isOutOfProportion(const Cost& cost, const Cost& plain) {
 
 /// Three parts, separated by 0x1e; a document is made by repeating the second (0x1f in it becomes a number).
 /// Four times the size may take about four times as long, and not much longer than a plain document takes.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   TarnLumoLogConfigure(TarnLumoLogConfigDisabled);
   const std::string_view input(reinterpret_cast<const char*>(data), size);
   const std::size_t first = input.find(kSeparator);

@@ -1,22 +1,14 @@
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "FuzzTarget.h"
 #include "Lumo/TarnLumoCommon.h"
 #include "Lumo/TarnLumoDocument.h"
 #include "Lumo/TarnLumoText.h"
 #include "Lumo/TarnLumoTimeline.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-
 namespace {
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 struct Reading {
   tarn::Result<std::shared_ptr<const TarnLumoTimeline>> result;
@@ -32,7 +24,7 @@ Reading read(std::string_view bytes) {
 }  // namespace
 
 /// Any bytes read to an error or a timeline: the same one each time, made of proper text.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   TarnLumoLogConfigure(TarnLumoLogConfigDisabled);
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
   const Reading first = read(bytes);

@@ -1,12 +1,8 @@
 #include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
+#include "FuzzTarget.h"
 #include "Platform/MediaTime.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
 
@@ -35,10 +31,6 @@ struct Input {
     return time;
   }
 };
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void requireWellFormed(const CMTime& time) {
   if (CMTIME_IS_NUMERIC(time)) require(time.timescale > 0);

@@ -1,12 +1,10 @@
-#include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+#include "FuzzTarget.h"
 
 /// Feeds every file of the given folder to the fuzz target: what the fuzzer once found stays found.
 int main(int argc, char** argv) {

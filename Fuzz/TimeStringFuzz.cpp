@@ -1,26 +1,13 @@
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
+#include "FuzzTarget.h"
 #include "Lumo/TarnLumoCommon.h"
 #include "Platform/Log.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-
-namespace {
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
-
-int linesLogged = 0;
-
-}  // namespace
 
 /// The whole input as each of the time strings of a document: a time that is valid, or log lines that say why
 /// there is none.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static int linesLogged = 0;
   static const auto sink = tarn::installLogSink([](std::string_view) { ++linesLogged; });
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   const CMTime adDuration = CMTimeMake(18000, 600);
