@@ -52,10 +52,6 @@ struct Played {
 
 TEST(TarnLumoAdAnalyticsSessionTest, SendsTheBeaconsOfEachMomentInTheirOrder) {
   using Session = TarnLumoAdAnalyticsSession;
-  const auto sent = [](Played& played, const std::function<void(Session&)>& track) {
-    track(played.session);
-    return played.sink->take();
-  };
   const std::vector<std::pair<std::function<void(Session&)>, Beacons>> table = {
       {&Session::trackImpression, {"i1", "i2"}},
       {&Session::trackCreativeView, {"creativeView", "creativeView2"}},
@@ -67,22 +63,19 @@ TEST(TarnLumoAdAnalyticsSessionTest, SendsTheBeaconsOfEachMomentInTheirOrder) {
       {[](Session& s) { s.trackCompanionCreativeView("unknown"); }, {}},
       {[](Session& s) { s.trackCompanionClick(""); }, {}},
       {[](Session& s) { s.trackProgressToTime(seconds(0)); }, {"creativeView", "creativeView2"}},
-      {[](Session& s) { s.trackProgressToTime(seconds(1)); }, {"0", "0.5"}},
-  };
+      {[](Session& s) { s.trackProgressToTime(seconds(1)); }, {"0", "0.5"}}};
   Played full(fullAd(600));
   Played bare(TarnLumoAdBuilder{});
   for (const auto& [track, beacons] : table) {
-    EXPECT_EQ(sent(full, track), beacons);
-    EXPECT_THAT(sent(bare, track), IsEmpty());
+    track(full.session);
+    track(bare.session);
+    EXPECT_EQ(full.sink->take(), beacons);
+    EXPECT_THAT(bare.sink->take(), IsEmpty());
   }
 }
 
 TEST(TarnLumoAdAnalyticsSessionTest, SendsTimeBasedEventsOnceAForwardPass) {
-  struct Pass {
-    const char* situation;
-    double begin;
-    std::vector<std::pair<CMTime, Beacons>> reports;
-  };
+  using Pass = std::tuple<const char*, double, std::vector<std::pair<CMTime, Beacons>>>;
   const CMTime tick = CMTimeMake(1, 600);
   const Beacons view = {"creativeView", "creativeView2"};
   const Beacons started = {"creativeView", "creativeView2", "0", "0.5"};
@@ -114,8 +107,7 @@ TEST(TarnLumoAdAnalyticsSessionTest, SendsTimeBasedEventsOnceAForwardPass) {
       {"the end of an ad elsewhere",
        600,
        {{seconds(3), view}, {seconds(4), {"3", "3.5"}}, {seconds(5), {"4", "4.5"}}}},
-      {"an ad without an end", NAN, {{seconds(3), view}, {seconds(4), {"3", "3.5"}}}},
-  };
+      {"an ad without an end", NAN, {{seconds(3), view}, {seconds(4), {"3", "3.5"}}}}};
   for (const auto& [situation, begin, reports] : table) {
     SCOPED_TRACE(situation);
     Played played(fullAd(begin));
@@ -214,12 +206,8 @@ TEST_F(Analytics, SendContentImpressionsWhenContentTimeReachesTheirPlaceInTheStr
 }
 
 TEST(ContentImpressionsTest, FireInTheReportThatPassesThem) {
-  struct Steps {
-    const char* situation;
-    std::vector<double> impressions;
-    std::vector<double> times;  ///< Content times reported in turn; the stream has no ads.
-    Beacons sent;
-  };
+  // Where impressions stand, the content times reported in turn, and what is sent. The stream has no ads.
+  using Steps = std::tuple<const char*, std::vector<double>, std::vector<double>, Beacons>;
   const Steps table[] = {
       {"steps of a second", {1, 1.5, 3}, {1, 2, 3, 4}, {"impression-1", "impression-1.5", "impression-3"}},
       {"a tick before", {1}, {1 - 1 / 600.0}, {}},
@@ -231,14 +219,13 @@ TEST(ContentImpressionsTest, FireInTheReportThatPassesThem) {
       {"behind the content never", {101}, {99, 100, 101, 102}, {}},
       // A negative time stands at the payload's end, and stops the walk before what follows until then.
       {"a negative time holds up the others", {-1, 2, 3}, {1, 2, 3}, {}},
-      {"one at the end", {-1, 99.5}, {98.8, 99, 100, 101}, {"impression--1", "impression-99.5"}},
-  };
-  for (const auto& row : table) {
-    const auto timeline = drawTimeline(std::string(100, '.'), {.contentImpressions = row.impressions});
+      {"one at the end", {-1, 99.5}, {98.8, 99, 100, 101}, {"impression--1", "impression-99.5"}}};
+  for (const auto& [situation, impressions, times, beacons] : table) {
+    const auto timeline = drawTimeline(std::string(100, '.'), {.contentImpressions = impressions});
     const auto sink = std::make_shared<RecordingSink>();
     TarnLumoContentAnalyticsSession session(timeline, std::make_shared<TarnLumoAnalyticsDigester>(sink));
-    for (const double time : row.times) session.trackProgressToTime(seconds(time));
-    EXPECT_EQ(sink->take(), row.sent) << row.situation;
+    for (const double time : times) session.trackProgressToTime(seconds(time));
+    EXPECT_EQ(sink->take(), beacons) << situation;
   }
 }
 

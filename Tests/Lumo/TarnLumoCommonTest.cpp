@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include "Platform/Log.h"
 #include "Support/TimePrinter.h"
 
@@ -32,27 +34,15 @@ class TarnLumoCommonTest : public Test {
 };
 
 TEST_F(TarnLumoCommonTest, ReadsDurationsInTicksOfSixHundred) {
-  constexpr CMTimeValue kMost = (99 * 3600 + 99 * 60 + 99) * 600;
-  const std::vector<std::pair<const char*, CMTimeValue>> table = {
-      {"00:00:30", 18000},
-      {"00:00:30.000", 18000},
-      {"00:01:05.5", 39300},
-      {"01:00:00", 2160000},
-      {"99:99:99", kMost},
-      {"00:75:00", 75 * 60 * 600},
-      {"00:00:10.000+02:00", 6000},
-      {"00:00:10+:+:+", 6000},
-      {"00:00:.5", 300},
-      {"00:00:05.", 3000},
-      {"00:00:00.001", 1},
-      {"00:00:120", 72000},
-      {".5:1.:02", 60 * 600 + 1200},  // whole hours and minutes only
-      {"..:..:1.2.3", 0},
-      {"00:00:..", 0}};  // no number at all counts as 0
-  for (const auto& [string, ticks] : table) {
-    EXPECT_EQ(TarnLumoDurationFromString(string).value, ticks) << string;
-    EXPECT_EQ(TarnLumoDurationFromString(string).timescale, 600) << string;
-  }
+  // Hours and minutes count whole; no number at all counts as 0.
+  std::istringstream table(
+      "00:00:30 18000 00:00:30.000 18000 00:01:05.5 39300 01:00:00 2160000 99:99:99 217463400 00:75:00 "
+      "2700000 "
+      "00:00:10.000+02:00 6000 00:00:10+:+:+ 6000 00:00:.5 300 00:00:05. 3000 00:00:00.001 1 00:00:120 72000 "
+      ".5:1.:02 37200 ..:..:1.2.3 0 00:00:.. 0");
+  CMTimeValue ticks = 0;
+  for (std::string string; table >> string >> ticks;)
+    EXPECT_THAT(TarnLumoDurationFromString(string), IdenticalTo(CMTimeMake(ticks, 600))) << string;
   EXPECT_THAT(takeLines(), IsEmpty());
 }
 

@@ -27,14 +27,12 @@ Segments walkSegments(const TarnLumoTimeline& timeline) {
   Segments segments;
   if (isLess(kCMTimeZero, sequences.front()->beginTime()))
     segments.emplace_back(kCMTimeZero, sequences.front()->beginTime());
-  std::shared_ptr<const TarnLumoAdSequence> previous;
-  for (const auto& sequence : sequences) {
-    if (previous)
-      segments.emplace_back(previous->endTime(), CMTimeSubtract(sequence->beginTime(), previous->endTime()));
-    previous = sequence;
+  for (std::size_t i = 1; i < sequences.size(); ++i) {
+    const CMTime end = sequences[i - 1]->endTime();
+    segments.emplace_back(end, CMTimeSubtract(sequences[i]->beginTime(), end));
   }
-  if (isLess(previous->endTime(), timeline.payloadLength()))
-    segments.emplace_back(previous->endTime(), CMTimeSubtract(timeline.payloadLength(), previous->endTime()));
+  if (const CMTime end = sequences.back()->endTime(); isLess(end, timeline.payloadLength()))
+    segments.emplace_back(end, CMTimeSubtract(timeline.payloadLength(), end));
   return segments;
 }
 

@@ -119,7 +119,6 @@ TEST(TarnLumoPathTest, ComparesTimeAdSequenceAndTimelineByValue) {
   EXPECT_EQ(path.hash(), twin.hash());
   const TarnLumoPath bare(nullptr, seconds(4), nullptr, nullptr);
   EXPECT_THAT(bare.logicalTime(), TimeEq(seconds(4)));
-  EXPECT_EQ(bare.hash(), 35U * 31 * 31 * 31);
   EXPECT_FALSE(path == timeline->pathAtTime(timeOf("1+")));
   const TarnLumoPath others[] = {drawTimeline(".a|c.")->pathAtTime(seconds(1)),
                                  {nullptr, seconds(1), sequences.front(), ad},
@@ -150,7 +149,6 @@ TEST(TarnLumoTimelineTest, ComparesByValueAndItsImpressionsByIdentity) {
     EXPECT_FALSE(*one == *other) << other->description();
   }
   const auto bare = TarnLumoTimeline::make(std::nullopt, seconds(40), seconds(50), {}, {});
-  EXPECT_EQ(bare->hash(), 31U * (31 * (961 + 50) + 40));
   EXPECT_NE(bare->hash(), remake("", 40, 50)->hash()) << "without ad sequences";
   EXPECT_NE(one->hash(), remake("", 40, 50)->hash()) << "without address";
   const auto impression = [] {
