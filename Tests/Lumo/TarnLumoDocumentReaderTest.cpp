@@ -166,11 +166,10 @@ TEST(DocumentReader, ReadsOffsetsAndClicksAsWritten) {
       "<TrackingEvents><Tracking event='progress' offset='5'>https://t.example/5</Tracking>"
       "<Tracking event='odd' offset='abc'>https://t.example/0</Tracking>"
       "<Tracking event='start'>nowhere</Tracking><Other>https://t.example/none</Other></TrackingEvents>"
-      "<VideoClicks><ClickThrough>https://c.example/1</ClickThrough><clicktracking>https://c.example/x</"
-      "clicktracking>"
-      "<ClickTracking>no url</ClickTracking><ClickTracking>https://c.example/3</ClickTracking>"
-      "<ClickThrough>https://c.example/2</ClickThrough></VideoClicks>"
-      "<CreativeExtensions><E> x\n</E></CreativeExtensions>";
+      "<VideoClicks><ClickThrough>https://c.example/1</ClickThrough>"
+      "<clicktracking>https://c.example/x</clicktracking><ClickTracking>no url</ClickTracking>"
+      "<ClickTracking>https://c.example/3</ClickTracking><ClickThrough>https://c.example/2</ClickThrough>"
+      "</VideoClicks><CreativeExtensions><E> x\n</E></CreativeExtensions>";
   const auto reading = read(vmap(adBreak("start", ad("a", linear("00:00:10", content, "skipoffset='abc'")))));
   const TarnLumoAd& ad = reading.ad(0);
   const auto& events = ad.trackingEventsCollection()->eventsByName();
@@ -284,8 +283,7 @@ TEST(DocumentReader, WarnsOfEveryFlawOfASample) {
                   "52 From this AdBreak on begin times are invalid, because of the duration of the ad at "
                   "line 45 before it.",
                   "52 The AdBreak holds no ad (its VAST is in the namespace “http://www.iab.com/VAST”, where "
-                  "one without a "
-                  "namespace is looked for) and yields one without id and duration."));
+                  "one without a namespace is looked for) and yields one without id and duration."));
 }
 
 TEST(DocumentReader, WarnsOfDocumentsThatHoldNothing) {

@@ -67,8 +67,6 @@ class TarnLumoDocumentTest : public Test {
   SerialQueue queue{"completions"};
 };
 
-}  // namespace
-
 TEST_F(TarnLumoDocumentTest, RetrievesOnceAndHoldsTheTimeline) {
   const auto document = makeDocument("/vmap?a=b");
   EXPECT_EQ(document->state(), TarnLumoDocumentStateInitial);
@@ -199,8 +197,6 @@ TEST_F(TarnLumoDocumentTest, LogsTheRawResponseAtTheTrafficLevelOnly) {
   EXPECT_THAT(logged(4, kNoXML), IsEmpty());
 }
 
-namespace {
-
 class TarnLumoTimelineOperationTest : public TarnLumoDocumentTest {
  protected:
   std::shared_ptr<TarnLumoTimelineOperation> makeOperation(const std::string& target) {
@@ -226,8 +222,6 @@ std::string stateOf(const Operation& operation) {
   return std::string(operation.isExecuting() ? "executing" : "idle") +
          (operation.isFinished() ? ", finished" : "");
 }
-
-}  // namespace
 
 TEST_F(TarnLumoTimelineOperationTest, LoadsTheTimelineWithTheGivenHeadersOrPassesTheErrorOn) {
   const auto operation = makeOperation("/vmap");
@@ -339,3 +333,5 @@ TEST_F(TarnLumoTimelineOperationTest, AnnouncesExecutingInsideFinishedWithTheRes
   EXPECT_THAT(told, ElementsAre("isExecuting: executing", "isExecuting: idle, finished",
                                 "isFinished: idle, finished"));
 }
+
+}  // namespace

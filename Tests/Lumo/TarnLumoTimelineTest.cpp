@@ -38,22 +38,9 @@ void expectMapped(const char* text, const std::function<CMTime(CMTime)>& map) {
 
 using Spans = std::vector<std::pair<double, double>>;
 
-Spans segmentsOf(std::string_view drawing, const TimelineOptions& options) {
-  Spans result;
-  for (const auto& segment : drawTimeline(drawing, options)->contentSegments())
-    result.emplace_back(CMTimeGetSeconds(segment.beginTime()), CMTimeGetSeconds(segment.duration()));
-  return result;
-}
-
-/// A stream, its content as begins and lengths in seconds, and what maps to what.
-struct Stream {
-  const char* what;
-  std::string_view drawing;
-  double secondsPerCell;
-  Spans segments;
-  const char* absoluteToContent;
-  const char* contentToAbsolute;
-};
+/// A stream, its seconds a cell, its content as begins and lengths in seconds, and what absolute and content
+/// times map to.
+using Stream = std::tuple<const char*, std::string_view, double, Spans, const char*, const char*>;
 
 TEST(TarnLumoTimelineTest, MapsAbsoluteAndContentTime) {
   const Stream table[] = {
@@ -76,15 +63,16 @@ TEST(TarnLumoTimelineTest, MapsAbsoluteAndContentTime) {
        30,
        {{0, 600}},
        "615:600",
-       "600-:600- 600:630"},
-  };
-  for (const auto& row : table) {
-    SCOPED_TRACE(row.what);
-    const TimelineOptions options{.secondsPerCell = row.secondsPerCell};
-    EXPECT_EQ(segmentsOf(row.drawing, options), row.segments);
-    const auto timeline = drawTimeline(row.drawing, options);
-    expectMapped(row.absoluteToContent, [&](CMTime t) { return timeline->contentTimeAtAbsoluteTime(t); });
-    expectMapped(row.contentToAbsolute, [&](CMTime t) { return timeline->absoluteTimeAtContentTime(t); });
+       "600-:600- 600:630"}};
+  for (const auto& [what, drawing, secondsPerCell, segments, absoluteToContent, contentToAbsolute] : table) {
+    SCOPED_TRACE(what);
+    const auto timeline = drawTimeline(drawing, {.secondsPerCell = secondsPerCell});
+    Spans drawn;
+    for (const auto& segment : timeline->contentSegments())
+      drawn.emplace_back(CMTimeGetSeconds(segment.beginTime()), CMTimeGetSeconds(segment.duration()));
+    EXPECT_EQ(drawn, segments);
+    expectMapped(absoluteToContent, [&](CMTime t) { return timeline->contentTimeAtAbsoluteTime(t); });
+    expectMapped(contentToAbsolute, [&](CMTime t) { return timeline->absoluteTimeAtContentTime(t); });
   }
 }
 
