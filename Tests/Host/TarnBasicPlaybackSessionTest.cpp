@@ -22,13 +22,7 @@ using tarn::test::tellStory;
 using ::testing::ElementsAre;
 using Lines = std::vector<std::string>;
 
-tarn::Error brokenOff() {
-  tarn::Error error;
-  error.domain = TarnPlayerErrorDomain;
-  error.code = static_cast<std::int64_t>(TarnPlayerErrorCode::brokenOff);
-  error.description = "The stream broke off";
-  return error;
-}
+const tarn::Error kBrokenOff = {.domain = "Player", .code = 7, .description = "The stream broke off"};
 
 std::shared_ptr<const TarnVideo> videoWithCuePoint() {
   const auto cuePoint = std::make_shared<const TarnCuePoint>("chapter", tarn::test::seconds(5));
@@ -57,7 +51,7 @@ const std::map<std::string, std::function<void(FakePlayer&)>> kPlayerSteps = {
     {"|starve", [](auto& p) { p.starve(true); }},
     {"|feed", [](auto& p) { p.starve(false); }},
     {"|seek", [](auto& p) { p.seekToTime(tarn::test::seconds(0.25), kCMTimeZero, kCMTimeZero, nullptr); }},
-    {"|fail", [](auto& p) { p.fail(brokenOff()); }},
+    {"|fail", [](auto& p) { p.fail(kBrokenOff); }},
 };
 
 struct Stage {
@@ -80,9 +74,8 @@ struct Stage {
 TEST(TarnBasicPlaybackSession, TellsItsLifeInTheOrderOfTheGrammar) {
   std::optional<Stage> stage;
   const auto take = [&stage](const std::string& step) {
-    if (step == "new") stage.emplace();
-    if (step == "ready") stage.emplace().play("load begin |ready |");
-    if (step != "new" && step != "ready") stage->take(step);
+    if (step == "ready") return stage.emplace().play("load begin |ready |");
+    step == "new" ? (void)stage.emplace() : stage->take(step);
   };
   const auto look = [&stage](const std::string&) {
     return fmt::format("{}", fmt::join(stage->recorder.take(), ", "));
@@ -115,7 +108,7 @@ TEST(TarnBasicPlaybackSession, TellsThePlayersReasonForAFailureAndLetsGoOfThePla
   Stage stage;
   stage.play("load begin |ready |fail");
   const std::weak_ptr<FakePlayer> weak = std::exchange(stage.player, nullptr);
-  EXPECT_EQ(stage.recorder.lastEvent(kTarnPlaybackSessionLifecycleEventError)->error(), brokenOff());
+  EXPECT_EQ(stage.recorder.lastEvent(kTarnPlaybackSessionLifecycleEventError)->error(), kBrokenOff);
   EXPECT_EQ(stage.session->player(), nullptr);
   EXPECT_TRUE(weak.expired());
 }
@@ -193,8 +186,7 @@ TEST(TarnBasicPlaybackSession, MayBeTerminatedOrReleasedInsideEveryReport) {
     Lines late(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(fatal));
     Lines early(late);
     early.push_back(whole[fatal]);
-    for (auto* const lines : {&early, &late})
-      lines->emplace_back(kTarnPlaybackSessionLifecycleEventTerminate);
+    for (auto* lines : {&early, &late}) lines->emplace_back(kTarnPlaybackSessionLifecycleEventTerminate);
     EXPECT_EQ(endInside(fatal, true), Received(early, late));
     (void)endInside(fatal, false);
   }

@@ -49,7 +49,11 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
     if (step.starts_with('+')) return controller_->addVideo(makeVideo(step.substr(1)));
     if (step == "quiet") return controller_->setAutoPlay(false);
     if (step == "begin") return controller_->begin();
-    if (step == "end") return playToEnd(*players_.back().lock());
+    if (step == "end") {
+      const auto player = players_.back().lock();
+      if (player->state().get() == TarnPlayerState::loading) player->becomeReady(1);
+      return player->advance(2);
+    }
     if (step == "back") return session->resumeVideoAtTime(kCMTimeZero, true);
     if (step == "kill") return session->terminate();
     if (step == "over") return controller_->terminate();
@@ -69,10 +73,6 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
   }
 
  private:
-  static void playToEnd(FakePlayer& player) {
-    if (player.state().get() == TarnPlayerState::loading) player.becomeReady(1);
-    player.advance(2);
-  }
   /// The current video and the number of open streams.
   [[nodiscard]] std::string where() const {
     const auto session = controller_ ? controller_->currentSession() : nullptr;
@@ -100,11 +100,7 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
 TEST(TarnPlaybackController, PlaysVideosOneAfterAnotherWithOneStreamOpenAtATime) {
   std::shared_ptr<Stage> stage;
   const auto take = [&stage](const std::string& step) {
-    if (step == "new") {
-      stage = std::make_shared<Stage>();
-    } else {
-      stage->take(step);
-    }
+    step == "new" ? (void)(stage = std::make_shared<Stage>()) : stage->take(step);
   };
   tellStory(R"(
     new listen +a +b begin begin end turn => log: a> aBegin aPlay aEnd aTerminate b> bBegin bPlay b:1

@@ -7,22 +7,18 @@ namespace {
 using ::testing::ElementsAre;
 
 template <int kClass>
-class StubComponent final : public TarnComponent {
- public:
-  StubComponent(std::string version, std::vector<std::string>& posted)
-      : version_(std::move(version)), posted_(posted) {}
+struct StubComponent final : TarnComponent {
+  StubComponent(std::string given, std::vector<std::string>& log) : version(std::move(given)), posted(log) {}
   [[nodiscard]] std::type_index componentClass() const override { return typeid(StubComponent); }
-  [[nodiscard]] std::string versionIdentifier() const override { return version_; }
+  [[nodiscard]] std::string versionIdentifier() const override { return version; }
   void tarn_componentIdentity() override { ++identified; }
   void tarn_setComponentContext(const TarnComponentContext& given) override { context = given; }
-  void postFeatureAnalytics() override { posted_.push_back(version_); }
+  void postFeatureAnalytics() override { posted.push_back(version); }
 
   int identified = 0;
   TarnComponentContext context;
-
- private:
-  const std::string version_;
-  std::vector<std::string>& posted_;
+  const std::string version;
+  std::vector<std::string>& posted;
 };
 
 TEST(TarnPlayerSDKManager, KeepsEveryComponentButLetsTheNewestOfEachClassPost) {

@@ -1,21 +1,18 @@
 #include "Host/TarnVideo.h"
 
-#include <gmock/gmock.h>
-
-#include "Support/TimePrinter.h"
+#include <gtest/gtest.h>
 
 namespace {
 
 TEST(TarnCuePointCollection, IsEqualWhenItsCuePointsAreInTheSameOrder) {
-  using tarn::test::seconds;
-  const auto at = [](double position) {
-    return std::make_shared<const TarnCuePoint>("chapter", seconds(position));
+  const auto at = [](std::int64_t value, std::int32_t scale, const char* type = "chapter") {
+    return std::make_shared<const TarnCuePoint>(type, CMTimeMake(value, scale));
   };
-  const auto half = std::make_shared<const TarnCuePoint>("chapter", CMTimeMake(1, 2));
-  EXPECT_EQ(TarnCuePointCollection({at(0.5), at(1)}), TarnCuePointCollection({half, at(1)}));
-  EXPECT_NE(TarnCuePointCollection({at(0.5), at(1)}), TarnCuePointCollection({at(1), at(0.5)}));
-  EXPECT_NE(TarnCuePointCollection({at(1)}), TarnCuePointCollection({at(1), at(1)}));
-  EXPECT_NE(*at(1), TarnCuePoint("other", seconds(1)));
+  const TarnCuePointCollection two({at(1, 2), at(1, 1)});
+  EXPECT_EQ(two, TarnCuePointCollection({at(2, 4), at(1, 1)}));
+  EXPECT_NE(two, TarnCuePointCollection({at(1, 1), at(1, 2)}));
+  EXPECT_NE(two, TarnCuePointCollection({at(1, 2)}));
+  EXPECT_NE(two, TarnCuePointCollection({at(1, 2), at(1, 1, "other")}));
 }
 
 }  // namespace

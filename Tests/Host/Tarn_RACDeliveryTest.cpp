@@ -1,10 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
-#include <memory>
-#include <optional>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -64,6 +60,8 @@ TEST(DeliveryTest, DropsWhatIsOnItsWayWhenDisposedOf) {
 
 TEST(DeliveryTest, ReachesTheMainThreadFromAnother) {
   Tarn_RACSubject<int> subject;
+  std::vector<int> expected;
+  for (int i = 0; i < 100; ++i) expected.push_back(2 * i);
   std::vector<int> told;
   bool completed = false;
   subject.map([](int v) { return 2 * v; })
@@ -75,13 +73,12 @@ TEST(DeliveryTest, ReachesTheMainThreadFromAnother) {
           },
           rac::Ignore(), [&] { completed = true; });
   std::thread sending([&] {
-    for (int i = 0; i < 100; ++i) subject.sendNext(i);
+    for (const int value : expected) subject.sendNext(value / 2);
     subject.sendCompleted();
   });
   EXPECT_TRUE(MainQueue::shared().runUntil([&] { return completed; }, std::chrono::seconds(30)));
   sending.join();
-  ASSERT_EQ(told.size(), 100U);
-  for (std::size_t i = 0; i < told.size(); ++i) EXPECT_EQ(told[i], 2 * static_cast<int>(i));
+  EXPECT_EQ(told, expected);
 }
 
 /// The owner on the main thread goes while another thread sends: no call comes afterwards, nothing is kept.

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <optional>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "Host/Tarn_RACBinding.h"
@@ -26,8 +22,7 @@ struct NamedTracker : Tracker {};
 
 TEST(ObserveTest, TellsTheCurrentValueThenEachAssignedOne) {
   Observable<int> property(1);
-  const Record all;
-  const Record later;
+  const Record all, later;
   const auto disposable = all.listen(observe(property));
   later.listen(observe(property, Observe::newValues));
   property.set(2);
@@ -97,8 +92,7 @@ TEST(ObserveTest, DoesNotKeepTheOwnerOfThePropertyAlive) {
 
 TEST(ObserveTest, FollowsAnObjectThatComesLaterAndChanges) {
   Observable<std::shared_ptr<Tracker>> tracker;
-  const Record all;
-  const Record later;
+  const Record all, later;
   const auto both = all.listen(observe(tracker, &Tracker::event));
   both.add(later.listen(observe(tracker, &Tracker::event, Observe::newValues)));
   const auto first = std::make_shared<Tracker>();
@@ -122,13 +116,11 @@ TEST(BindingTest, AssignsEachValueAndTheGivenOneForNil) {
   std::vector<std::string> texts;
   {
     const Tarn_RACDeallocDisposable owner;
-    owner.add(bindSignal(
-        optionals, [&](int value) { texts.push_back(std::to_string(value)); }, -1));
-    owner.add(bindSignal(
-        pointers, [&](const auto& value) { texts.push_back(*value); },
-        std::make_shared<const std::string>("nil")));
-    owner.add(
-        bindSignal(optionals, [&](std::optional<int> value) { texts.push_back(value ? "set" : "unset"); }));
+    const auto nil = std::make_shared<const std::string>("nil");
+    const auto add = [&](const std::string& text) { texts.push_back(text); };
+    owner.add(bindSignal(optionals, [=](int value) { add(std::to_string(value)); }, -1));
+    owner.add(bindSignal(pointers, [=](const auto& value) { add(*value); }, nil));
+    owner.add(bindSignal(optionals, [=](std::optional<int> value) { add(value ? "set" : "unset"); }));
     optionals.sendNext(1);
     optionals.sendNext(std::nullopt);
     pointers.sendNext(std::make_shared<const std::string>("text"));

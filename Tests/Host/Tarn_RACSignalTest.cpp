@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
 #include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -60,9 +57,10 @@ void PrintTo(const Row& row, std::ostream* out) {
   *out << row.name;
 }
 
-bool odd(int value) {
-  return value % 2 != 0;
-}
+const auto odd = [](int value) { return value % 2 != 0; };
+const auto unlessZero = [](int value) { return value == 0 ? std::nullopt : std::optional(value); };
+const auto pointerUnlessZero = [](int value) { return value == 0 ? nullptr : std::make_shared<int>(value); };
+const auto valueAndTenfold = [](int value) { return Signal::values({value, 10 * value}); };
 
 /// a's values choose: 1 b, 2 c, others a signal that completes at once.
 Tarn_RACSignal<Signal> chosen(S stage) {
@@ -71,20 +69,7 @@ Tarn_RACSignal<Signal> chosen(S stage) {
   });
 }
 
-std::optional<int> unlessZero(int value) {
-  return value == 0 ? std::nullopt : std::optional(value);
-}
-
-std::shared_ptr<std::string> pointerUnlessZero(int value) {
-  return value == 0 ? nullptr : std::make_shared<std::string>(std::to_string(value));
-}
-
-Signal valueAndTenfold(int value) {
-  return Signal::values({value, 10 * value});
-}
-
 const Row kRows[] = {
-    {"ReturnValue", [](S) { return Signal::returnValue(1); }, {{"", "1 |"}}},
     {"Values", [](S) { return valueAndTenfold(1); }, {{"", "1 10 |"}}},
     {"NoValues", [](S) { return Signal::values({}); }, {{"", "|"}}},
     {"Empty", [](S) { return Signal::empty(); }, {{"", "|"}}},
@@ -183,11 +168,6 @@ const Row kRows[] = {
      [](S s) { return zip(s.a, s.b.startWith(0).sample(s.a)); },
      {{"a1 b7 a2 a3 b8 b9 a4 a|", "1,0 2,7 3,7 4,9 |"}},
      {{"a1 a3", "1,0", "b7 a2 b8", "1,0 2,7 3,8"}}},
-    {"DisposedInTheMiddle",
-     [](S s) {
-       return zip(s.a, s.b).take(5).startWith({0, 0}).merge(zip(s.c, s.c));
-     },
-     {{"a1 b1 c2 - a2 b2 c3", "0,0 1,1 2,2"}}},
 };
 
 class SignalTable : public testing::TestWithParam<Row> {};
@@ -348,10 +328,9 @@ TEST(SignalTest, ALongRowOfSignalsDoesNotNest) {
   constexpr int kMany = 200'000;
   const std::vector<Signal> row(kMany, Signal::returnValue(1));
   int sum = 0;
-  bool completed = false;
-  rac::concat(row).subscribeNext([&sum](int v) { sum += v; }, rac::Ignore(), [&] { completed = true; });
-  EXPECT_EQ(sum, kMany);
-  EXPECT_TRUE(completed);
+  int sumAtEnd = 0;
+  rac::concat(row).subscribeNext([&](int v) { sum += v; }, rac::Ignore(), [&] { sumAtEnd = sum; });
+  EXPECT_EQ(sumAtEnd, kMany);
 }
 
 TEST(SignalTest, SendsIntoASubjectWithOrWithoutTheEnd) {

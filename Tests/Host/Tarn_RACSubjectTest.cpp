@@ -2,12 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
-#include <memory>
 #include <optional>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "Host/Tarn_RACReplaySubject.h"
@@ -69,11 +65,7 @@ template <typename Subject>
 void tell(const std::string& story) {
   std::optional<Stage<Subject>> stage;
   const auto take = [&stage](const std::string& step) {
-    if (step == "new") {
-      stage.emplace();
-    } else {
-      stage->take(step);
-    }
+    step == "new" ? (void)stage.emplace() : stage->take(step);
   };
   test::tellStory(story, take, [&stage](const std::string&) { return stage->log(); });
 }

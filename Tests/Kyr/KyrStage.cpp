@@ -3,9 +3,8 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cctype>
 #include <map>
-#include <utility>
 
 #include "Host/TarnBasicSessionProvider.h"
 #include "Platform/Queue.h"
@@ -32,11 +31,8 @@ CMTime readTime(const std::string& text) {
 
 const std::map<std::string, std::function<void(KyrStage&)>> kSteps = {
     {"turn", [](auto&) { drainAll(); }},
-    {"|", [](auto& stage) { stage.forget(); }},
     {"?suspended", [](auto& stage) { EXPECT_TRUE(stage.isSuspended()); }},
     {"?following", [](auto& stage) { EXPECT_FALSE(stage.isSuspended()); }},
-    {"out", [](auto& stage) { stage.playOut(); }},
-    {"skip", [](auto& stage) { stage.pressSkip(); }},
     {"gone", [](auto& stage) { stage.session.reset(); }},
     {"play", [](auto& stage) { stage.session->avPlayerPlay(); }},
     {"pause", [](auto& stage) { stage.session->avPlayerPause(); }},
@@ -117,8 +113,8 @@ KyrStage::KyrStage(std::string_view drawing, const VMAPDrawing& options, double 
   session->begin();
   session->avPlayerPlay();
   player().becomeReady(static_cast<double>(drawing.size()) * options.secondsPerCell + difference);
-  drainAll();
-  forget();
+  take("turn");
+  take("|");
 }
 
 KyrStage::~KyrStage() {
@@ -130,21 +126,32 @@ void KyrStage::tell(const std::string& story) {
   tellStory(
       story, [this](const std::string& step) { take(step); },
       [this](const std::string& place) {
-        const auto found = place == "calls"     ? calls()
-                           : place == "beacons" ? beacons()
-                           : place == "events"  ? events()
-                                                : lines();
-        return fmt::format("{}", fmt::join(found, ", "));
+        const auto found = place == "calls" ? calls() : place == "beacons" ? beacons() : Lines();
+        const auto told = place == "events" ? events() : place == "lines" ? lines() : found;
+        return fmt::format("{}", fmt::join(told, ", "));
       });
 }
 
 void KyrStage::take(const std::string& step) {
-  if (step.starts_with(">>")) return ask(readTime(step.substr(2)));
-  if (step.starts_with('>')) return seek(readTime(step.substr(1)));
-  if (step.starts_with('@')) return jump(readTime(step.substr(1)));
-  if (step.ends_with('~')) return player().advance(std::stod(step));
-  if (step[0] >= '0' && step[0] <= '9') return play(std::stod(step));
-  kSteps.at(step)(*this);
+  if (step == "|") {
+    (void)std::tuple(calls(), lines(), beacons());
+  } else if (step == "out") {
+    playOut();
+  } else if (step == "skip") {
+    (*lastAd()->privateProperties().get<TarnAdSkipHandler>(kTarnAdPrivatePropertyKeySkipHandler))();
+  } else if (step[0] == '>') {
+    session->seekToTime(readTime(step.substr(step.find_first_not_of('>'))), [calls = calls_](bool finished) {
+      calls->push_back(finished ? "finished" : "unfinished");
+    });
+    if (step[1] != '>') drainAll();
+  } else if (step[0] == '@') {
+    player().seekToTime(readTime(step.substr(1)), kCMTimeZero, kCMTimeZero, nullptr);
+    drainAll();
+  } else if (step.ends_with('~')) {
+    player().advance(std::stod(step));
+  } else {
+    std::isdigit(step[0]) != 0 ? play(std::stod(step)) : kSteps.at(step)(*this);
+  }
 }
 
 void KyrStage::play(double seconds) {
@@ -161,36 +168,10 @@ void KyrStage::playOut() {
   }
 }
 
-void KyrStage::jump(CMTime absoluteTime) {
-  player().seekToTime(absoluteTime, kCMTimeZero, kCMTimeZero, nullptr);
-  drainAll();
-}
-
-void KyrStage::ask(CMTime contentTime) {
-  session->seekToTime(contentTime, [calls = calls_](bool finished) {
-    calls->push_back(finished ? "finished" : "unfinished");
-  });
-}
-
-void KyrStage::seek(CMTime contentTime) {
-  ask(contentTime);
-  drainAll();
-}
-
 Lines KyrStage::events() {
-  constexpr std::string_view kOthers[] = {"AdProgress", "duration", "seekable", "loaded", "progress"};
-  Lines events = recorder_->take();
-  std::erase_if(events, [&](const std::string& line) {
-    return std::any_of(std::begin(kOthers), std::end(kOthers),
-                       [&](std::string_view other) { return line.starts_with(other); });
-  });
+  Lines events = lines();
+  std::erase_if(events, [](const auto& line) { return line == "AdProgress" || std::islower(line[0]) != 0; });
   return events;
-}
-
-void KyrStage::forget() {
-  (void)calls();
-  (void)lines();
-  (void)beacons();
 }
 
 TarnPlaybackSession::LifecycleEvent KyrStage::lastEvent(std::string_view type) const {
@@ -213,10 +194,6 @@ void KyrStage::when(const std::string& type, std::function<void()> action) {
       .filter([type = kCommonPrefix + type](const auto& event) { return event->is(type); })
       .take(1)
       .subscribeNext([action = std::move(action)](const auto&) { action(); });
-}
-
-void KyrStage::pressSkip() const {
-  (*lastAd()->privateProperties().get<TarnAdSkipHandler>(kTarnAdPrivatePropertyKeySkipHandler))();
 }
 
 }  // namespace tarn::test

@@ -1,11 +1,6 @@
 #pragma once
 
-#include <functional>
-#include <memory>
 #include <mutex>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "Kyr/TarnKyrSession.h"
 #include "Kyr/TarnKyrSessionProvider.h"
@@ -60,7 +55,7 @@ class KyrStage {
 
   [[nodiscard]] FakePlayer& player() const { return *player_.lock(); }
   /// Plays a story (see `tellStory`) that looks at the calls, lines, events and beacons below. Steps are what
-  /// is called as the members here, of the session or of the player are, and
+  /// is called as the members of the session or of the player are, and
   ///
   ///     12             plays that many seconds
   ///     12~            the same, and leaves the main queue as it is
@@ -68,26 +63,18 @@ class KyrStage {
   ///     >50   >30-1    seeks to that content time, a tick before it
   ///     >>50           asks for that, and leaves the main queue as it is, as `skip` does
   ///     turn           runs the main queue
+  ///     skip           presses the skip button of the ad that was entered last
+  ///     out            plays until the player has come to an end, through all seeks
   ///     |              forgets
   ///     ?suspended ?following    expects that the tracker is kept from looking, or is not
   void tell(const std::string& story);
   /// The player moves on; then what waits on the main queue, such as the landing of seeks.
   void play(double seconds);
-  /// Plays until the player has come to an end, through all seeks.
-  void playOut();
-  /// Puts the playhead somewhere.
-  void jump(CMTime absoluteTime);
-  /// Asks the session for a seek, whose answer will be a line of `calls`.
-  void ask(CMTime contentTime);
-  /// The same; then what waits on the main queue.
-  void seek(CMTime contentTime);
-  /// Presses the skip button of the ad that was entered last.
-  void pressSkip() const;
   /// Does once what `action` says when a lifecycle event of that type comes, "AdEnter" for example, when the
   /// beacon "a-impression" is sent, or at the next "progress".
   void when(const std::string& type, std::function<void()> action);
 
-  // What came since the last call, or since `forget`.
+  // What came since the last call, or since the step "|".
 
   /// What the player was asked for (see `FakePlayer::calls`), and among it "canSeek" and "cannotSeek" as it
   /// changes, and "finished" and "unfinished" as seeks are answered.
@@ -97,7 +84,6 @@ class KyrStage {
   /// The lifecycle alone, without AdProgress.
   [[nodiscard]] Lines events();
   [[nodiscard]] Lines beacons() const { return sink_->take(); }
-  void forget();
 
   [[nodiscard]] TarnPlaybackSession::LifecycleEvent lastEvent(std::string_view type) const;
   [[nodiscard]] std::shared_ptr<const TarnAd> lastAd() const;
@@ -109,6 +95,7 @@ class KyrStage {
 
  private:
   void take(const std::string& step);
+  void playOut();
 
   std::shared_ptr<RecordingSink> sink_ = std::make_shared<RecordingSink>();
   std::weak_ptr<FakePlayer> player_;

@@ -18,24 +18,19 @@ constexpr const char* kStream = "..aaa....bbb......";
 
 TEST(ABreak, CarriesItsAdsInItsEvents) {
   KyrStage stage("..ab..");
-  stage.play(12);
+  stage.tell("12 pause play 5");
   const auto sequence = stage.lastEvent("AdSequenceEnter")->adSequence();
-  ASSERT_EQ(sequence->ads().size(), 2U);
-  EXPECT_EQ(sequence->ads()[1]->adId(), "b");
+  EXPECT_EQ(sequence->ads().at(1)->adId(), "b");
   const auto* parsed = sequence->properties().get<std::shared_ptr<const TarnLumoAdSequence>>(
       kTarnKyrAdPropertiesKeyLumoAdSequence);
   EXPECT_EQ((*parsed)->ads().size(), 2U);
-  const auto progress = stage.lastEvent("AdProgress");
-  EXPECT_EQ(progress->ad()->adId(), "a");
-  EXPECT_THAT(progress->adProgress().value(), SecondsEq(2));
-  EXPECT_EQ(stage.lastEvent("WillPauseForAd")->properties(), std::nullopt);
-  EXPECT_EQ(stage.lastEvent("Pause")->properties(), std::nullopt);
-  stage.tell("pause play");
-  EXPECT_EQ(stage.lastEvent("AdPause")->ad()->adId(), "a");
-  EXPECT_EQ(stage.lastEvent("AdResume")->ad()->adId(), "a");
-  stage.play(5);
-  EXPECT_EQ(stage.lastEvent("AdExit")->ad()->adId(), "a");
-  stage.play(5);
+  EXPECT_EQ(stage.lastEvent("AdProgress")->ad()->adId(), "b");
+  EXPECT_THAT(stage.lastEvent("AdProgress")->adProgress().value(), SecondsEq(2));
+  for (const auto* const event : {"AdPause", "AdResume", "AdExit"})
+    EXPECT_EQ(stage.lastEvent(event)->ad()->adId(), "a");
+  for (const auto* const event : {"WillPauseForAd", "Pause"})
+    EXPECT_EQ(stage.lastEvent(event)->properties(), std::nullopt);
+  stage.tell("5");
   EXPECT_EQ(stage.lastEvent("AdSequenceExit")->adSequence()->ads().size(), 2U);
 }
 
