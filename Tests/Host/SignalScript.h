@@ -66,30 +66,25 @@ struct Stage {
 
   void play(const std::string& script) const {
     std::istringstream steps(script);
-    for (std::string step; steps >> step;) playStep(step);
+    for (std::string step; steps >> step;) {
+      const auto& subject = step[0] == 'a' ? a : step[0] == 'b' ? b : c;
+      const auto what = step.substr(1);
+      if (step == "-") {
+        disposable.dispose();
+      } else if (what == "|") {
+        subject.sendCompleted();
+      } else if (what == "!") {
+        subject.sendError(errorNamed(step.substr(0, 1)));
+      } else {
+        subject.sendNext(std::stoi(what));
+      }
+    }
   }
 
   /// The names of the subjects that somebody listens to.
   [[nodiscard]] std::string heard() const {
     return std::string(a.hasSubscribers() ? "a" : "") + (b.hasSubscribers() ? "b" : "") +
            (c.hasSubscribers() ? "c" : "");
-  }
-
- private:
-  void playStep(const std::string& step) const {
-    if (step == "-") {
-      disposable.dispose();
-      return;
-    }
-    const auto& subject = step[0] == 'a' ? a : step[0] == 'b' ? b : c;
-    const auto what = step.substr(1);
-    if (what == "|") {
-      subject.sendCompleted();
-    } else if (what == "!") {
-      subject.sendError(errorNamed(step.substr(0, 1)));
-    } else {
-      subject.sendNext(std::stoi(what));
-    }
   }
 };
 

@@ -14,7 +14,6 @@
 namespace {
 
 using tarn::test::FakePlayer;
-using tarn::test::tellStory;
 using Session = std::shared_ptr<TarnPlaybackSession>;
 using Video = std::shared_ptr<const TarnVideo>;
 
@@ -102,7 +101,7 @@ TEST(TarnPlaybackController, PlaysVideosOneAfterAnotherWithOneStreamOpenAtATime)
   const auto take = [&stage](const std::string& step) {
     step == "new" ? (void)(stage = std::make_shared<Stage>()) : stage->take(step);
   };
-  tellStory(R"(
+  tarn::test::tellStory(R"(
     new listen +a +b begin begin end turn => log: a> aBegin aPlay aEnd aTerminate b> bBegin bPlay b:1
     // The viewer may go back into the last video; a later video waits for the next turn.
     new +a begin end back turn +b turn end turn end turn => log: a:1 a:1 b:1 b:1
@@ -117,7 +116,7 @@ TEST(TarnPlaybackController, PlaysVideosOneAfterAnotherWithOneStreamOpenAtATime)
     new listen +a begin gone turn => log: a> aBegin aPlay aTerminate none:0
     new listen a>=over +a begin turn => log: a> aTerminate none:0
     new listen a>=gone +a begin turn => log: a> aBegin aPlay aTerminate none:0)",
-            take, [&stage](const std::string&) { return stage->log(); });
+                        take, [&stage](const std::string&) { return stage->log(); });
 }
 
 TEST(TarnPlaybackController, PassesOverALongRowOfVideosThatFailAndAConsumerThatIsGone) {

@@ -9,7 +9,6 @@
 namespace tarn {
 namespace {
 
-using test::errorNamed;
 using test::Record;
 
 using Command = Tarn_RACCommand<int, int>;
@@ -67,7 +66,7 @@ TEST(CommandTest, DoesNotRunBesideItselfButAgainAtItsEnd) {
   EXPECT_EQ(lineOf(command.execute(2)), kRefused);
   work->sendNext(5);
   const auto failing = *work;
-  failing.sendError(errorNamed("e"));
+  failing.sendError(test::errorNamed("e"));
   EXPECT_EQ(first.line(), "5 !e");
   EXPECT_EQ(second, "");
   EXPECT_FALSE(command.isEnabled());

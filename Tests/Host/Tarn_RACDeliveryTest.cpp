@@ -10,7 +10,6 @@
 namespace tarn {
 namespace {
 
-using test::errorNamed;
 using test::Record;
 using test::Stage;
 

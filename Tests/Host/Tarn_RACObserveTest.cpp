@@ -11,7 +11,6 @@
 namespace tarn {
 namespace {
 
-using test::errorNamed;
 using test::Record;
 
 struct Tracker {
@@ -118,8 +117,10 @@ TEST(BindingTest, AssignsEachValueAndTheGivenOneForNil) {
     const Tarn_RACDeallocDisposable owner;
     const auto nil = std::make_shared<const std::string>("nil");
     const auto add = [&](const std::string& text) { texts.push_back(text); };
-    owner.add(bindSignal(optionals, [=](int value) { add(std::to_string(value)); }, -1));
-    owner.add(bindSignal(pointers, [=](const auto& value) { add(*value); }, nil));
+    owner.add(bindSignal(
+        optionals, [=](int value) { add(std::to_string(value)); }, -1));
+    owner.add(bindSignal(
+        pointers, [=](const auto& value) { add(*value); }, nil));
     owner.add(bindSignal(optionals, [=](std::optional<int> value) { add(value ? "set" : "unset"); }));
     optionals.sendNext(1);
     optionals.sendNext(std::nullopt);
@@ -135,7 +136,7 @@ TEST(BindingTest, SaysWhatEndedIt) {
   const auto sink = installLogSink([&](std::string_view line) { log = line; });
   const Tarn_RACSubject<int> subject;
   bindSignal(subject, [](int) {});
-  subject.sendError(errorNamed("Host"));
+  subject.sendError(test::errorNamed("Host"));
   EXPECT_EQ(log, "A binding ended with an error: Host 1");
 }
 

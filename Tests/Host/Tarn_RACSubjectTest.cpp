@@ -13,7 +13,6 @@
 namespace tarn {
 namespace {
 
-using test::errorNamed;
 using test::Record;
 
 /// A subject and the log of all its subscribers: "x1 x| y!".
@@ -37,7 +36,7 @@ class Stage {
     } else if (step == "|") {
       subject_->sendCompleted();
     } else if (step == "!") {
-      subject_->sendError(errorNamed("e"));
+      subject_->sendError(test::errorNamed("e"));
     } else {
       subject_->sendNext(std::stoi(step));
     }
@@ -107,17 +106,16 @@ TEST(SubjectTest, HoldsItsSubscribersWhoDoNotHoldIt) {
   auto subject = std::make_optional<Tarn_RACSubject<int>>();
   auto witness = std::make_shared<int>(0);
   const std::weak_ptr<int> held = witness;
-  bool told = false;
+  const Record record;
   // The disposable is dropped, and with the subject goes the subscription, without a word.
-  subject->subscribeNext([witness](int) {}, [&](const Error&) { told = true; }, [&] { told = true; });
-  witness.reset();
+  record.listen(subject->signal(), std::move(witness));
   EXPECT_FALSE(held.expired());
   auto signal = std::make_optional(subject->signal());
   subject.reset();
   EXPECT_FALSE(held.expired()) << "a signal made from the subject is a handle on it";
   signal.reset();
   EXPECT_TRUE(held.expired());
-  EXPECT_FALSE(told);
+  EXPECT_EQ(record.line(), "");
 }
 
 /// What dies with a subscription may itself end and begin subscriptions of the same subject.

@@ -16,12 +16,6 @@ namespace {
 
 const std::string kCommonPrefix = "kTarnPlaybackSessionLifecycleEvent";
 
-/// One server for the whole test program: each takes many threads.
-LoopbackServer& documentServer() {
-  static LoopbackServer server;
-  return server;
-}
-
 /// "30-1": thirty seconds less a tick.
 CMTime readTime(const std::string& text) {
   std::size_t length = 0;
@@ -67,10 +61,11 @@ bool await(const std::function<bool()>& done) {
 }
 
 URL serve(std::string document) {
+  static LoopbackServer server;  // one for the whole test program: each takes many threads
   static int count = 0;
   const std::string path = "/document-" + std::to_string(++count);
-  documentServer().answer(path, {.body = std::move(document)});
-  return documentServer().url(path);
+  server.answer(path, {.body = std::move(document)});
+  return server.url(path);
 }
 
 std::shared_ptr<const TarnVideo> ssaiVideo(const URL& document, TarnCuePointCollection::CuePoints cuePoints) {
@@ -176,10 +171,6 @@ Lines KyrStage::events() {
 
 TarnPlaybackSession::LifecycleEvent KyrStage::lastEvent(std::string_view type) const {
   return recorder_->lastEvent(kCommonPrefix + std::string(type));
-}
-
-std::shared_ptr<const TarnAd> KyrStage::lastAd() const {
-  return lastEvent("AdEnter")->ad();
 }
 
 void KyrStage::when(const std::string& type, std::function<void()> action) {

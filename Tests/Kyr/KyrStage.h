@@ -86,7 +86,7 @@ class KyrStage {
   [[nodiscard]] Lines beacons() const { return sink_->take(); }
 
   [[nodiscard]] TarnPlaybackSession::LifecycleEvent lastEvent(std::string_view type) const;
-  [[nodiscard]] std::shared_ptr<const TarnAd> lastAd() const;
+  [[nodiscard]] std::shared_ptr<const TarnAd> lastAd() const { return lastEvent("AdEnter")->ad(); }
   [[nodiscard]] bool isSuspended() const { return session->tracker()->shouldSuspendProgress(); }
   [[nodiscard]] std::weak_ptr<void> sink() const { return sink_; }
 

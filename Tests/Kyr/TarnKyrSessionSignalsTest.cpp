@@ -8,11 +8,7 @@
 namespace {
 
 using namespace tarn::test;
-using ::testing::AllOf;
 using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::Not;
-using ::testing::StartsWith;
 
 constexpr const char* kStream = "..aaa....bbb......";
 
@@ -42,7 +38,7 @@ TEST(TrackerEvents, ThatNameNoAdOrAreUnknownArePassedOn) {
     stage.session->tracker()->event().set(std::make_shared<const TarnLumoProgressTrackerEvent>(
         static_cast<TarnLumoProgressTrackerEventType>(type), properties));
   }
-  EXPECT_THAT(stage.lines(), ElementsAre("AdProgress", "none"));
+  EXPECT_THAT(stage.lines(), ::testing::ElementsAre("AdProgress", "none"));
   EXPECT_THAT(stage.lastEvent("AdProgress")->adProgress().value(), SecondsEq(3));
 }
 
@@ -72,11 +68,9 @@ TEST(PauseAndPlay, AreToldAsTheAdsWhileOnePlays) {
 }
 
 TEST(Durations, LeaveTheAdsOut) {
-  KyrStage stage("aa....................b....................", {.secondsPerCell = 15});
-  stage.session->loadVideoURL(*tarn::URL::fromString("http://stream.example/again.m3u8"));
-  EXPECT_THAT(stage.lines(), ElementsAre("duration nan", "seekable unknown"));
-  stage.player().becomeReady(645);
-  EXPECT_THAT(stage.lines(), ElementsAre("duration 600", "seekable 0+600", "Ready"));
+  KyrStage("a...b.").tell(R"(
+    load    => lines: duration nan, seekable unknown
+    ready30 => lines: duration 20, seekable 0+20, Ready)");
 }
 
 TEST(AStreamThatIsNotAsLongAsItsDocument, EndsEveryAdOnceBeforeItsEnd) {
@@ -109,8 +103,9 @@ TEST(Beacons, AreNeverSentTwiceInOneViewing) {
       => beacons: impression-1, b-impression, b-creativeView, b-start, b-firstQuartile, b-midpoint, b-thirdQuartile, b-complete
     >8 play 22)");  // back, and through the first break
   const Lines beacons = stage.beacons();
-  EXPECT_THAT(beacons, AllOf(Contains("a-impression"), Contains("a-complete"), Contains("impression-9"),
-                             Not(Contains(StartsWith("b")))));
+  EXPECT_THAT(beacons,
+              ::testing::AllOf(Contains("a-impression"), Contains("a-complete"), Contains("impression-9"),
+                               ::testing::Not(Contains(::testing::StartsWith("b")))));
   EXPECT_EQ(std::set(beacons.begin(), beacons.end()).size(), beacons.size());
 }
 

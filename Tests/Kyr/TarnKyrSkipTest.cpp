@@ -6,11 +6,7 @@
 namespace {
 
 using namespace tarn::test;
-using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Not;
-using ::testing::Pair;
 
 // Ads at absolute 10..20 s and 20..30 s.
 constexpr const char* kStream = "..aabb....";
@@ -70,7 +66,7 @@ TEST(SkippingAnAd, CountsOnceHoweverOftenTheButtonIsPressed) {
     press();
   }
   stage.tell("=> calls: canSeek");
-  EXPECT_THAT(stage.beacons(), Not(Contains("a-skip")));
+  EXPECT_THAT(stage.beacons(), ::testing::Not(::testing::Contains("a-skip")));
 }
 
 TEST(AHostAd, CarriesTheParsedAdItsExtensionsAndWhatItsControlsNeed) {
@@ -83,7 +79,7 @@ TEST(AHostAd, CarriesTheParsedAdItsExtensionsAndWhatItsControlsNeed) {
   stage.play(17);
   const auto ad = stage.lastAd();
   EXPECT_EQ(ad->title().value() + " is " + ad->adId().value(), "Ad a is a");
-  EXPECT_THAT(std::pair(ad->beginTime(), ad->duration()), Pair(SecondsEq(10), SecondsEq(10)));
+  EXPECT_THAT(std::pair(ad->beginTime(), ad->duration()), ::testing::Pair(SecondsEq(10), SecondsEq(10)));
   const auto& properties = ad->properties();
   const auto& parsed = *properties.get<std::shared_ptr<const TarnLumoAd>>(kTarnKyrAdPropertiesKeyLumoAd);
   EXPECT_TRUE(parsed->isEqualToAd(*stage.session->timeline()->adSequences()[1]->ads()[0]));
@@ -116,7 +112,7 @@ TEST(AHostAd, HasEmptyListsWhereThereIsNothingToClickAndNoEntriesForAbsentExtens
   EXPECT_EQ(ad->privateProperties().size(), 5U);
   for (const auto* const key :
        {kTarnAdPrivatePropertyKeyClickthroughURLs, kTarnAdPrivatePropertyKeyTrackingURLs})
-    EXPECT_THAT(*ad->privateProperties().get<Lines>(key), IsEmpty());
+    EXPECT_THAT(*ad->privateProperties().get<Lines>(key), ::testing::IsEmpty());
   EXPECT_EQ(*ad->privateProperties().get<int>(kTarnAdPrivatePropertyKeySkippable), 0);
 }
 
