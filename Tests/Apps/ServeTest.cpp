@@ -86,16 +86,14 @@ TEST_F(ServeTest, TheDemoHoldsWhatRealDocumentsDo) {
   const auto& skippable = timeline["adSequences"][1]["ads"][0];
   EXPECT_EQ(skippable["skipOffset"], 3);
   EXPECT_EQ(skippable["companions"].size(), 1U);
-  EXPECT_FALSE(skippable["creativeExtensions"].is_null());
-  EXPECT_FALSE(skippable["extensions"].is_null());
+  EXPECT_FALSE(skippable["creativeExtensions"].is_null() || skippable["extensions"].is_null());
   EXPECT_EQ(skippable["trackingEvents"]["ordered"].size(), 4U);
   EXPECT_EQ(timeline["contentImpressions"].size(), 3U);
 
   EXPECT_EQ(runKyr({"inspect", service.url("/vmap/bad-offset.xml")}).status, 1);
-  get("/vmap/nothing.xml", 404);
-  get("/stream/nothing.m3u8", 404);
-  get("/stream/segment999.ts", 404);
-  get("/stream/..%2f..%2f..%2f..%2fetc%2fpasswd", 404);
+  for (const char* path : {"/vmap/nothing.xml", "/stream/nothing.m3u8", "/stream/segment999.ts",
+                           "/stream/..%2f..%2f..%2f..%2fetc%2fpasswd"})
+    get(path, 404);
 }
 
 TEST_F(ServeTest, ListsBeaconsAsTheyCameUntilTheyAreForgotten) {
@@ -122,16 +120,13 @@ TEST_F(ServeTest, EndsAtOnceAlsoWithConnectionsOpen) {
   }
 }
 
-TEST_F(ServeTest, SaysThatItsPortIsTaken) {
-  const auto outcome = runKyr({"serve", "--port", std::to_string(service.port()), "--media", KYR_TEST_MEDIA});
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.err, HasSubstr("--port 0"));
-}
-
-TEST(ServeCallTest, SaysThatItsFolderCannotBeWritten) {
-  const auto outcome = runKyr({"serve", "--port", "0", "--media", "/proc/kyr"});
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_THAT(outcome.err, HasSubstr("/proc/kyr"));
+TEST_F(ServeTest, SaysThatItsPortIsTakenOrItsFolderCannotBeWritten) {
+  const auto taken = runKyr({"serve", "--port", std::to_string(service.port()), "--media", KYR_TEST_MEDIA});
+  EXPECT_EQ(taken.status, 1);
+  EXPECT_THAT(taken.err, HasSubstr("--port 0"));
+  const auto unwritable = runKyr({"serve", "--port", "0", "--media", "/proc/kyr"});
+  EXPECT_EQ(unwritable.status, 2);
+  EXPECT_THAT(unwritable.err, HasSubstr("/proc/kyr"));
 }
 
 }  // namespace

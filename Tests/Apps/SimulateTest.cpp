@@ -44,9 +44,6 @@ std::string document(std::string_view breaks, int payload, int content = 60) {
 // |    | a  |         | b  |             |         |            | post |
 // 0    10   10        30   30            60        0            60     60
 const std::string kTwoBreaks = document(breakWith("a", "00:00:10") + breakWith("b", "00:00:30"), 90);
-// The same, and 15 s of post-roll from 90 on.
-const std::string kThreeBreaks =
-    document(breakWith("a", "00:00:10") + breakWith("b", "00:00:30") + breakWith("post", "end"), 105);
 const std::string kPostRoll = document(breakWith("post", "end"), 75);
 
 Outcome simulate(const std::string& document, const std::string& script,
@@ -90,23 +87,6 @@ TEST(SimulateTest, SeeksPlayTheAdsThatTheyPass) {
        {kForcedB,
         "20: b/complete AdExit(b) AdSequenceExit(1) Play canSeek=yes pause Pause seek(80 -2 +2) play Play "
         "sought(50 yes)"}},
-      {"between breaks is plain",
-       "run 27\nseek 20",
-       {kEnterA, kStartA, kExitA, "27: canSeek=no canSeek=yes seek(35 -2 +2) sought(20 yes)"}},
-      {"shortly before a break never lands in it",
-       "run 27\nseek 29",
-       {kEnterA, kStartA, kExitA, "27: canSeek=no canSeek=yes seek(44 -2 +0) sought(29 yes)"}},
-      {"past the end plays the post roll",
-       "run 3\nseek 70\nrun 30",
-       {"3: canSeek=no pause Pause seek(60.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(0) "
-        "post/impression AdEnter(post) post/creativeView post/start",
-        "17.8: post/complete AdExit(post) AdSequenceExit(0) Play canSeek=yes pause Pause play Play "
-        "sought(70 yes) End"},
-       {},
-       kPostRoll},
-      {"back to the start is exact",
-       "run 5\nseek 0",
-       {"5: canSeek=no canSeek=yes seek(0.2 -0 +0) sought(0 yes)"}},
       {"during an ad is refused", "run 12\nseek 30", {kEnterA, kStartA, "12: sought(30 no)"}},
       {"with ads disabled is plain and exact",
        "run 5\nadsDisabled yes\nseek 50",
@@ -119,14 +99,6 @@ TEST(SimulateTest, SeeksPlayTheAdsThatTheyPass) {
        {"2: canSeek=no canSeek=yes seek(8 -2 +0)", "2.5: canSeek=no canSeek=yes seek(5 -2 +2) sought(8 no)",
         "3.5: sought(5 yes)"},
        {"--seek-latency", "1"}},
-      {"overtaken leave the lock to the newer one",
-       "run 5\nseek 50\nrun 16.5\nseek 70\nrun 0.2\nseek 3",
-       {"5: canSeek=no pause Pause seek(45.2 -0 +0)",
-        "6: play Play WillPauseForAd Pause AdSequenceEnter(1) b/impression AdEnter(b) b/creativeView b/start",
-        "21: b/complete AdExit(b) AdSequenceExit(1) Play canSeek=yes pause Pause seek(80 -2 +2)",
-        "21.5: canSeek=no pause seek(90.2 -0 +0) sought(50 no)", "21.7: sought(3 no)"},
-       {"--seek-latency", "1"},
-       kThreeBreaks},
       {"from the end play when the viewer plays before they land",
        "run 20\nseek 5\nplay\nrun 1",
        {kEnterA, kStartA,

@@ -282,57 +282,40 @@ TEST_P(GStreamerPlayerFault, EndsInAnErrorThatNamesTheStreamAndItsCause) {
   EXPECT_FALSE(viewer.player->error());
 }
 
-const auto atIndex = [](auto change) {
+/// The stream, in which that happens.
+const auto with = [](auto change) {
   return [change](StreamServer& server) {
     change(server);
     return server.url("/index.m3u8");
   };
 };
+const auto hanging = [](const char* path) { return with([path](auto& s) { s.hang(path); }); };
 
-INSTANTIATE_TEST_SUITE_P(
-    , GStreamerPlayerFault,
-    ::testing::Values(FaultRow{"NotThere", [](auto& server) { return server.url("/nowhere.m3u8"); },
-                               TarnPlayerErrorCode::cannotOpen, true},
-                      FaultRow{"NoServer", [](auto&) { return StreamServer().url("/index.m3u8"); },
-                               TarnPlayerErrorCode::cannotOpen, true},
-                      FaultRow{"LocalFile", [](auto&) { return *URL::fromString("file:///etc/hostname"); },
-                               TarnPlayerErrorCode::unsupportedScheme, false},
-                      FaultRow{"WebPage", atIndex([](auto& s) {
-                                 s.serve("/index.m3u8", "<!DOCTYPE html><html><body>Not here</body></html>",
-                                         "text/html");
-                               }),
-                               TarnPlayerErrorCode::notPlayable, true},
-                      FaultRow{"Nothing", atIndex([](auto& s) { s.serve("/index.m3u8", "", "video/mp2t"); }),
-                               TarnPlayerErrorCode::notPlayable, true},
-                      FaultRow{"NoSegments", atIndex([](auto& s) {
-                                 for (const char* n : {"0", "1", "2", "3"})
-                                   s.refuse(std::string("/segment00") + n + ".ts", 404);
-                               }),
-                               TarnPlayerErrorCode::cannotOpen, true},
-                      FaultRow{"SegmentsGoneHalfWay", atIndex([](auto& s) { s.hang("/segment002.ts"); }),
-                               TarnPlayerErrorCode::brokenOff, true,
-                               [](auto& s) {
-                                 s.refuse("/segment003.ts", 404);
-                                 s.refuse("/segment002.ts", 404);
-                               },
-                               2.0},
-                      FaultRow{"ConnectionCutHalfWay", atIndex([](auto& s) { s.hang("/segment002.ts"); }),
-                               TarnPlayerErrorCode::brokenOff, true,
-                               [](auto& s) {
-                                 s.refuse("/segment003.ts", 404);
-                                 s.breakOff("/segment002.ts");
-                               },
-                               2.0},
-                      FaultRow{"PlaylistNeverComes", atIndex([](auto& s) { s.hang("/index.m3u8"); }),
-                               TarnPlayerErrorCode::stalled, true},
-                      FaultRow{"SegmentNeverComes", atIndex([](auto& s) { s.hang("/segment001.ts"); }),
-                               TarnPlayerErrorCode::stalled, true}),
-    [](const auto& row) { return std::string(row.param.name); });
+using enum TarnPlayerErrorCode;
+const FaultRow kFaults[] = {
+    {"NotThere", [](auto& s) { return s.url("/nowhere.m3u8"); }, cannotOpen, true},
+    {"NoServer", [](auto&) { return StreamServer().url("/index.m3u8"); }, cannotOpen, true},
+    {"LocalFile", [](auto&) { return *URL::fromString("file:///etc/hostname"); }, unsupportedScheme, false},
+    {"WebPage", with([](auto& s) { s.serve("/index.m3u8", "<!DOCTYPE html><html>No</html>", "text/html"); }),
+     notPlayable, true},
+    {"Nothing", with([](auto& s) { s.serve("/index.m3u8", "", "video/mp2t"); }), notPlayable, true},
+    {"NoSegments", with([](auto& s) {
+       for (const char* n : {"0", "1", "2", "3"}) s.refuse(std::string("/segment00") + n + ".ts", 404);
+     }),
+     cannotOpen, true},
+    {"SegmentsGoneHalfWay", hanging("/segment002.ts"), brokenOff, true,
+     [](auto& s) { s.refuse("/segment003.ts", 404), s.refuse("/segment002.ts", 404); }, 2.0},
+    {"ConnectionCutHalfWay", hanging("/segment002.ts"), brokenOff, true,
+     [](auto& s) { s.refuse("/segment003.ts", 404), s.breakOff("/segment002.ts"); }, 2.0},
+    {"PlaylistNeverComes", hanging("/index.m3u8"), stalled, true},
+    {"SegmentNeverComes", hanging("/segment001.ts"), stalled, true}};
+
+INSTANTIATE_TEST_SUITE_P(, GStreamerPlayerFault, ::testing::ValuesIn(kFaults),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(GStreamerPlayerTest, SurvivesFaultsThatPass) {
-  server.refuse("/segment001.ts", 503);
-  server.breakOff("/segment002.ts");
-  for (const char* path : {"/segment001.ts", "/segment002.ts"}) server.healAfterOne(path);
+  server.refuse("/segment001.ts", 503, true);
+  server.breakOff("/segment002.ts", true);
   server.hang("/segment003.ts");
   viewer.player->play();
   viewer.player->loadURL(server.url("/index.m3u8"));

@@ -16,24 +16,10 @@
 namespace tarn::test {
 namespace {
 
-enum class Fault { none, hang, refuse, breakOff };
-
-struct Answer {
-  Fault fault = Fault::none;
-  int status = 200;
-  std::optional<std::string> body;
-  std::string type;
-  bool once = false;
-};
-
 std::optional<std::string> readFile(const std::string& path) {
   std::ifstream file(testStreamFolder() / path.substr(1), std::ios::binary);
   if (!file) return std::nullopt;
   return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
-std::string typeOf(const std::string& path) {
-  return path.ends_with(".m3u8") ? "application/vnd.apple.mpegurl" : "video/mp2t";
 }
 
 }  // namespace
@@ -51,26 +37,18 @@ struct StreamServer::State {
   void answer(const httplib::Request& request, httplib::Response& response) {
     std::unique_lock lock(mutex);
     ++requests[request.path];
-    const auto hangs = [&] {
-      const auto found = answers.find(request.path);
-      return found != answers.end() && found->second.fault == Fault::hang;
-    };
+    const auto hangs = [&] { return answers[request.path].fault == Fault::hang; };
     changed.wait(lock, [&] { return closed || !hangs(); });
     if (closed) return;
-    const auto found = answers.find(request.path);
-    Answer answer = found == answers.end() ? Answer{} : found->second;
-    if (answer.once) answers.erase(found);
+    Answer answer = answers[request.path];
+    if (answer.once) answers.erase(request.path);
     lock.unlock();
-    if (answer.fault == Fault::refuse) {
-      response.status = answer.status;
-      return;
-    }
     if (!answer.body) {
       answer.body = readFile(request.path);
-      answer.type = typeOf(request.path);
+      answer.type = request.path.ends_with(".m3u8") ? "application/vnd.apple.mpegurl" : "video/mp2t";
     }
-    if (!answer.body) {
-      response.status = 404;
+    if (answer.fault == Fault::refuse || !answer.body) {
+      response.status = answer.body ? answer.status : 404;
       return;
     }
     if (answer.fault != Fault::breakOff) return response.set_content(*answer.body, answer.type);
@@ -110,44 +88,15 @@ URL StreamServer::url(const std::string& path) const {
   return *URL::fromString("http://127.0.0.1:" + std::to_string(state_->port) + path);
 }
 
-void StreamServer::serve(const std::string& path, std::string body, std::string type) {
+void StreamServer::give(const std::string& path, Answer answer) {
   const std::lock_guard lock(state_->mutex);
-  state_->answers[path] = {Fault::none, 200, std::move(body), std::move(type), false};
+  state_->answers[path] = std::move(answer);
   state_->changed.notify_all();
-}
-
-void StreamServer::hang(const std::string& path) {
-  const std::lock_guard lock(state_->mutex);
-  state_->answers[path].fault = Fault::hang;
-}
-
-void StreamServer::refuse(const std::string& path, int status) {
-  const std::lock_guard lock(state_->mutex);
-  state_->answers[path] = {Fault::refuse, status, std::nullopt, {}, false};
-  state_->changed.notify_all();
-}
-
-void StreamServer::breakOff(const std::string& path) {
-  const std::lock_guard lock(state_->mutex);
-  state_->answers[path].fault = Fault::breakOff;
-  state_->changed.notify_all();
-}
-
-void StreamServer::heal(const std::string& path) {
-  const std::lock_guard lock(state_->mutex);
-  state_->answers.erase(path);
-  state_->changed.notify_all();
-}
-
-void StreamServer::healAfterOne(const std::string& path) {
-  const std::lock_guard lock(state_->mutex);
-  state_->answers[path].once = true;
 }
 
 int StreamServer::requests(const std::string& path) const {
   const std::lock_guard lock(state_->mutex);
-  const auto found = state_->requests.find(path);
-  return found == state_->requests.end() ? 0 : found->second;
+  return state_->requests[path];
 }
 
 }  // namespace tarn::test

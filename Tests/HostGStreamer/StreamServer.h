@@ -1,8 +1,9 @@
 #pragma once
 
-#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "Platform/URL.h"
 
@@ -20,20 +21,36 @@ class StreamServer {
   [[nodiscard]] URL url(const std::string& path) const;
 
   /// Answers `path` with this body from now on.
-  void serve(const std::string& path, std::string body, std::string type);
+  void serve(const std::string& path, std::string body, std::string type) {
+    give(path, {.body = std::move(body), .type = std::move(type)});
+  }
   /// Does not answer requests for `path` before it is given another answer.
-  void hang(const std::string& path);
-  /// Answers with an error status.
-  void refuse(const std::string& path, int status);
+  void hang(const std::string& path) { give(path, {.fault = Fault::hang}); }
+  /// Answers with an error status, from now on or once.
+  void refuse(const std::string& path, int status, bool once = false) {
+    give(path, {.fault = Fault::refuse, .status = status, .once = once});
+  }
   /// Cuts the connection after the first half of the body.
-  void breakOff(const std::string& path);
-  /// Behaves from now on, or after the next request.
-  void heal(const std::string& path);
-  void healAfterOne(const std::string& path);
+  void breakOff(const std::string& path, bool once = false) {
+    give(path, {.fault = Fault::breakOff, .once = once});
+  }
+  /// Behaves from now on.
+  void heal(const std::string& path) { give(path, {}); }
   [[nodiscard]] int requests(const std::string& path) const;
 
  private:
   struct State;
+  enum class Fault { none, hang, refuse, breakOff };
+  struct Answer {
+    Fault fault = Fault::none;
+    int status = 200;
+    std::optional<std::string> body = std::nullopt;
+    std::string type = {};
+    bool once = false;
+  };
+
+  void give(const std::string& path, Answer answer);
+
   std::unique_ptr<State> state_;
 };
 

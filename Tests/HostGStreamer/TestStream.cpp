@@ -12,22 +12,6 @@
 namespace tarn::test {
 namespace {
 
-constexpr const char* kPlaylist = R"(#EXTM3U
-#EXT-X-VERSION:3
-#EXT-X-TARGETDURATION:1
-#EXT-X-MEDIA-SEQUENCE:0
-#EXT-X-PLAYLIST-TYPE:VOD
-#EXTINF:1.000,
-segment000.ts
-#EXTINF:1.000,
-segment001.ts
-#EXTINF:1.000,
-segment002.ts
-#EXTINF:1.000,
-segment003.ts
-#EXT-X-ENDLIST
-)";
-
 struct Folder {
   std::filesystem::path path;
   const pid_t owner = getpid();
@@ -42,7 +26,10 @@ struct Folder {
         {{"a \"test\"", 1, "ball", 0x3498db, 440}, {"b", 3, "solid-color", 0x1e8449, 660}}, format, path,
         [](double) { return true; });
     if (!made) throw std::runtime_error(chainDescription(made.error()));
-    std::ofstream(path / "index.m3u8") << kPlaylist;
+    std::ofstream playlist(path / "index.m3u8");
+    playlist << "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:1\n#EXT-X-PLAYLIST-TYPE:VOD\n";
+    for (int i = 0; i < 4; ++i) playlist << "#EXTINF:1.000,\nsegment00" << i << ".ts\n";
+    playlist << "#EXT-X-ENDLIST\n";
   }
   ~Folder() {
     if (getpid() != owner) return;  // a test's forked child
