@@ -27,7 +27,6 @@ TEST(CallTest, WrongCallsEndWithStatusTwoAndOneLineThatSaysWhy) {
       {{"inspect", kDocument, "--xml"}, "--xml"},
       {{"inspect", kDocument, "other"}, "other"},
       {{"inspect", "/no/such/file"}, "/no/such/file: No such file or directory"},
-      {{"inspect", "--json", "/no/such/file"}, "No such file or directory"},
       {{"inspect", "/"}, "/: Is a directory"},
       {{"inspect", "http://"}, "http://"},
       {{"inspect", kDocument, "--header", "X-Token"}, "'Name: value'"},

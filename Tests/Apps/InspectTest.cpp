@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <libxml/parser.h>
-#include <libxml/tree.h>
 
 #include <nlohmann/json.hpp>
 
@@ -42,12 +41,10 @@ TEST(InspectTest, TimesThatAreNoNumbersAreWords) {
   ASSERT_EQ(sequences.size(), 2U);
   std::vector<std::string> words;
   for (const auto& sequence : sequences) {
-    const auto& ad = sequence.at("ads").at(0);
-    words.push_back(ad.at("beginTime").dump() + " " + ad.at("skipOffset").dump() + " " +
-                    ad.at("logicalOffset").dump());
+    const auto& ad = sequence["ads"][0];
+    words.push_back(ad["beginTime"].dump() + ad["skipOffset"].dump() + ad["logicalOffset"].dump());
   }
-  EXPECT_THAT(words,
-              UnorderedElementsAre(R"("invalid" "invalid" "invalid")", R"(630 "invalid" "+infinity")"));
+  EXPECT_THAT(words, UnorderedElementsAre(R"("invalid""invalid""invalid")", R"(630"invalid""+infinity")"));
 }
 
 TEST(InspectTest, TextsOfADocumentCannotDriveTheTerminal) {
@@ -83,16 +80,6 @@ std::string manyEvents(int count) {
   return text + "</TrackingEvents>";
 }
 
-std::size_t count(const xmlNode* node, std::string_view name) {
-  std::size_t found = 0;
-  for (; node != nullptr; node = node->next) {
-    if (node->type != XML_ELEMENT_NODE) continue;
-    found += reinterpret_cast<const char*>(node->name) == name ? 1U : 0U;
-    found += count(node->children, name);
-  }
-  return found;
-}
-
 TEST(InspectTest, PicturesAreWellFormedAndSmallWhateverTheDocumentHolds) {
   struct Picture {
     const char* name;
@@ -119,7 +106,9 @@ TEST(InspectTest, PicturesAreWellFormedAndSmallWhateverTheDocumentHolds) {
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     const auto svg = readFile(folder.path("picture.svg"));
     EXPECT_THAT(svg.size(), Lt(2'000'000U));
-    EXPECT_THAT(svg, AllOf(HasSubstr(shown), Not(HasSubstr("nan")), Not(HasSubstr("inf\""))));
+    EXPECT_THAT(svg, AllOf(HasSubstr(shown), Not(HasSubstr("nan")), Not(HasSubstr("inf\"")),
+                           Not(HasSubstr("<script"))));
+    EXPECT_EQ(svg.rfind("<svg"), svg.find("<svg"));
 
     const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(
         xmlReadMemory(svg.data(), static_cast<int>(svg.size()), nullptr, nullptr,

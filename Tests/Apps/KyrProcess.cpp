@@ -1,30 +1,20 @@
 #include "KyrProcess.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <memory>
 
 namespace tarn::test {
 namespace {
 
-using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-File temporaryFile() {
-  return {std::tmpfile(), &std::fclose};
-}
-
-std::string contents(std::FILE* file) {
-  std::string bytes;
-  std::rewind(file);
-  char buffer[4096];
-  while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, file)) bytes.append(buffer, count);
-  return bytes;
+/// In a forked process: reads or writes that file as a standard stream.
+void redirect(int stream, const std::string& path) {
+  ::dup2(::open(path.c_str(), stream == STDIN_FILENO ? O_RDONLY : O_WRONLY | O_CREAT, 0600), stream);
 }
 
 }  // namespace
@@ -44,21 +34,19 @@ int waitForStatus(pid_t process) {
 }
 
 Outcome runKyr(const std::vector<std::string>& arguments, std::string_view input) {
-  const auto in = temporaryFile();
-  const auto out = temporaryFile();
-  const auto err = temporaryFile();
-  std::fwrite(input.data(), 1, input.size(), in.get());
-  std::fflush(in.get());
-  std::rewind(in.get());
+  const ScratchFolder folder;
+  const auto in = folder.write("in", input);
+  const auto out = folder.path("out");
+  const auto err = folder.path("err");
   const pid_t child = ::fork();
   if (child == 0) {
-    ::dup2(::fileno(in.get()), STDIN_FILENO);
-    ::dup2(::fileno(out.get()), STDOUT_FILENO);
-    ::dup2(::fileno(err.get()), STDERR_FILENO);
+    redirect(STDIN_FILENO, in);
+    redirect(STDOUT_FILENO, out);
+    redirect(STDERR_FILENO, err);
     become(KYR_BINARY, arguments);
   }
   const int status = waitForStatus(child);
-  return {status, contents(out.get()), contents(err.get())};
+  return {status, readFile(out), readFile(err)};
 }
 
 ScratchFolder::ScratchFolder() {

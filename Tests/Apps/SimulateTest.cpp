@@ -201,10 +201,8 @@ TEST(SimulateTest, DocumentsThatDoNotLoadAreToldAsTheSessionTellsThem) {
   EXPECT_EQ(outcome.status, 1);
   auto records = parseRecords(outcome.out);
   ASSERT_THAT(records, Not(IsEmpty()));
-  const json error = records.back()["error"];
-  EXPECT_EQ(error["domain"], "kTarnKyrErrorDomain");
-  EXPECT_EQ(error["code"], 509);
-  EXPECT_EQ(error["underlying"]["code"], 4011);
+  EXPECT_EQ(records.back()["error"]["code"], 509);
+  EXPECT_EQ(records.back()["error"]["underlying"]["code"], 4011);
   EXPECT_THAT(outcome.err, HasSubstr("AdBreak timeOffset `10%` could not be parsed."));
   records.pop_back();
   EXPECT_EQ(records.front()["cuePoints"], json::array());

@@ -19,10 +19,6 @@ namespace {
 constexpr std::chrono::seconds kPatience{15};
 constexpr int kTolerance = 6;  // of a colour that has been through an encoder
 
-bool isInstalled(const char* program) {
-  return std::system((std::string("command -v ") + program + " >/dev/null").c_str()) == 0;
-}
-
 }  // namespace
 
 Colour Colour::dimmed(double share) const {
@@ -76,7 +72,8 @@ Colour Frame::background(const Area& area) const {
 
 std::string VirtualScreen::whatIsMissing() {
   for (const char* const program : {"Xvfb", "xdotool"}) {
-    if (!isInstalled(program)) return std::string(program) + " is not installed: no screen to look at";
+    if (std::system((std::string("command -v ") + program + " >/dev/null").c_str()) != 0)
+      return std::string(program) + " is not installed: no screen to look at";
   }
   return {};
 }

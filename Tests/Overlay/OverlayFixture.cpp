@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <QCoreApplication>
-#include <QKeyEvent>
 #include <QTest>
 #include <map>
 
@@ -21,23 +20,10 @@ void runQt() {
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-Picture::Picture(QQuickItem* parent) : QQuickItem(parent) {
-  setAcceptedMouseButtons(Qt::AllButtons);
-}
-
-void Picture::mousePressEvent(QMouseEvent* event) {
-  ++presses;
-  event->accept();
-}
-
 void Picture::keyPressEvent(QKeyEvent* event) {
   const bool isArrow = event->key() >= Qt::Key_Left && event->key() <= Qt::Key_Down;
   event->setAccepted(!isArrow || takesArrows);
   if (event->isAccepted()) keys.push_back(event->key());
-}
-
-void Picture::keyReleaseEvent(QKeyEvent* event) {
-  event->accept();
 }
 
 OverlayWindowTest::OverlayWindowTest() {
@@ -90,8 +76,12 @@ void OverlayWindowTest::take(const std::string& step) {
       {"left", Qt::Key_Left}, {"right", Qt::Key_Right}, {"up", Qt::Key_Up},        {"down", Qt::Key_Down},
       {"ok", Qt::Key_Return}, {"back", Qt::Key_Back},   {"escape", Qt::Key_Escape}};
   static const std::map<std::string, std::function<void(OverlayWindowTest&)>> kSteps = {
-      {"skip", [](auto& test) { test.click(test.skip()); }},
-      {"more", [](auto& test) { test.click(test.learnMore()); }},
+      {"skip",
+       [](auto& test) { QTest::mouseClick(&test.window, Qt::LeftButton, {}, test.centreOf(test.skip())); }},
+      {"more",
+       [](auto& test) {
+         QTest::mouseClick(&test.window, Qt::LeftButton, {}, test.centreOf(test.learnMore()));
+       }},
       {"press",
        [](auto& test) { QTest::mousePress(&test.window, Qt::LeftButton, {}, test.centreOf(test.skip())); }},
       {"release",
@@ -139,11 +129,6 @@ std::string OverlayWindowTest::buttons() {
 
 QPoint OverlayWindowTest::centreOf(const QQuickItem& item) const {
   return item.mapToScene(QPointF(item.width() / 2, item.height() / 2)).toPoint();
-}
-
-void OverlayWindowTest::click(const QQuickItem& item) {
-  QTest::mouseClick(&window, Qt::LeftButton, {}, centreOf(item));
-  runMainQueue();
 }
 
 void OverlayWindowTest::pressKey(int key, bool repeated) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QQuickWindow>
 #include <memory>
 #include <string>
@@ -23,15 +25,15 @@ void runQt();
 class Picture final : public QQuickItem {
   Q_OBJECT
  public:
-  explicit Picture(QQuickItem* parent);
+  explicit Picture(QQuickItem* parent) : QQuickItem(parent) { setAcceptedMouseButtons(Qt::AllButtons); }
   int presses = 0;
   std::vector<int> keys;
   bool takesArrows = false;
 
  protected:
-  void mousePressEvent(QMouseEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override { ++presses, event->accept(); }
   void keyPressEvent(QKeyEvent* event) override;
-  void keyReleaseEvent(QKeyEvent* event) override;
+  void keyReleaseEvent(QKeyEvent* event) override { event->accept(); }
 };
 
 /// An application's window of 1280 × 720 pixels, shown and active: the picture, and over it an item for the
@@ -60,7 +62,6 @@ class OverlayWindowTest : public ::testing::Test {
   void tell(const std::string& story);
 
   [[nodiscard]] QPoint centreOf(const QQuickItem& item) const;
-  void click(const QQuickItem& item);
   void pressKey(int key, bool repeated = false);
   void releaseKey(int key);
   void typeKey(int key);

@@ -6,6 +6,8 @@
 #include <QTest>
 
 #include "OverlayFixture.h"
+#include "Platform/Log.h"
+#include "Platform/ProgrammingError.h"
 
 namespace tarn::test {
 namespace {
@@ -96,20 +98,18 @@ TEST_F(DisplayContainer, ASkipInFlightDoesNotHinderTheNextSessions) {
   tell("turn => calls: pause, hideLayer, seek 30 -0 +0, seek 30 -0 +0, play, showLayer");
 }
 
-TEST_F(DisplayContainer, AContainerViewThatHasGoneLeavesTheOverlayUnattached) {
-  advance();
-  delete stage;
-  playAd();
-  EXPECT_EQ(container->adComponentContainer(), nullptr);
-  EXPECT_EQ(view().parentItem(), nullptr);
-  tell("=> label: Your video will resume in 24 seconds");
-}
-
-TEST_F(DisplayContainer, AContainerViewThatGoesUnderTheOverlayTakesItAway) {
+TEST_F(DisplayContainer, AContainerViewThatGoesTakesTheOverlayAway) {
   playAd();
   ASSERT_EQ(view().parentItem(), stage);
   delete stage;
-  tell("exitAd exitBreak enterBreak enterAd 6 ?hidden");
+  tell("exitAd exitBreak enterBreak enterAd 6 ?hidden => label: Your video will resume in 24 seconds");
+  EXPECT_EQ(container->adComponentContainer(), nullptr);
+}
+
+TEST_F(DisplayContainer, AContainerViewThatHasGoneLeavesTheOverlayUnattached) {
+  delete stage;
+  playAd();
+  EXPECT_EQ(view().parentItem(), nullptr);
 }
 
 TEST_F(DisplayContainer, LetGoWhileAnAdShowsItTakesTheViewAwayAndListensNoMore) {
@@ -174,11 +174,19 @@ TEST_F(DisplayContainer, ItsHandlerMayOutliveIt) {
   tell("=> calls: pause");
 }
 
-TEST_F(DisplayContainer, KeepsItsSlots) {
-  const TarnKyrAdComponentDisplayContainer::CompanionSlots slots{
-      std::make_shared<TarnKyrCompanionSlot>(nullptr, 300, 250)};
-  EXPECT_EQ(TarnKyrAdComponentDisplayContainer(slots).companionSlots(), slots);
-  EXPECT_EQ(TarnKyrAdComponentDisplayContainer(stage, slots).companionSlots(), slots);
+TEST_F(DisplayContainer, IsNotMadeBareNorAreItsSlots) {
+  const auto expectLogged = [](auto make, const char* logged) {
+    std::string line;
+    const auto logSink = installLogSink([&](std::string_view text) { line = text; });
+    EXPECT_THROW(make(), ProgrammingError);
+    EXPECT_EQ(line, logged);
+  };
+  expectLogged([] { return TarnKyrCompanionSlot(); },
+               "Do not call -[TarnKyrCompanionSlot init] directly, instead use "
+               "-[TarnKyrCompanionSlot initWithView:width:height:]");
+  expectLogged([] { return TarnKyrAdComponentDisplayContainer(); },
+               "Do not call -[TarnKyrAdComponentDisplayContainer init] directly, instead use "
+               "-[TarnKyrAdComponentDisplayContainer initWithAdComponentContainer:companionSlots:]");
 }
 
 TEST_F(DisplayContainer, DoesNotKeepItsDelegateAlive) {

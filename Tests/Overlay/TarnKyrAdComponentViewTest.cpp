@@ -46,15 +46,13 @@ TEST_F(AdComponentLayout, IsAsStatedInPointsAtEverySize) {
     stage->setSize(size);
     EXPECT_EQ(inPixels(*view().topComponentContainer()), QRectF(0, 0, size.width(), 30 * point));
     const QRectF label = inPixels(*view().durationLabel());
-    EXPECT_DOUBLE_EQ(label.left(), 5 * point);
-    EXPECT_DOUBLE_EQ(label.height(), 30 * point);
     const QRectF more = inPixels(learnMore());
-    EXPECT_DOUBLE_EQ(more.right(), size.width() - 5 * point);
-    EXPECT_DOUBLE_EQ(more.height(), 30 * point);
-    EXPECT_GE(more.left() - label.right(), 5 * point);
     const QRectF skipping = inPixels(skip());
-    EXPECT_DOUBLE_EQ(skipping.right(), size.width() - 5 * point);
-    EXPECT_DOUBLE_EQ(skipping.bottom(), size.height() - 35 * point);
+    EXPECT_THAT((std::vector{label.left(), label.height(), size.width() - more.right(), more.height(),
+                             size.width() - skipping.right(), size.height() - skipping.bottom()}),
+                testing::Pointwise(testing::DoubleEq(),
+                                   {5 * point, 30 * point, 5 * point, 30 * point, 5 * point, 35 * point}));
+    EXPECT_GE(more.left() - label.right(), 5 * point);
     EXPECT_DOUBLE_EQ(skipping.height(), skip().height() * point);
     EXPECT_EQ(skip().height(), std::ceil(skip().height()));
   }

@@ -14,9 +14,6 @@
 namespace tarn::test {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
 class AdComponentWiring : public OverlayWindowTest {
  protected:
   /// In an ad of absolute 10..30 s that can be skipped by now.
@@ -38,8 +35,8 @@ TEST_F(AdComponentWiring, TheLabelTellsWhatIsLeftOfTheBreak) {
     0    => label: Your video will resume in 30 seconds
     0.25 => label: Your video will resume in 29 seconds
     10   => label: Your video will resume in 20 seconds)");
-  ad = makeAd(
-      {.beginTime = 10, .duration = 20, .id = "a"});  // equal to the second, as is its id to the first's
+  ad =
+      makeAd({.beginTime = 10, .duration = 20, .id = "a"});  // the second's equal, the id is the first's, too
   tell(R"(
     7.1  => label: Your video will resume in 12 seconds
     18.5 => label: Your video will resume in 1 second
@@ -142,6 +139,8 @@ TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
   std::vector<TarnKyrAdClickThrough> clicks;
   container->setNextBlock([&](const TarnKyrAdClickThrough& click) { clicks.push_back(click); });
   advance();
+  QQuickItem early;
+  view().learnMoreButtonDidTouchUpInside(&early);  // there is no ad yet
   play(makeAd({.hasPage = true, .id = "a"}));
   tell("more exitAd");
   const auto b = makeAd({.beginTime = 10, .duration = 20, .hasPage = true, .id = "b"});
@@ -150,18 +149,17 @@ TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
   play(b);
   tell("more => beacons: click-b");
   ASSERT_EQ(clicks.size(), 4U);
+  EXPECT_EQ(clicks[0].sender(), &learnMore());
   EXPECT_EQ(clicks[1].clickThroughURL().absoluteString(), "https://shop.example/b");
   EXPECT_EQ(clicks[1].session(), session);
-  EXPECT_EQ(clicks[1].sender(), &learnMore());
   EXPECT_EQ(clicks[1].ad()->adId(), "b");
   EXPECT_THAT(clicks[1].ad()->beginTime(), SecondsEq(10.));
   EXPECT_THAT(clicks[1].ad()->duration(), SecondsEq(20.));
   const auto& properties = clicks[1].ad()->properties();
   EXPECT_NE(properties.get<std::shared_ptr<const TarnLumoAd>>(kTarnKyrAdPropertiesKeyLumoAd), nullptr);
-  EXPECT_EQ((*properties.get<std::shared_ptr<TarnLumoAdAnalyticsSession>>(
-                 kTarnKyrAdPropertiesKeyLumoAdAnalyticsSession))
-                ->ad(),
-            b);
+  const auto analytics = properties.get<std::shared_ptr<TarnLumoAdAnalyticsSession>>(
+      kTarnKyrAdPropertiesKeyLumoAdAnalyticsSession);
+  EXPECT_EQ((*analytics)->ad(), b);
   EXPECT_EQ(clicks[1].ad(), clicks[2].ad()) << "the same play";
   EXPECT_NE(clicks[2].ad(), clicks[3].ad()) << "each play has an analytics session of its own";
 }
@@ -185,37 +183,6 @@ TEST_F(AdComponentWiring, EventsOfAnyThreadCountOnTheMainThread) {
   while (!isOver) tell("skip more");
   sender.join();
   tell("turn ?hidden");
-}
-
-TEST(LearnMoreSignals, PairTouchesWithAdsAtOnceAndHideOnTheMainThread) {
-  using View = TarnKyrAdComponentView;
-  const Tarn_RACSubject<TarnPlaybackSession::LifecycleEvent> adEnters;
-  const Tarn_RACInvocations<QQuickItem*> touches;
-  std::vector<std::string> pairs;
-  std::vector<bool> hidden;
-  QQuickItem first;
-  QQuickItem second;
-  View::clickThroughURLSignalWithAdEnterSignal(adEnters, touches.signal())
-      .subscribeNext([&](const auto& pair) {
-        pairs.push_back(*std::get<0>(pair)->adId() + (std::get<1>(pair) == &first ? " first" : " second"));
-      });
-  View::shouldHideLearnMoreButtonWithAdEnterSignal(adEnters, View::LifecycleEvents::never())
-      .subscribeNext([&](bool value) { hidden.push_back(value); });
-  const auto enter = [&adEnters](const AdPlan& plan) {
-    tarn::Dictionary properties;
-    properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyAd, hostAd(makeAd(plan), nullptr));
-    adEnters.sendNext(std::make_shared<const TarnPlaybackSessionLifecycleEvent>(
-        kTarnPlaybackSessionLifecycleEventAdEnter, std::move(properties)));
-  };
-  touches(&first);
-  enter({.hasPage = true, .id = "a"});
-  touches(&second);
-  enter({.id = "b"});
-  touches(&first);
-  EXPECT_THAT(pairs, ElementsAre("a second", "a first"));
-  EXPECT_THAT(hidden, IsEmpty());
-  runMainQueue();
-  EXPECT_THAT(hidden, ElementsAre(false));
 }
 
 }  // namespace
