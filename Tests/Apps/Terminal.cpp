@@ -61,13 +61,8 @@ bool Terminal::read() {
 void Terminal::waitFor(std::string_view text) {
   for (;;) {
     const auto found = unread_.find(text);
-    if (found != std::string::npos) {
-      unread_.erase(0, found + text.size());
-      return;
-    }
-    if (!read()) {
-      FAIL() << "never came: " << text << "\nafter: " << unread_;
-    }
+    if (found != std::string::npos) return void(unread_.erase(0, found + text.size()));
+    if (!read()) FAIL() << "never came: " << text << "\nafter: " << unread_;
   }
 }
 

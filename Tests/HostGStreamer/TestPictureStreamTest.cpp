@@ -7,15 +7,12 @@
 namespace tarn::test {
 namespace {
 
-using ::testing::HasSubstr;
-
-const std::vector<TestPicture> kPictures{{"long", 600, "solid-color", 0x102030, 440}};
-
-TEST(TestPictureStreamTest, StopsWhenItIsToldTo) {
+TEST(TestPictureStreamTest, StopsWhenItIsToldToAndReportsAFolderThatIsNotThere) {
+  const std::vector<TestPicture> pictures{{"long", 600, "solid-color", 0x102030, 440}};
   const auto folder = testStreamFolder() / "cancelled";
   std::filesystem::create_directory(folder);
   int asked = 0;
-  const auto made = makeTestPictureStream(kPictures, {160, 90, 25, 2}, folder, [&](double fraction) {
+  const auto made = makeTestPictureStream(pictures, {160, 90, 25, 2}, folder, [&](double fraction) {
     EXPECT_LT(fraction, 1);
     return ++asked < 2;
   });
@@ -23,12 +20,9 @@ TEST(TestPictureStreamTest, StopsWhenItIsToldTo) {
   ASSERT_FALSE(made);
   EXPECT_EQ(made.error().description, "cancelled");
   EXPECT_EQ(asked, 2);
-}
-
-TEST(TestPictureStreamTest, ReportsAFolderThatIsNotThere) {
-  const auto made = makeTestPictureStream(kPictures, {}, "/no/such/folder", [](double) { return true; });
-  ASSERT_FALSE(made);
-  EXPECT_THAT(chainDescription(made.error()), HasSubstr("/no/such/folder"));
+  const auto nowhere = makeTestPictureStream(pictures, {}, "/no/such/folder", [](double) { return true; });
+  ASSERT_FALSE(nowhere);
+  EXPECT_THAT(chainDescription(nowhere.error()), testing::HasSubstr("/no/such/folder"));
 }
 
 }  // namespace
