@@ -7,7 +7,6 @@
 #include "HTTPSessionFixture.h"
 #include "Platform/Log.h"
 #include "Support/ChildProcess.h"
-#include "Support/LoopbackServer.h"
 
 /// Without it the thread sanitizer ends a child that starts threads.
 extern "C" const char* __tsan_default_options();
@@ -105,64 +104,6 @@ TEST_F(ForkTest, AChildExitsAtOnceAndMayUseOrDestroyWhatItsParentHasMade) {
        }},
   };
   for (const auto& [what, work] : table) EXPECT_EQ(statusOfChild(work), 0) << what;
-}
-
-using BusyForkTest = HTTPSessionFixture;
-
-/// A server process, so that the TLS library has no threads here but the sessions' own.
-class ServerProcess {
- public:
-  ServerProcess() {
-    EXPECT_EQ(pipe(pipe_), 0);
-    process_ = fork();
-    if (process_ > 0) return;
-    alarm(600);
-    LoopbackServer server(LoopbackServer::Transport::selfSignedTLS);
-    const std::string url = server.url("/").absoluteString() + '\n';
-    EXPECT_GT(write(pipe_[1], url.data(), url.size()), 0);
-    pause();
-  }
-  ServerProcess(const ServerProcess&) = delete;
-  ServerProcess& operator=(const ServerProcess&) = delete;
-  ~ServerProcess() {
-    kill(process_, SIGKILL);
-    waitpid(process_, nullptr, 0);
-  }
-  URL url() const {
-    std::string text;
-    for (char byte = 0; read(pipe_[0], &byte, 1) == 1 && byte != '\n';) text += byte;
-    return *URL::fromString(text);
-  }
-
- private:
-  int pipe_[2] = {};
-  pid_t process_ = -1;
-};
-
-TEST_F(BusyForkTest, AChildWorksAndExitsWhereverTheThreadsOfItsParentAre) {
-  const ServerProcess server;
-  const URL url = server.url();
-  HTTPSession session;
-  std::atomic<bool> ends = false;
-  const Token sink = installLogSink([](std::string_view) {});
-  std::jthread busy([&] {
-    while (!ends) {
-      HTTPSession another;  // one that has failed to connect waits
-      (void)get(another, url);
-      writeLogLine("parent");
-      const Token token = MainQueue::shared().installEventLoop([] {});
-    }
-  });
-  for (int i = 0; i < 10; ++i) {
-    EXPECT_EQ(statusOfChild([&] {
-                if (i % 2 == 0) return;
-                writeLogLine("child");
-                MainQueue::shared().async([] {});
-                EXPECT_EQ(codeOf(get(session, url)), HTTPErrorCode::tls);
-              }),
-              0);
-  }
-  ends = true;
 }
 
 }  // namespace
