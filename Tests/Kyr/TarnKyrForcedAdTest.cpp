@@ -102,7 +102,7 @@ TEST(LettingGo, EndsEverythingWhereverItHappens) {
     const std::weak_ptr<TarnKyrSession> session = stage.session;
     const std::weak_ptr<TarnPlayer> player = stage.session->player();
     letGoAfter(events, stage);
-    stage.tell(std::string(events) == "AdPause" ? "6 skip" : ">50 out");
+    stage.tell(std::string(events) == "AdPause" ? "6 skip turn" : ">50 out");
     EXPECT_TRUE(session.expired());
     EXPECT_TRUE(player.expired());
     EXPECT_THAT(stage.calls(), Not(Contains("finished")));
