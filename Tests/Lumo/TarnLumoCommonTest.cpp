@@ -42,7 +42,9 @@ TEST_F(TarnLumoCommonTest, ReadsDurationsInTicksOfSixHundred) {
       ".5:1.:02 37200 ..:..:1.2.3 0 00:00:.. 0");
   CMTimeValue ticks = 0;
   for (std::string string; table >> string >> ticks;)
-    EXPECT_THAT(TarnLumoDurationFromString(string), IdenticalTo(CMTimeMake(ticks, 600))) << string;
+    EXPECT_THAT(TarnLumoDurationFromString(string),
+                AllOf(TimeEq(CMTimeMake(ticks, 600)), Field(&CMTime::timescale, 600)))
+        << string;
   EXPECT_THAT(takeLines(), IsEmpty());
 }
 
