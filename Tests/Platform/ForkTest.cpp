@@ -14,7 +14,9 @@ extern "C" const char* __tsan_default_options() {
   return "die_after_fork=0";
 }
 
-namespace tarn::test {
+using namespace tarn;
+using namespace tarn::test;
+
 namespace {
 
 /// Runs a queue up to what is enqueued now.
@@ -83,9 +85,8 @@ TEST_F(ForkTest, AChildExitsAtOnceAndMayUseOrDestroyWhatItsParentHasMade) {
        }},
       {"runs tasks on queues of its parent and of its own",
        [this] {
-         for (Queue* each : std::initializer_list<Queue*>{own.get(), &queue}) settle(*each);
          SerialQueue another("another");
-         settle(another);
+         for (Queue* each : std::initializer_list<Queue*>{own.get(), &queue, &another}) settle(*each);
        }},
       {"sends requests over sessions of its parent and of its own",
        [this] {
@@ -107,4 +108,3 @@ TEST_F(ForkTest, AChildExitsAtOnceAndMayUseOrDestroyWhatItsParentHasMade) {
 }
 
 }  // namespace
-}  // namespace tarn::test

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <sstream>
-#include <string>
 
 #include "Platform/Internal/ConnectionPacing.h"
 #include "Platform/Internal/FileDescriptor.h"
@@ -75,12 +74,12 @@ TEST(HTTPWaitingTest, TheBacklogIsBoundedForEachOriginAndInAllAndTheOldestGoesFi
   HTTPBacklog backlog(configuration);
   std::array<HTTPBacklog::OriginQueue, 6> queues;
   const auto excess = [&](auto& queue) { return numbersOf([&] { return backlog.takeExcess(queue); }); };
-  for (const std::uint64_t number : {1U, 2U, 3U}) backlog.push(queues[0], submission(number));
-  EXPECT_THAT(excess(queues[0]), IsEmpty());
-  backlog.push(queues[0], submission(4));
+  for (const std::uint64_t number : {1U, 2U, 3U, 4U}) {
+    EXPECT_THAT(excess(queues[0]), IsEmpty());
+    backlog.push(queues[0], submission(number));
+  }
   EXPECT_THAT(excess(queues[0]), ElementsAre(1));
-  backlog.push(queues[1], submission(5, 500));
-  backlog.push(queues[1], submission(6, 500));
+  for (const std::uint64_t number : {5U, 6U}) backlog.push(queues[1], submission(number, 500));
   EXPECT_THAT(excess(queues[1]), IsEmpty());
   backlog.push(queues[1], submission(7));
   EXPECT_THAT(excess(queues[1]), ElementsAre(5));

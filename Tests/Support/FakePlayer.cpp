@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "Platform/Queue.h"
 #include "Support/TimePrinter.h"

@@ -29,11 +29,6 @@ int checked(int result) {
   return result;
 }
 
-bool isReadable(int socket, int timeout) {
-  pollfd wanted{socket, POLLIN, 0};
-  return poll(&wanted, 1, timeout) > 0;
-}
-
 }  // namespace
 
 struct ScriptedServer::State {
@@ -168,7 +163,8 @@ void ScriptedServer::Connection::waitForHangUp() {
 }
 
 bool ScriptedServer::Connection::hasInput() const {
-  return !buffered_.empty() || isReadable(socket_, 0);
+  pollfd wanted{socket_, POLLIN, 0};
+  return !buffered_.empty() || poll(&wanted, 1, 0) > 0;
 }
 
 }  // namespace tarn::test

@@ -27,10 +27,8 @@ class Draughtsman {
   [[nodiscard]] std::shared_ptr<const TarnLumoTimeline> finish() {
     TarnLumoTimeline::ContentImpressions impressions;
     for (const double time : options_.contentImpressions) {
-      std::ostringstream path;
-      path << "impression-" << time;
-      impressions.push_back(
-          std::make_shared<const TarnLumoContentImpression>(beacon(path.str()), seconds(time)));
+      const auto path = (std::ostringstream() << "impression-" << time).str();
+      impressions.push_back(std::make_shared<const TarnLumoContentImpression>(beacon(path), seconds(time)));
     }
     return TarnLumoTimeline::make(tarn::URL::fromString("https://cdn.example/stream.m3u8"), at(contentCells_),
                                   at(cells_), std::move(sequences_), std::move(impressions));
