@@ -109,7 +109,9 @@ double numericSeconds(const CMTime& time) {
   const auto magnitude = static_cast<std::uint64_t>(magnitudeOf(time.value));
   if (magnitude <= kMaxExact) return static_cast<double>(time.value) / time.timescale;
   const auto divisor = static_cast<std::int64_t>(std::gcd(magnitude, std::uint64_t(time.timescale)));
-  return static_cast<double>(time.value / divisor) / static_cast<double>(time.timescale / divisor);
+  const std::int64_t value = time.value / divisor;
+  const std::int64_t timescale = time.timescale / divisor;
+  return static_cast<double>(value) / static_cast<double>(timescale);
 }
 
 /// a + sign * b of numeric times, in their least common timescale.
