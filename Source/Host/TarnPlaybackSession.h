@@ -23,7 +23,7 @@
 /// by a `std::shared_ptr`. Main thread throughout: operations are called there and signals send there. The
 /// signals send nothing before `begin`; none completes or fails by itself. Each subscriber receives Terminate
 /// once and nothing after it: a value that is being sent when a subscriber terminates the session does not
-/// reach the later subscribers any more. A session may be let go of inside one of its own signals, and stops
+/// reach the later subscribers any more. A session may be released inside one of its own signals, and stops
 /// its player when it goes.
 ///
 /// Times are on the session's own axis: absolute time (ads included) for a session over a player, content

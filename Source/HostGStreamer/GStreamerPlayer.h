@@ -111,7 +111,7 @@ class GStreamerPlayer : public TarnPlayer {
   bool playsAgain_ = false;          // asked for while the end was announced
   Clock::time_point nextRanges_;     // when to look at the ranges again, which costs as much as all the rest
   Clock::time_point lastAdvance_;    // of the playhead, or the begin of what is being waited for
-  std::optional<Error> breakOff_;    // why no more data comes, while what came is played
+  std::optional<Error> breakOff_;    // why the stream ended early, while the received media is played
   std::optional<Seek> waitingSeek_;  // not yet given to the pipeline
   std::optional<Seek> activeSeek_;
   Ticker ticker_;

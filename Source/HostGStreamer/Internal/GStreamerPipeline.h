@@ -24,7 +24,7 @@ struct GStreamerEvent {
     durationChanged,  ///< Worth asking for.
     starved,          ///< It lacks data; its owner should pause it.
     fed,              ///< It has all the data that it wants in hand.
-    brokenOff,        ///< `error`: no more data comes. `endOfStream` follows when what came was played.
+    brokenOff,        ///< `error`: the stream ended early. `endOfStream` follows the received media.
     failed,           ///< `error`: the last event that matters.
   };
   Kind kind;
