@@ -6,9 +6,9 @@
 #include <tuple>
 
 #include "AllocationCounter.h"
-#include "Host/Tarn_RACObserve.h"
-#include "Host/Tarn_RACSubject.h"
 #include "Platform/MediaTime.h"
+#include "Reactive/Tarn_RACObserve.h"
+#include "Reactive/Tarn_RACSubject.h"
 
 /// What it costs to bring one progress update from where it is made to the application.
 namespace {

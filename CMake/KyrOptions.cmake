@@ -33,3 +33,10 @@ if(KYR_SANITIZE)
   add_compile_options(-fsanitize=${KYR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KYR_SANITIZE})
 endif()
+
+# For tests alone: optimising the instrumented templates of googletest would take most of the time of a sanitizer's build.
+add_library(kyr_test_flags INTERFACE)
+target_link_libraries(kyr_test_flags INTERFACE kyr_flags)
+if(KYR_SANITIZE)
+  target_compile_options(kyr_test_flags INTERFACE -O0)
+endif()

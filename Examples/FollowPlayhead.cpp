@@ -33,8 +33,7 @@ int main(int argc, char** argv) {
 
   // 3. Feed it the player's position, in stream time, as often as the player reports one. Here the player is
   // a loop.
-  for (CMTime now = kCMTimeZero; CMTimeCompare(now, timeline->payloadLength()) <= 0;
-       now = CMTimeAdd(now, CMTimeMake(1, 4))) {
+  for (CMTime now = kCMTimeZero; now <= timeline->payloadLength(); now = CMTimeAdd(now, CMTimeMake(1, 4))) {
     tracker->setAbsoluteTime(now);
   }
 

@@ -29,7 +29,7 @@ class ClockPlayer final : public TarnPlayer, public std::enable_shared_from_this
     seekableTimeRanges_.set(std::nullopt);
     loadedTimeRanges_.set(std::nullopt);
     state_.set(TarnPlayerState::loading);
-    const bool isWeb = url.scheme() == "http" || url.scheme() == "https";
+    const bool isWeb = tarn::isWebScheme(url.scheme());
     later([isWeb, load = ++loads_](ClockPlayer& self) {
       if (load == self.loads_) isWeb ? self.becomeReady() : self.refuseItem();
     });
@@ -63,7 +63,7 @@ class ClockPlayer final : public TarnPlayer, public std::enable_shared_from_this
     if (!isMoving()) return position_;
     const std::chrono::duration<double> elapsed = Clock::now() - since_;
     const CMTime now = CMTimeAdd(position_, CMTimeMakeWithSeconds(elapsed.count(), 90'000));
-    return CMTimeCompare(now, length_) < 0 ? now : length_;
+    return now < length_ ? now : length_;
   }
 
  private:
@@ -111,9 +111,9 @@ class ClockPlayer final : public TarnPlayer, public std::enable_shared_from_this
   }
 
   void refuseItem() {
-    constexpr auto kCode = static_cast<std::int64_t>(TarnPlayerErrorCode::unsupportedScheme);
     dropSeek();
-    error_ = tarn::Error{TarnPlayerErrorDomain, kCode, "The stream is neither http nor https"};
+    error_ = tarn::Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::unsupportedScheme,
+                               "The stream is neither http nor https");
     state_.set(TarnPlayerState::failed);
     playing_.set(false);
   }
@@ -121,7 +121,7 @@ class ClockPlayer final : public TarnPlayer, public std::enable_shared_from_this
   void report() {
     if (!isMoving()) return;
     const CMTime now = currentTime();
-    if (CMTimeCompare(now, length_) < 0) return progress_.set(now);
+    if (now < length_) return progress_.set(now);
     settle();
     progress_.set(length_);
     state_.set(TarnPlayerState::ended);
@@ -135,8 +135,7 @@ class ClockPlayer final : public TarnPlayer, public std::enable_shared_from_this
   void land(int number) {
     if (!seek_ || number != seeks_) return;
     const Seek seek = *std::exchange(seek_, std::nullopt);
-    position_ = std::clamp(seek.time, kCMTimeZero, length_,
-                           [](CMTime a, CMTime b) { return CMTimeCompare(a, b) < 0; });
+    position_ = std::clamp(seek.time, kCMTimeZero, length_);
     since_ = Clock::now();
     if (state_.get() == TarnPlayerState::ended) state_.set(TarnPlayerState::ready);
     if (seek.completion) seek.completion(true);

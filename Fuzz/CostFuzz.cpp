@@ -8,8 +8,8 @@
 #include "FuzzTarget.h"
 #include "Lumo/TarnLumoCommon.h"
 #include "Lumo/TarnLumoDocument.h"
-#include "Lumo/TarnLumoONOXMLDocument.h"
 #include "Lumo/TarnLumoTimeline.h"
+#include "XML/TarnLumoONOXMLDocument.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include "FuzzTarget.h"
 #include "Lumo/TarnLumoCommon.h"
 #include "Lumo/TarnLumoDocument.h"
-#include "Lumo/TarnLumoText.h"
 #include "Lumo/TarnLumoTimeline.h"
+#include "Platform/Text.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include <vector>
 
 #include "FuzzTarget.h"
-#include "Lumo/TarnLumoONOCSS.h"
-#include "Lumo/TarnLumoONOXMLDocument.h"
-#include "Lumo/TarnLumoText.h"
+#include "Platform/Text.h"
+#include "XML/TarnLumoONOCSS.h"
+#include "XML/TarnLumoONOXMLDocument.h"
 
 namespace {
 

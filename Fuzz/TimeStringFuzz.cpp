@@ -15,7 +15,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   linesLogged = 0;
   const CMTime duration = TarnLumoDurationFromString(text);
   require(linesLogged == (CMTIME_IS_VALID(duration) ? 0 : 1));
-  require(CMTIME_IS_INVALID(duration) || CMTimeCompare(duration, kCMTimeZero) >= 0);
+  require(CMTIME_IS_INVALID(duration) || duration >= kCMTimeZero);
 
   linesLogged = 0;
   const CMTime offset = TarnLumoAdBreakTimeOffsetFromString(text);

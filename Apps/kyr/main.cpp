@@ -6,17 +6,17 @@
 #include <cstring>
 #include <functional>
 
-#include "Inspect.h"
+#include "Commands/Inspect.h"
+#include "Commands/Select.h"
+#include "Commands/Simulate.h"
+#include "Commands/Trace.h"
 #include "Lumo/TarnLumoCommon.h"
-#include "Report.h"
-#include "Script.h"
-#include "Select.h"
-#include "Simulate.h"
-#include "Trace.h"
-#include "ViewingScript.h"
+#include "Terminal/Report.h"
+#include "Viewing/Script.h"
+#include "Viewing/ViewingScript.h"
 #ifdef KYR_WITH_PLAYER
-#include "Play.h"
-#include "Serve.h"
+#include "Commands/Play.h"
+#include "Commands/Serve.h"
 #endif
 
 namespace tarn::cli {

@@ -10,15 +10,15 @@
 #include <string>
 
 #include "Host/TarnPlayerSDKManager.h"
-#include "Host/Tarn_RACSubject.h"
 #include "HostGStreamer/GStreamerPlayer.h"
-#include "Kyr/QtMainQueue.h"
-#include "Kyr/TarnKyrAdComponentDisplayContainer.h"
 #include "Kyr/TarnKyrComponent.h"
 #include "Kyr/TarnKyrConstants.h"
 #include "Lumo/HTTPBeaconSink.h"
 #include "Lumo/TarnLumoAd.h"
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
+#include "Overlay/QtMainQueue.h"
+#include "Overlay/TarnKyrAdComponentDisplayContainer.h"
+#include "Reactive/Tarn_RACSubject.h"
 
 namespace {
 

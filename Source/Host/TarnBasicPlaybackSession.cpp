@@ -6,10 +6,7 @@
 namespace {
 
 tarn::Error makeError(TarnPlaybackSessionErrorCode code, std::string description, std::string suggestion) {
-  tarn::Error error;
-  error.domain = TarnPlaybackSessionErrorDomain;
-  error.code = static_cast<std::int64_t>(code);
-  error.description = std::move(description);
+  tarn::Error error = tarn::Error::make(TarnPlaybackSessionErrorDomain, code, std::move(description));
   error.recoverySuggestion = std::move(suggestion);
   return error;
 }
@@ -28,11 +25,8 @@ tarn::Error noSourceError(const std::shared_ptr<const TarnVideo>& video) {
 
 /// What a player that broke its promise to tell the reason is reported with.
 tarn::Error unexplainedError() {
-  tarn::Error error;
-  error.domain = TarnPlayerErrorDomain;
-  error.code = static_cast<std::int64_t>(TarnPlayerErrorCode::other);
-  error.description = "The player failed without a reason";
-  return error;
+  return tarn::Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::other,
+                           "The player failed without a reason");
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "Host/TarnPlaybackSession.h"
-#include "Host/Tarn_RACSubject.h"
 #include "Host/TerminationGate.h"
 #include "Platform/Observable.h"
+#include "Reactive/Tarn_RACSubject.h"
 
 /// Domain of the errors that a session finds by itself; codes are `TarnPlaybackSessionErrorCode`. A player's
 /// errors keep their own.

@@ -1,17 +1,16 @@
 #include "Host/TarnBasicSessionProvider.h"
 
-#include <strings.h>
-
 #include <utility>
 
 #include "Host/TarnBasicPlaybackSession.h"
+#include "Platform/Text.h"
 
 namespace {
 
 bool isPlayable(const TarnSource& source) {
   if (!source.url()) return false;
   return !source.deliveryMethod() ||
-         strcasecmp(source.deliveryMethod()->c_str(), kTarnSourceDeliveryHLS) == 0;
+         tarn::equalsIgnoringASCIICase(*source.deliveryMethod(), kTarnSourceDeliveryHLS);
 }
 
 std::shared_ptr<const TarnSource> firstPlayableSource(const TarnVideo& video) {

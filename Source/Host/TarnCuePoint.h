@@ -21,7 +21,7 @@ class TarnCuePoint {
   [[nodiscard]] CMTime position() const { return position_; }
 
   friend bool operator==(const TarnCuePoint& a, const TarnCuePoint& b) {
-    return a.type_ == b.type_ && CMTimeCompare(a.position_, b.position_) == 0;
+    return a.type_ == b.type_ && a.position_ == b.position_;
   }
 
  private:

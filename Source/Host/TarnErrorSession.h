@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "Host/TarnPlaybackSession.h"
-#include "Host/Tarn_RACSubject.h"
 #include "Host/TerminationGate.h"
+#include "Reactive/Tarn_RACSubject.h"
 
 /// What a provider hands out in place of a session that could not be prepared: it begins, tells why, and
 /// terminates. It plays nothing, and what it could have played it can tell.

@@ -10,8 +10,8 @@
 #include "Host/TarnSessionProvider.h"
 #include "Host/TarnVideo.h"
 #include "Host/TarnViewStrategy.h"
-#include "Host/Tarn_RACSubject.h"
 #include "Platform/Observable.h"
+#include "Reactive/Tarn_RACSubject.h"
 
 /// Plays videos one after another.
 ///

@@ -12,9 +12,9 @@
 #include "Host/TarnSessionProviderExtension.h"
 #include "Host/TarnSource.h"
 #include "Host/TarnVideo.h"
-#include "Host/Tarn_RACSignal.h"
 #include "Platform/MediaTime.h"
 #include "Platform/URL.h"
+#include "Reactive/Tarn_RACSignal.h"
 
 /// One video being played: what the application's controls talk to, and what a plug-in wraps to change what
 /// they see.

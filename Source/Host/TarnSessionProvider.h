@@ -5,7 +5,7 @@
 #include "Host/TarnPlaybackSession.h"
 #include "Host/TarnSessionCommonProperties.h"
 #include "Host/TarnVideo.h"
-#include "Host/Tarn_RACSignal.h"
+#include "Reactive/Tarn_RACSignal.h"
 
 /// Makes sessions for videos. Providers chain: a plug-in's provider asks its upstream provider for ordinary
 /// sessions and hands out its own around them. Main thread.

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "Host/TarnPlaybackSessionLifecycleEvent.h"
-#include "Host/Tarn_RACSignal.h"
+#include "Reactive/Tarn_RACSignal.h"
 
 namespace tarn {
 

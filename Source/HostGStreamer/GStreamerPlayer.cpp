@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "HostGStreamer/GStreamerInstallation.h"
 #include "HostGStreamer/Internal/GStreamerLibrary.h"
 #include "HostGStreamer/Internal/GStreamerPipeline.h"
 #include "Platform/Queue.h"
@@ -20,22 +21,14 @@ const CMTime kPicture = CMTimeMake(1, 10);
 
 constexpr std::chrono::seconds kRangesInterval{2};
 
-CMTime earlierOf(CMTime a, CMTime b) {
-  return CMTimeCompare(a, b) <= 0 ? a : b;
-}
-
-CMTime laterOf(CMTime a, CMTime b) {
-  return CMTimeCompare(a, b) >= 0 ? a : b;
-}
-
 bool isPositive(CMTime time) {
-  return CMTIME_IS_VALID(time) && !CMTIME_IS_INDEFINITE(time) && CMTimeCompare(time, kCMTimeZero) > 0;
+  return CMTIME_IS_VALID(time) && !CMTIME_IS_INDEFINITE(time) && time > kCMTimeZero;
 }
 
 bool liesWithin(CMTime time, CMTime target, CMTime before, CMTime after) {
   const CMTime first = isPositive(before) ? CMTimeSubtract(target, before) : target;
   const CMTime last = isPositive(after) ? CMTimeAdd(target, after) : target;
-  return CMTimeCompare(first, time) <= 0 && CMTimeCompare(time, last) <= 0;
+  return first <= time && time <= last;
 }
 
 bool areSame(const TarnPlayer::TimeRanges& a, const TarnPlayer::TimeRanges& b) {
@@ -53,11 +46,7 @@ GStreamerSeekMode looseMode(CMTime before, CMTime after) {
 }
 
 Error makeError(TarnPlayerErrorCode code, std::string description) {
-  Error error;
-  error.domain = TarnPlayerErrorDomain;
-  error.code = static_cast<std::int64_t>(code);
-  error.description = std::move(description);
-  return error;
+  return Error::make(TarnPlayerErrorDomain, code, std::move(description));
 }
 
 TarnPlayerErrorCode classify(const Error& cause, bool hasBegun) {
@@ -145,7 +134,7 @@ void GStreamerPlayer::loadURL(const URL& url) {
   if (turn.isOver()) return;
   state_.set(TarnPlayerState::loading);
   if (turn.isOver()) return;
-  if (url.scheme() != "http" && url.scheme() != "https") {
+  if (!isWebScheme(url.scheme())) {
     return onNextTurn([this] { fail(streamError(TarnPlayerErrorCode::unsupportedScheme, *url_)); });
   }
   openPipeline();
@@ -290,7 +279,7 @@ void GStreamerPlayer::runOut() {
     return;
   }
   if (const auto duration = knownDuration()) {
-    if (CMTimeCompare(CMTimeAdd(reached, kEndSlack), *duration) < 0) {
+    if (CMTimeAdd(reached, kEndSlack) < *duration) {
       Error error = streamError(TarnPlayerErrorCode::brokenOff, *url_);
       error.failureReason = fmt::format("It ran out at {:.3f} of {:.3f} s", CMTimeGetSeconds(reached),
                                         CMTimeGetSeconds(*duration));
@@ -305,7 +294,7 @@ void GStreamerPlayer::reachEnd() {
   pipeline_->setPlaying(false);
   const CMTime end = knownDuration().value_or(currentTime());
   atEnd_ = true;
-  if (!hasReported_ || CMTimeCompare(end, position_) != 0) report(end);
+  if (!hasReported_ || end != position_) report(end);
   if (turn.isOver() || activeSeek_) return;
   playsAgain_ = false;
   state_.set(TarnPlayerState::ended);
@@ -344,7 +333,7 @@ void GStreamerPlayer::seekToTime(CMTime time, CMTime toleranceBefore, CMTime tol
     return refuse(std::move(completion));
   }
   dropSeeks();
-  waitingSeek_ = Seek{laterOf(time, kCMTimeZero), toleranceBefore, toleranceAfter, std::move(completion)};
+  waitingSeek_ = Seek{std::max(time, kCMTimeZero), toleranceBefore, toleranceAfter, std::move(completion)};
   startWaitingSeek();
 }
 
@@ -368,7 +357,7 @@ void GStreamerPlayer::startWaitingSeek() {
   if (!waitingSeek_ || activeSeek_ || !isReady) return;
   Seek seek = *std::exchange(waitingSeek_, std::nullopt);
   const auto duration = knownDuration();
-  seek.toEnd = duration && CMTimeCompare(seek.time, *duration) >= 0;
+  seek.toEnd = duration && seek.time >= *duration;
   if (seek.toEnd) seek.time = *duration;
   if (!CMTIME_IS_NUMERIC(seek.time)) return refuse(std::move(seek.completion));
   const auto mode =
@@ -381,7 +370,7 @@ void GStreamerPlayer::jump(Seek seek, GStreamerSeekMode mode) {
   seek.announced = false;
   breakOff_.reset();  // other segments may be there
   // At its very end an item has no picture to stop at.
-  const CMTime aim = seek.toEnd ? laterOf(CMTimeSubtract(seek.time, kPicture), kCMTimeZero) : seek.time;
+  const CMTime aim = seek.toEnd ? std::max(CMTimeSubtract(seek.time, kPicture), kCMTimeZero) : seek.time;
   lastAdvance_ = Clock::now();
   if (!pipeline_->seek(aim, mode)) {
     activeSeek_.reset();
@@ -429,7 +418,7 @@ void GStreamerPlayer::tick() {
   if (Clock::now() >= nextRanges_) updateRanges();
   if (turn.isOver()) return;
   const CMTime now = currentTime();
-  const bool moved = CMTimeCompare(now, position_) > 0;
+  const bool moved = now > position_;
   if (moved) lastAdvance_ = Clock::now();
   if (!moved && hasReported_) return;
   report(now);
@@ -444,7 +433,7 @@ void GStreamerPlayer::report(CMTime time) {
 void GStreamerPlayer::updateDuration() {
   const auto duration = pipeline_->duration();
   const auto& known = currentItemDuration_.get();
-  if (duration && !(known && CMTimeCompare(*known, *duration) == 0)) currentItemDuration_.set(duration);
+  if (duration && !(known && *known == *duration)) currentItemDuration_.set(duration);
 }
 
 void GStreamerPlayer::updateRanges() {
@@ -463,7 +452,7 @@ CMTime GStreamerPlayer::currentTime() const {
   if (!hasPipeline() || state_.get() != TarnPlayerState::ready || activeSeek_ || atEnd_) return position_;
   const auto now = pipeline_->position();
   if (!now) return position_;
-  return laterOf(position_, earlierOf(*now, knownDuration().value_or(*now)));
+  return std::max(position_, std::min(*now, knownDuration().value_or(*now)));
 }
 
 std::optional<CMTime> GStreamerPlayer::knownDuration() const {

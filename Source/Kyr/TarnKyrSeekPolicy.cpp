@@ -1,12 +1,13 @@
 #include "Kyr/TarnKyrSeekPolicy.h"
 
 #include "Kyr/TarnKyrConstants.h"
+#include "Lumo/TarnLumoCommon.h"
 
 namespace tarn {
 namespace {
 
 bool isBefore(CMTime a, CMTime b) {
-  return CMTimeCompare(a, b) < 0;
+  return a < b;
 }
 
 /// The last break that the seek passes from its beginning or middle to behind its end; only that one is
@@ -35,7 +36,7 @@ bool asksForPostRoll(const TarnLumoTimeline& timeline, CMTime requested) {
 }  // namespace
 
 CMTime timeBySeekOffset(CMTime time) {
-  return CMTimeAdd(time, CMTimeMakeWithSeconds(kTarnKyrSeekOffset, 600));
+  return CMTimeAdd(time, CMTimeMakeWithSeconds(kTarnKyrSeekOffset, tarn::kDocumentTimescale));
 }
 
 TarnKyrSeekTolerance seekTolerances(const TarnLumoTimeline& timeline, CMTime target, CMTime wide,

@@ -1,8 +1,8 @@
 #include <utility>
 
-#include "Host/Tarn_RACBinding.h"
-#include "Host/Tarn_RACObserve.h"
 #include "Kyr/TarnKyrSession.h"
+#include "Reactive/Tarn_RACBinding.h"
+#include "Reactive/Tarn_RACObserve.h"
 
 namespace {
 
@@ -53,11 +53,10 @@ TarnKyrSeekTolerance TarnKyrSession::seekTolerancesSeekingFromAbsoluteTime(CMTim
 void TarnKyrSession::seekToTime(CMTime time, Completion completion) {
   const auto keepAlive = shared_from_this();
   const bool isAllowed = gate_.isOpen() && canSeek_.get();
-  if (!isAllowed || CMTIME_IS_INVALID(time) || CMTimeCompare(time, kCMTimeZero) < 0)
-    return complete(completion, false);
+  if (!isAllowed || CMTIME_IS_INVALID(time) || time < kCMTimeZero) return complete(completion, false);
   setCanSeek(false);
   const CMTime contentLength = timeline_ ? timeline_->contentLength() : CMTime{};
-  const CMTime contentTarget = CMTimeCompare(time, contentLength) <= 0 ? time : contentLength;
+  const CMTime contentTarget = time <= contentLength ? time : contentLength;
   const CMTime absoluteTarget = absoluteTimeAtContentTime(contentTarget);
   if (CMTIME_IS_INVALID(absoluteTarget)) {
     setCanSeek(true);
@@ -71,8 +70,7 @@ void TarnKyrSession::seekToTime(CMTime time, Completion completion) {
 
 void TarnKyrSession::startSeek(CMTime requested, CMTime absoluteTarget, Completion completion) {
   const CMTime current = currentTime();
-  if (CMTimeCompare(current, absoluteTarget) > 0)
-    return seekBackward(requested, absoluteTarget, std::move(completion));
+  if (current > absoluteTarget) return seekBackward(requested, absoluteTarget, std::move(completion));
   const auto plan = tarn::planForwardSeek(*timeline_, current, absoluteTarget, requested);
   if (plan.forcedAdSequence && !adsDisabled())
     return playForcedAd(plan.forcedAdSequence, plan.absoluteTarget, std::move(completion));
@@ -83,9 +81,8 @@ void TarnKyrSession::startSeek(CMTime requested, CMTime absoluteTarget, Completi
 void TarnKyrSession::seekBackward(CMTime requested, CMTime absoluteTarget, Completion completion) {
   suspendProgress();
   const CMTime target = tarn::timeBySeekOffset(absoluteTarget);
-  const auto tolerance = CMTimeCompare(requested, kCMTimeZero) == 0
-                             ? kExactly
-                             : seekTolerancesSeekingFromAbsoluteTime(currentTime(), target);
+  const auto tolerance =
+      requested == kCMTimeZero ? kExactly : seekTolerancesSeekingFromAbsoluteTime(currentTime(), target);
   setCanSeek(true);
   seekPlayer(target, tolerance, [completion = std::move(completion)](TarnKyrSession& self, bool finished) {
     self.resumeProgress();
@@ -135,7 +132,7 @@ void TarnKyrSession::seekAfterForcedAd() {
   avPlayerPause();
   if (forcedSeek_ != seek) return;
   const CMTime remaining = CMTimeSubtract(seek->absoluteTarget, currentTime());
-  if (hasEnded() || CMTimeCompare(remaining, CMTimeMake(1, 600)) < 0) return concludeForcedAd(seek, true);
+  if (hasEnded() || remaining < CMTimeMake(1, tarn::kDocumentTimescale)) return concludeForcedAd(seek, true);
   suspendProgress();
   const auto tolerance = seekTolerancesSeekingFromAbsoluteTime(currentTime(), seek->absoluteTarget);
   seekPlayer(seek->absoluteTarget, tolerance, [seek](TarnKyrSession& self, bool finished) {
@@ -189,7 +186,7 @@ void TarnKyrSession::skipAd(const std::shared_ptr<const TarnLumoAd>& ad) {
   const CMTime target = tarn::timeBySeekOffset(ad->endTime());
   const CMTime itemEnd = current->currentItemDuration().get().value_or(CMTime{});
   suspendProgress();
-  if (CMTimeCompare(target, itemEnd) >= 0) return skipToItemEnd(itemEnd);
+  if (target >= itemEnd) return skipToItemEnd(itemEnd);
   seekPlayer(target, kExactly, [](TarnKyrSession& self, bool) { self.concludeSkip(); });
 }
 

@@ -1,10 +1,10 @@
 #include <utility>
 #include <vector>
 
-#include "Host/Tarn_RACBinding.h"
-#include "Host/Tarn_RACObserve.h"
-#include "Kyr/TarnKyrHostAds.h"
+#include "Kyr/Internal/TarnKyrHostAds.h"
 #include "Kyr/TarnKyrSession.h"
+#include "Reactive/Tarn_RACBinding.h"
+#include "Reactive/Tarn_RACObserve.h"
 
 namespace {
 

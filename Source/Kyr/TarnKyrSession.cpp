@@ -3,12 +3,12 @@
 #include <string>
 #include <utility>
 
-#include "Host/Tarn_RACBinding.h"
 #include "Kyr/TarnKyrConstants.h"
 #include "Lumo/HTTPBeaconSink.h"
 #include "Lumo/TarnLumoTimelineOperation.h"
 #include "Platform/Log.h"
 #include "Platform/Queue.h"
+#include "Reactive/Tarn_RACBinding.h"
 
 namespace {
 
@@ -48,7 +48,7 @@ TarnCuePointCollection::CuePoints adSlots(const TarnLumoTimeline& timeline) {
 CMTime timeAfterLastAd(const TarnLumoTimeline& timeline) {
   CMTime latest = timeline.payloadLength();
   for (const auto& adSequence : timeline.adSequences()) {
-    if (CMTimeCompare(adSequence->endTime(), latest) > 0) latest = adSequence->endTime();
+    if (adSequence->endTime() > latest) latest = adSequence->endTime();
   }
   return latest;
 }
@@ -160,7 +160,7 @@ bool TarnKyrSession::isAtItemsDuration(CMTime time) const {
   const auto current = player();
   if (!current) return false;
   const auto& duration = current->currentItemDuration().get();
-  return duration && CMTIME_IS_NUMERIC(*duration) && CMTimeCompare(time, *duration) == 0;
+  return duration && CMTIME_IS_NUMERIC(*duration) && time == *duration;
 }
 
 void TarnKyrSession::stopAtTermination() {

@@ -6,19 +6,20 @@
 #include <optional>
 
 #include "Host/TarnPlaybackSession.h"
-#include "Host/Tarn_RACCommand.h"
-#include "Host/Tarn_RACDisposable.h"
-#include "Host/Tarn_RACInvocations.h"
-#include "Host/Tarn_RACSubject.h"
 #include "Host/TerminationGate.h"
 #include "Kyr/TarnKyrConstants.h"
 #include "Kyr/TarnKyrSeekPolicy.h"
 #include "Lumo/TarnLumoAnalyticsSession.h"
+#include "Lumo/TarnLumoCommon.h"
 #include "Lumo/TarnLumoDocument.h"
 #include "Lumo/TarnLumoProgressTracker.h"
 #include "Lumo/TarnLumoTimeline.h"
 #include "Platform/Observable.h"
 #include "Platform/Operation.h"
+#include "Reactive/Tarn_RACCommand.h"
+#include "Reactive/Tarn_RACDisposable.h"
+#include "Reactive/Tarn_RACInvocations.h"
+#include "Reactive/Tarn_RACSubject.h"
 
 class TarnLumoTimelineOperation;
 
@@ -207,8 +208,8 @@ class TarnKyrSession final : public TarnPlaybackSession,
   const std::shared_ptr<TarnPlaybackSession> inner_;
   const TarnLumoHTTPHeaders httpHeaders_;
   const tarn::TerminationGate gate_;
-  const CMTime defaultSeekTolerance_ = CMTimeMakeWithSeconds(2.0, 600);
-  const CMTime defaultMinimumSeekToleranceBuffer_ = CMTimeMakeWithSeconds(3.0, 600);
+  const CMTime defaultSeekTolerance_ = CMTimeMakeWithSeconds(2.0, tarn::kDocumentTimescale);
+  const CMTime defaultMinimumSeekToleranceBuffer_ = CMTimeMakeWithSeconds(3.0, tarn::kDocumentTimescale);
   std::weak_ptr<TarnSessionCommonProperties> commonProperties_;
   std::shared_ptr<const TarnVideo> updatedVideoWithCuePoints_;
 

@@ -4,11 +4,11 @@
 
 #include "Host/TarnBasicSessionProvider.h"
 #include "Host/TarnErrorSession.h"
-#include "Host/Tarn_RACObserve.h"
+#include "Kyr/Internal/TarnKyrSourceSelection.h"
 #include "Kyr/TarnKyrConstants.h"
 #include "Kyr/TarnKyrSession.h"
-#include "Kyr/TarnKyrSourceSelection.h"
 #include "Platform/ProgrammingError.h"
+#include "Reactive/Tarn_RACObserve.h"
 
 namespace {
 
@@ -19,9 +19,7 @@ bool hasConcluded(TarnKyrSessionLoadState state) {
 }
 
 TarnPlaybackSession::LifecycleEvent errorEvent(const std::optional<tarn::Error>& loadError) {
-  tarn::Error error;
-  error.domain = kTarnKyrErrorDomain;
-  error.code = kTarnKyrErrorCodeTimelineLoadError;
+  tarn::Error error = tarn::Error::make(kTarnKyrErrorDomain, kTarnKyrErrorCodeTimelineLoadError);
   if (loadError) error = tarn::withUnderlying(std::move(error), *loadError);
   tarn::Dictionary properties;
   properties.set(kTarnKyrLifecycleEventPropertiesKeyError, error);

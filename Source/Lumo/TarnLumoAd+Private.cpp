@@ -2,13 +2,10 @@
 
 #include <utility>
 
+#include "Lumo/TarnLumoCommon.h"
 #include "Platform/NumberFormatter.h"
 
-namespace {
-
-constexpr CMTimeScale kTimescale = 600;
-
-}  // namespace
+namespace {}  // namespace
 
 bool TarnLumoTrackingEventsCollectionBuilder::addTrackingEventNamed(std::optional<std::string> name,
                                                                     std::string_view offsetString,
@@ -16,7 +13,8 @@ bool TarnLumoTrackingEventsCollectionBuilder::addTrackingEventNamed(std::optiona
   const auto& formatter = tarn::NumberFormatter::shared(tarn::NumberFormatter::Style::plain);
   const auto seconds = formatter.numberFromString(offsetString);
   trackingEvents.push_back(std::make_shared<const TarnLumoTrackingEvent>(
-      std::move(name), CMTimeMakeWithSeconds(seconds.value_or(0.0), kTimescale), std::move(url)));
+      std::move(name), CMTimeMakeWithSeconds(seconds.value_or(0.0), tarn::kDocumentTimescale),
+      std::move(url)));
   return seconds.has_value();
 }
 

@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "Lumo/Internal/ValueSupport.h"
 #include "Lumo/TarnLumoAd+Private.h"
-#include "Lumo/ValueSupport.h"
 
 TarnLumoAd::TarnLumoAd(const TarnLumoAdBuilder& builder)
     : title_(builder.adTitle),
@@ -23,10 +23,10 @@ TarnLumoAd::TarnLumoAd(const TarnLumoAdBuilder& builder)
 
 bool TarnLumoAd::isEqualToAd(const TarnLumoAd& other) const {
   if (this == &other) return true;
-  return title_ == other.title_ && adId_ == other.adId_ && tarn::equalTimes(duration_, other.duration_) &&
-         tarn::equalTimes(beginTime_, other.beginTime_) && tarn::equalTimes(endTime_, other.endTime_) &&
-         tarn::equalTimes(logicalOffset_, other.logicalOffset_) &&
-         tarn::equalTimes(skipOffset_, other.skipOffset_) && impressionURLs_ == other.impressionURLs_ &&
+  return title_ == other.title_ && adId_ == other.adId_ && duration_ == other.duration_ &&
+         beginTime_ == other.beginTime_ && endTime_ == other.endTime_ &&
+         logicalOffset_ == other.logicalOffset_ && skipOffset_ == other.skipOffset_ &&
+         impressionURLs_ == other.impressionURLs_ &&
          tarn::equalValues(trackingEventsCollection_, other.trackingEventsCollection_) &&
          clickTrackingURLs_ == other.clickTrackingURLs_ && clickThroughURL_ == other.clickThroughURL_ &&
          tarn::equalValues(companionsCollection_, other.companionsCollection_);
@@ -67,7 +67,7 @@ TarnLumoContentImpression::TarnLumoContentImpression(std::optional<tarn::URL> ur
     : url_(std::move(url)), logicalTime_(logicalTime) {}
 
 bool TarnLumoContentImpression::isEqualToContentImpression(const TarnLumoContentImpression& other) const {
-  return url_ == other.url_ && tarn::equalTimes(logicalTime_, other.logicalTime_);
+  return url_ == other.url_ && logicalTime_ == other.logicalTime_;
 }
 
 std::uint64_t TarnLumoContentImpression::hash() const {

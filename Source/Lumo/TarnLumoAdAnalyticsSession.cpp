@@ -2,12 +2,14 @@
 
 #include <utility>
 
+#include "Lumo/TarnLumoCommon.h"
+
 TarnLumoAdAnalyticsSession::TarnLumoAdAnalyticsSession(std::shared_ptr<const TarnLumoAd> ad,
                                                        std::shared_ptr<TarnLumoAnalyticsDigester> digester)
     : ad_(std::move(ad)),
       digester_(std::move(digester)),
       prevTime_(kCMTimeZero),
-      seekThreshold_(CMTimeMakeWithSeconds(1.5, 600)) {}
+      seekThreshold_(CMTimeMakeWithSeconds(1.5, tarn::kDocumentTimescale)) {}
 
 void TarnLumoAdAnalyticsSession::trackImpression() {
   digest(ad_->impressionURLs());
@@ -32,11 +34,11 @@ void TarnLumoAdAnalyticsSession::trackProgressToTime(CMTime time) {
 }
 
 bool TarnLumoAdAnalyticsSession::arePassed(CMTime previous, CMTime time) const {
-  const bool goesForward = CMTimeCompare(previous, time) < 0;
+  const bool goesForward = previous < time;
   // The bound is the ad's end in the stream although `time` is in-ad: it only matters for an ad at the very
   // start of the stream.
-  const bool endsBeforeAd = CMTimeCompare(time, ad_->endTime()) < 0;
-  const bool isSeek = CMTimeCompare(CMTimeSubtract(time, previous), seekThreshold_) > 0;
+  const bool endsBeforeAd = time < ad_->endTime();
+  const bool isSeek = CMTimeSubtract(time, previous) > seekThreshold_;
   return goesForward && endsBeforeAd && !isSeek;
 }
 

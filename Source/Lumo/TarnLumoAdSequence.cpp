@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Lumo/ValueSupport.h"
+#include "Lumo/Internal/ValueSupport.h"
 
 TarnLumoAdSequence::TarnLumoAdSequence(Ads ads) : ads_(std::move(ads)), duration_(kCMTimeZero) {
   if (ads_.empty()) return;

@@ -7,12 +7,12 @@
 
 #include "Platform/Log.h"
 #include "Platform/NumberFormatter.h"
+#include "Platform/Text.h"
 
 namespace {
 
 using tarn::NumberFormatter;
 
-constexpr CMTimeScale kTimescale = 600;
 constexpr std::string_view kNoDurationCharacters = "[^0123456789.:+]";
 
 /// Off when the lowest bit is set.
@@ -56,12 +56,6 @@ double numberOrZero(std::string_view field) {
   return NumberFormatter::shared(NumberFormatter::Style::plain).numberFromString(field).value_or(0.0);
 }
 
-bool equalsIgnoringCase(std::string_view text, std::string_view lowerCaseWord) {
-  const auto lowerCase = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-  return std::equal(text.begin(), text.end(), lowerCaseWord.begin(), lowerCaseWord.end(),
-                    [&](char a, char b) { return lowerCase(a) == b; });
-}
-
 }  // namespace
 
 void TarnLumoLogConfigure(std::int64_t config) {
@@ -102,12 +96,12 @@ CMTime TarnLumoDurationFromString(std::optional<std::string_view> string) {
   }
   const int wholeSeconds =
       static_cast<int>(numberOrZero(hours)) * 3600 + static_cast<int>(numberOrZero(minutes)) * 60;
-  return CMTimeMakeWithSeconds(wholeSeconds + numberOrZero(seconds), kTimescale);
+  return CMTimeMakeWithSeconds(wholeSeconds + numberOrZero(seconds), tarn::kDocumentTimescale);
 }
 
 CMTime TarnLumoAdBreakTimeOffsetFromString(std::optional<std::string_view> string) {
-  if (string && equalsIgnoringCase(*string, "start")) return kCMTimeZero;
-  if (string && equalsIgnoringCase(*string, "end")) return kCMTimePositiveInfinity;
+  if (string && tarn::equalsIgnoringASCIICase(*string, "start")) return kCMTimeZero;
+  if (string && tarn::equalsIgnoringASCIICase(*string, "end")) return kCMTimePositiveInfinity;
   return TarnLumoDurationFromString(string);
 }
 
@@ -127,5 +121,5 @@ bool TarnLumoCMTimesWithinTolerance(CMTime a, CMTime b, CMTime tolerance) {
   const int order = CMTimeCompare(a, b);
   if (order == 0) return true;
   const CMTime difference = order < 0 ? CMTimeSubtract(b, a) : CMTimeSubtract(a, b);
-  return CMTimeCompare(tolerance, difference) > 0;
+  return tolerance > difference;
 }

@@ -8,6 +8,11 @@
 
 #include "Platform/MediaTime.h"
 
+namespace tarn {
+/// Ticks per second of the times that are read from documents and of the system's own limits.
+inline constexpr CMTimeScale kDocumentTimescale = 600;
+}  // namespace tarn
+
 /// The log switch of the document side. Debug and Error do not differ in what is logged.
 enum TarnLumoLogConfig : std::int64_t {
   TarnLumoLogConfigDisabled = 0,
@@ -28,7 +33,8 @@ void TarnLumoLogConfigure(std::int64_t config);
 void TarnLumoLog(std::string_view format,
                  std::initializer_list<std::optional<std::string_view>> arguments = {});
 
-/// Reads HH:MM:SS or HH:MM:SS.mmm (VAST 3.0 §2.3.1.4, VMAP 1.0.1 §2.3.1), rounded to 1/600 s.
+/// Reads HH:MM:SS or HH:MM:SS.mmm (VAST 3.0 §2.3.1.4, VMAP 1.0.1 §2.3.1), rounded to a tick of
+/// `kDocumentTimescale`.
 ///
 /// What follows a "+" is dropped. Minutes and seconds are not range-checked, and a field that is made of the
 /// allowed characters but is no number counts as 0. Anything else logs one line and gives the invalid time.

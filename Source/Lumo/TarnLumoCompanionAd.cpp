@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "Lumo/Internal/ValueSupport.h"
 #include "Lumo/TarnLumoAd+Private.h"
-#include "Lumo/ValueSupport.h"
 
 namespace {
 

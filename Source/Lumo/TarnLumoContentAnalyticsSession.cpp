@@ -3,16 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "Lumo/TarnLumoCommon.h"
+
 namespace {
 
-bool isEarlier(const CMTime& a, const CMTime& b) {
-  return CMTimeCompare(a, b) < 0;
-}
-
 TarnLumoTimeline::ContentImpressions sortedByLogicalTime(TarnLumoTimeline::ContentImpressions impressions) {
-  std::stable_sort(impressions.begin(), impressions.end(), [](const auto& a, const auto& b) {
-    return isEarlier(a->logicalTime(), b->logicalTime());
-  });
+  std::stable_sort(impressions.begin(), impressions.end(),
+                   [](const auto& a, const auto& b) { return a->logicalTime() < b->logicalTime(); });
   return impressions;
 }
 
@@ -23,31 +20,29 @@ TarnLumoContentAnalyticsSession::TarnLumoContentAnalyticsSession(
     std::shared_ptr<TarnLumoAnalyticsDigester> digester)
     : digester_(std::move(digester)),
       prevTime_(kCMTimeZero),
-      seekThreshold_(CMTimeMakeWithSeconds(1.5, 600)) {
+      seekThreshold_(CMTimeMakeWithSeconds(1.5, tarn::kDocumentTimescale)) {
   if (!timeline) return;
   for (const auto& impression : sortedByLogicalTime(timeline->contentImpressions())) {
     orderedContentImpressions_.push_back(
         {timeline->absoluteTimeAtContentTime(impression->logicalTime()), impression->url()});
   }
-  positionsAscend_ =
-      std::is_sorted(orderedContentImpressions_.begin(), orderedContentImpressions_.end(),
-                     [](const Placed& a, const Placed& b) { return isEarlier(a.position, b.position); });
+  positionsAscend_ = std::is_sorted(orderedContentImpressions_.begin(), orderedContentImpressions_.end(),
+                                    [](const Placed& a, const Placed& b) { return a.position < b.position; });
 }
 
 void TarnLumoContentAnalyticsSession::trackProgressToTime(CMTime time) {
   const CMTime previous = std::exchange(prevTime_, time);
-  if (isEarlier(seekThreshold_, CMTimeSubtract(time, previous))) return;
+  if (seekThreshold_ < CMTimeSubtract(time, previous)) return;
 
   auto impression = orderedContentImpressions_.begin();
   if (positionsAscend_) {  // What lies at or before the previous time is not due.
-    impression =
-        std::partition_point(impression, orderedContentImpressions_.end(),
-                             [&](const Placed& placed) { return !isEarlier(previous, placed.position); });
+    impression = std::partition_point(impression, orderedContentImpressions_.end(),
+                                      [&](const Placed& placed) { return previous >= placed.position; });
   }
   const std::weak_ptr<void> alive = alive_;
   for (; impression != orderedContentImpressions_.end(); ++impression) {
-    if (isEarlier(time, impression->position)) return;
-    if (!isEarlier(previous, impression->position)) continue;
+    if (time < impression->position) return;
+    if (previous >= impression->position) continue;
     const auto url = impression->url;
     digester_->digestEvent(url);
     if (alive.expired()) return;

@@ -1,12 +1,12 @@
 #include "Lumo/TarnLumoDocument.h"
 
 #include <fmt/format.h>
-#include <libxml/xmlstring.h>
 
 #include <utility>
 
 #include "Lumo/TarnLumoTimeline.h"
 #include "Platform/Log.h"
+#include "Platform/Text.h"
 
 namespace {
 
@@ -14,10 +14,7 @@ constexpr const char* kClassName = "TarnLumoDocument";
 constexpr int kRawTraffic = 5;
 
 tarn::Error documentError(std::int64_t code) {
-  tarn::Error error;
-  error.domain = TarnLumoErrorDomain;
-  error.code = code;
-  return error;
+  return tarn::Error::make(TarnLumoErrorDomain, code);
 }
 
 tarn::Error multipleRetrievalError(const tarn::URL& url) {
@@ -30,19 +27,10 @@ tarn::Error multipleRetrievalError(const tarn::URL& url) {
   return error;
 }
 
-/// libxml2's check ends at a NUL, which UTF-8 may hold.
-bool isUTF8(const std::string& text) {
-  std::size_t begin = 0;
-  do {
-    if (xmlCheckUTF8(reinterpret_cast<const xmlChar*>(text.c_str() + begin)) == 0) return false;
-    begin = text.find('\0', begin) + 1;  // 0 behind the last NUL
-  } while (begin != 0);
-  return true;
-}
-
 void logResponse(const std::string& body) {
   if (!MHLogIsEnabled(kRawTraffic)) return;
-  const std::string text = isUTF8(body) ? body : fmt::format("({} bytes that are not UTF-8)", body.size());
+  const std::string text =
+      tarn::isUTF8(body) ? body : fmt::format("({} bytes that are not UTF-8)", body.size());
   MHLog(kRawTraffic, fmt::format("VMAP response:\n\n{}\n\n", text));
 }
 

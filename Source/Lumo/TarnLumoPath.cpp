@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "Lumo/TarnLumoTimelineIndex.h"
-#include "Lumo/ValueSupport.h"
+#include "Lumo/Internal/TarnLumoTimelineIndex.h"
+#include "Lumo/Internal/ValueSupport.h"
 
 TarnLumoPath::TarnLumoPath(std::shared_ptr<const TarnLumoTimeline> timeline, CMTime absoluteTime,
                            std::shared_ptr<const TarnLumoAdSequence> adSequence,
@@ -28,7 +28,7 @@ TarnLumoLogicalTime TarnLumoPath::logicalTime() const {
 
 bool TarnLumoPath::isEqualToPath(const TarnLumoPath& other) const {
   if (this == &other) return true;
-  return tarn::equalTimes(absoluteTime_, other.absoluteTime_) && tarn::equalValues(ad_, other.ad_) &&
+  return absoluteTime_ == other.absoluteTime_ && tarn::equalValues(ad_, other.ad_) &&
          tarn::equalValues(adSequence_, other.adSequence_) && tarn::equalValues(timeline_, other.timeline_);
 }
 

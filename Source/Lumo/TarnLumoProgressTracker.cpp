@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Lumo/ValueSupport.h"
+#include "Lumo/Internal/ValueSupport.h"
 
 namespace {
 
@@ -10,7 +10,7 @@ namespace {
 constexpr double kShortestBackwardSeekIntoAd = 5.0;
 
 bool isEarlier(const TarnLumoPath& path, const TarnLumoPath& other) {
-  return CMTimeCompare(path.absoluteTime(), other.absoluteTime()) < 0;
+  return path.absoluteTime() < other.absoluteTime();
 }
 
 template <typename T>

@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "Lumo/TarnLumoTimelineIndex.h"
+#include "Lumo/Internal/TarnLumoTimelineIndex.h"
+#include "Lumo/Internal/ValueSupport.h"
 #include "Lumo/TarnLumoTimelineOperation.h"
-#include "Lumo/ValueSupport.h"
 
 std::shared_ptr<const TarnLumoTimeline> TarnLumoTimeline::make(std::optional<tarn::URL> lumoURL,
                                                                CMTime contentLength, CMTime payloadLength,
@@ -46,9 +46,8 @@ TarnLumoPath TarnLumoTimeline::pathAtTime(CMTime absoluteTime) const {
 
 bool TarnLumoTimeline::isEqualToTimeline(const TarnLumoTimeline& other) const {
   if (this == &other) return true;
-  return lumoURL_ == other.lumoURL_ && tarn::equalTimes(payloadLength_, other.payloadLength_) &&
-         tarn::equalTimes(contentLength_, other.contentLength_) &&
-         tarn::equalValues(adSequences_, other.adSequences_) &&
+  return lumoURL_ == other.lumoURL_ && payloadLength_ == other.payloadLength_ &&
+         contentLength_ == other.contentLength_ && tarn::equalValues(adSequences_, other.adSequences_) &&
          contentImpressions_ == other.contentImpressions_;  // by identity, as impressions compare
 }
 

@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "Lumo/Internal/ValueSupport.h"
 #include "Lumo/TarnLumoAd.h"
-#include "Lumo/ValueSupport.h"
 
 namespace {
 
 bool isBefore(const TarnLumoTrackingEvent& event, const CMTime& time) {
-  return CMTimeCompare(event.offset(), time) < 0;
+  return event.offset() < time;
 }
 
 }  // namespace
@@ -21,7 +21,7 @@ int TarnLumoTrackingEvent::compareByOffset(const TarnLumoTrackingEvent& other) c
 }
 
 bool TarnLumoTrackingEvent::isEqualToTrackingEvent(const TarnLumoTrackingEvent& other) const {
-  return tarn::equalTimes(offset_, other.offset_) && name_ == other.name_ && url_ == other.url_;
+  return offset_ == other.offset_ && name_ == other.name_ && url_ == other.url_;
 }
 
 std::uint64_t TarnLumoTrackingEvent::hash() const {

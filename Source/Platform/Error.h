@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace tarn {
 
@@ -18,6 +19,15 @@ struct Error {
   std::optional<std::string> failureReason{};
   std::optional<std::string> recoverySuggestion{};
   std::shared_ptr<const Error> underlying{};
+
+  /// `code` is a number or an enumerator.
+  template <typename Code>
+  [[nodiscard]] static Error make(std::string domain, Code code,
+                                  std::optional<std::string> description = {}) {
+    return {.domain = std::move(domain),
+            .code = static_cast<std::int64_t>(code),
+            .description = std::move(description)};
+  }
 };
 
 /// Both chains hold the same domains, codes and texts.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <string>
 
@@ -100,6 +101,14 @@ inline constexpr CMTime kCMTimeNegativeInfinity{0, 0, kCMTimeFlags_Valid | kCMTi
 /// -1, 0 or 1. A total order: -infinity < numeric < indefinite < +infinity < invalid; numeric times by epoch
 /// first, then by their exact rational value. Times of one non-numeric kind are equal.
 [[nodiscard]] int CMTimeCompare(CMTime time1, CMTime time2);
+
+/// The order of `CMTimeCompare`: equivalent times, such as 1/2 and 2/4, are equal without being identical.
+[[nodiscard]] inline std::weak_ordering operator<=>(const CMTime& a, const CMTime& b) {
+  return CMTimeCompare(a, b) <=> 0;
+}
+[[nodiscard]] inline bool operator==(const CMTime& a, const CMTime& b) {
+  return CMTimeCompare(a, b) == 0;
+}
 
 /// The product of the time and the exact value of the double; the epoch stays.
 ///

@@ -2,32 +2,20 @@
 
 #include <arpa/inet.h>
 #include <unicode/idna.h>
-#include <unicode/utf8.h>
 
 #include <algorithm>
 #include <array>
 #include <memory>
 #include <utility>
 
+#include "Platform/Text.h"
+
 namespace tarn {
 namespace {
 
-bool isAlpha(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-bool isHexDigit(char c) {
-  return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
 bool isOneOf(char c, std::string_view set) {
   return set.find(c) != std::string_view::npos;
 }
-char lowerCase(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 using CharacterSet = std::array<bool, 256>;
 
 /// The unreserved characters, the sub-delimiters (RFC 3986 §2.2, §2.3) and `others`.
@@ -49,25 +37,11 @@ bool contains(const CharacterSet& set, char c) {
   return set[static_cast<unsigned char>(c)];
 }
 
-std::string_view trimmed(std::string_view text) {
+std::string_view trimmedOfControls(std::string_view text) {
   const auto isOutside = [](char c) { return static_cast<unsigned char>(c) <= 0x20; };
   while (!text.empty() && isOutside(text.front())) text.remove_prefix(1);
   while (!text.empty() && isOutside(text.back())) text.remove_suffix(1);
   return text;
-}
-
-bool isUTF8(std::string_view text) {
-  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-  for (std::size_t i = 0; i < text.size();) {
-    UChar32 c = 0;
-    U8_NEXT(bytes, i, text.size(), c);
-    if (c < 0) return false;
-  }
-  return true;
-}
-
-bool isASCII(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 /// Appends `text` with whatever is neither an escape nor in `allowed` percent-encoded.
@@ -77,7 +51,8 @@ void appendEncoded(std::string& out, std::string_view text, const CharacterSet& 
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
     if (contains(allowed, c)) continue;
-    if (c == '%' && text.size() - i > 2 && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2])) continue;
+    if (c == '%' && text.size() - i > 2 && isASCIIHexDigit(text[i + 1]) && isASCIIHexDigit(text[i + 2]))
+      continue;
     const auto byte = static_cast<unsigned char>(c);
     out.append(text, runBegin, i - runBegin);
     out += '%';
@@ -91,10 +66,11 @@ void appendEncoded(std::string& out, std::string_view text, const CharacterSet& 
 /// The scheme's length, 0 when `text` does not begin with one (RFC 3986 §3.1).
 std::size_t schemeLengthOf(std::string_view text) {
   const auto colon = text.find(':');
-  if (colon == std::string_view::npos || colon == 0 || !isAlpha(text.front())) return 0;
+  if (colon == std::string_view::npos || colon == 0 || !isASCIILetter(text.front())) return 0;
   const auto scheme = text.substr(0, colon);
-  const bool isScheme = std::all_of(scheme.begin(), scheme.end(),
-                                    [](char c) { return isAlpha(c) || isDigit(c) || isOneOf(c, "+-."); });
+  const bool isScheme = std::all_of(scheme.begin(), scheme.end(), [](char c) {
+    return isASCIILetter(c) || isASCIIDigit(c) || isOneOf(c, "+-.");
+  });
   return isScheme ? colon : 0;
 }
 
@@ -161,21 +137,21 @@ std::optional<int> portNumber(std::string_view digits) {
   if (digits.empty()) return -1;
   int port = 0;
   for (const char c : digits) {
-    if (!isDigit(c)) return std::nullopt;
+    if (!isASCIIDigit(c)) return std::nullopt;
     port = port * 10 + (c - '0');
     if (port > kLargestPort) return std::nullopt;
   }
   return port;
 }
 
+}  // namespace
+
 bool isWebScheme(std::string_view scheme) {
   return scheme == "http" || scheme == "https";
 }
 
-}  // namespace
-
 std::optional<URL> URL::fromString(std::string_view text) {
-  text = trimmed(text);
+  text = trimmedOfControls(text);
   if (!isASCII(text) && !isUTF8(text)) return std::nullopt;
   const auto schemeLength = schemeLengthOf(text);
   if (schemeLength == 0) return std::nullopt;
@@ -184,7 +160,7 @@ std::optional<URL> URL::fromString(std::string_view text) {
   url.schemeLength_ = schemeLength;
   url.text_.reserve(text.size() + 16);
   std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(schemeLength),
-                 std::back_inserter(url.text_), lowerCase);
+                 std::back_inserter(url.text_), [](char c) { return asciiLowerCase(c); });
   url.text_ += ':';
   text.remove_prefix(schemeLength + 1);
 
@@ -241,7 +217,8 @@ std::optional<int> URL::port() const {
 std::string URL::origin() const {
   std::string origin(scheme());
   origin += "://";
-  std::transform(host().begin(), host().end(), std::back_inserter(origin), lowerCase);
+  std::transform(host().begin(), host().end(), std::back_inserter(origin),
+                 [](char c) { return asciiLowerCase(c); });
   auto port = port_;
   if (!port && scheme() == "http") port = 80;
   if (!port && scheme() == "https") port = 443;

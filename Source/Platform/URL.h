@@ -48,4 +48,7 @@ class URL {
   std::optional<int> port_;
 };
 
+/// Whether a URL's scheme, in lower case, is http or https.
+[[nodiscard]] bool isWebScheme(std::string_view scheme);
+
 }  // namespace tarn

@@ -156,9 +156,7 @@ TEST_F(GStreamerPlayerTest, ASeekToTheEndLandsOnTheDurationAndPlayingThereEndsTh
     if (state == TarnPlayerState::ended) replay(seconds(1));
   });
   viewer.progress.clear();
-  const auto isBehind = [&](double time) {
-    return CMTimeCompare(viewer.player->currentTime(), seconds(time)) > 0;
-  };
+  const auto isBehind = [&](double time) { return viewer.player->currentTime() > seconds(time); };
   EXPECT_TRUE(viewer.waitFor([&] { return isBehind(3.5); }));
   EXPECT_TRUE(viewer.waitFor([&] { return !isBehind(2) && isBehind(1.2); }));
   EXPECT_THAT(playing, ElementsAre(false, true));
@@ -228,7 +226,7 @@ TEST_F(GStreamerPlayerTest, TellsTheRangeInHandFromThePlayheadOn) {
   viewer.player->play();
   const auto hasAllInHand = [&] {
     const auto& loaded = viewer.player->loadedTimeRanges().get();
-    if (!loaded || loaded->size() != 1 || CMTimeCompare(loaded->front().start, seconds(1)) < 0) return false;
+    if (!loaded || loaded->size() != 1 || loaded->front().start < seconds(1)) return false;
     return CMTimeGetSeconds(CMTimeRangeGetEnd(loaded->front())) > 3.5;
   };
   EXPECT_TRUE(viewer.waitFor(hasAllInHand));

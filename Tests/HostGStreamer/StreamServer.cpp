@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "TestStream.h"
+#include "Support/TestStream.h"
 
 namespace tarn::test {
 namespace {

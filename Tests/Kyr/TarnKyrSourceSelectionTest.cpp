@@ -1,4 +1,4 @@
-#include "Kyr/TarnKyrSourceSelection.h"
+#include "Kyr/Internal/TarnKyrSourceSelection.h"
 
 #include <gmock/gmock.h>
 

@@ -1,11 +1,11 @@
-#include "Lumo/TarnLumoAdSequencesBuilder.h"
+#include "Lumo/Internal/TarnLumoAdSequencesBuilder.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 
-#include "Lumo/TarnLumoValueReader.h"
-#include "Lumo/TimeList.h"
+#include "Lumo/Internal/TarnLumoValueReader.h"
+#include "Lumo/Internal/TimeList.h"
 #include "Platform/Log.h"
 #include "Support/TimePrinter.h"
 
@@ -53,12 +53,11 @@ TEST(TimeListTest, FindsTimesBeyondWhatItsTicksCanHold) {
   tarn::TimeList list;
   for (const CMTime& time : times) list.add(time);
   list.close();
-  const auto isEarlier = [](const CMTime& a, const CMTime& b) { return CMTimeCompare(a, b) < 0; };
   for (const CMTime& time : {CMTimeMake(INT64_MIN, 1), CMTimeMake(INT64_MAX, 1), CMTimeMake(INT64_MIN, 600),
                              CMTimeMake(INT64_MAX, 600), CMTimeMake(-601, 601), CMTimeMake(-602, 601)}) {
     SCOPED_TRACE(CMTimeCopyDescription(time));
-    const auto notEarlier = std::lower_bound(std::begin(times), std::end(times), time, isEarlier) - times;
-    const auto later = std::upper_bound(std::begin(times), std::end(times), time, isEarlier) - times;
+    const auto notEarlier = std::lower_bound(std::begin(times), std::end(times), time) - times;
+    const auto later = std::upper_bound(std::begin(times), std::end(times), time) - times;
     EXPECT_EQ(list.firstNotEarlier(time, 0, 3), static_cast<std::size_t>(notEarlier));
     EXPECT_EQ(list.firstLater(time, 0, 3), static_cast<std::size_t>(later));
   }

@@ -15,10 +15,10 @@ using Segments = std::vector<TarnLumoContentSegment>;
 using Random = std::mt19937_64;
 
 bool isLess(CMTime a, CMTime b) {
-  return CMTimeCompare(a, b) < 0;
+  return a < b;
 }
 bool isAtMost(CMTime a, CMTime b) {
-  return CMTimeCompare(a, b) <= 0;
+  return a <= b;
 }
 
 Segments walkSegments(const TarnLumoTimeline& timeline) {
@@ -48,7 +48,7 @@ CMTime walkToContent(const Segments& segments, CMTime time) {
       accumulated = CMTimeAdd(accumulated, CMTimeSubtract(time, segment.beginTime()));
     }
   }
-  return CMTimeCompare(accumulated, kCMTimeZero) == 0 ? kCMTimeInvalid : accumulated;
+  return accumulated == kCMTimeZero ? kCMTimeInvalid : accumulated;
 }
 
 CMTime walkToAbsolute(const Segments& segments, CMTime payloadLength, CMTime time) {

@@ -66,8 +66,7 @@ void FakePlayer::landLater() {
 void FakePlayer::land() {
   if (!seek_) return;
   const Seek seek = *std::exchange(seek_, std::nullopt);
-  position_ =
-      std::clamp(seek.time, kCMTimeZero, end(), [](CMTime a, CMTime b) { return CMTimeCompare(a, b) < 0; });
+  position_ = std::clamp(seek.time, kCMTimeZero, end());
   if (state_.get() == TarnPlayerState::ended && !announce(state_, TarnPlayerState::ready)) return;
   const std::weak_ptr<char> alive = alive_;
   if (seek.completion) seek.completion(true);
@@ -88,11 +87,11 @@ bool FakePlayer::isMoving() const {
 
 void FakePlayer::advance(double seconds, double tick) {
   CMTime left = test::seconds(seconds);
-  while (isMoving() && CMTimeCompare(left, kCMTimeZero) > 0) {
-    const CMTime step = CMTimeCompare(left, test::seconds(tick)) < 0 ? left : test::seconds(tick);
+  while (isMoving() && left > kCMTimeZero) {
+    const CMTime step = std::min(left, test::seconds(tick));
     left = CMTimeSubtract(left, step);
     const CMTime next = CMTimeAdd(position_, step);
-    if (CMTimeCompare(next, end()) >= 0) return reachEnd();
+    if (next >= end()) return reachEnd();
     if (!moveTo(next)) return;
   }
 }

@@ -17,7 +17,7 @@ namespace tarn::test {
 
 /// Equal as media-time comparison has it: 1/2 equals 2/4.
 MATCHER_P(TimeEq, expected, "compares equal to " + CMTimeCopyDescription(expected)) {
-  return CMTimeCompare(arg, expected) == 0;
+  return arg == expected;
 }
 
 /// Equal in value, timescale, flags and epoch.

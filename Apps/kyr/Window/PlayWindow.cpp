@@ -15,10 +15,10 @@
 #include <mutex>
 #include <utility>
 
-#include "Kyr/QtMainQueue.h"
-#include "Kyr/TarnKyrAdComponentDisplayContainer.h"
+#include "Overlay/QtMainQueue.h"
+#include "Overlay/TarnKyrAdComponentDisplayContainer.h"
 #include "Platform/Log.h"
-#include "Report.h"
+#include "Terminal/Report.h"
 #include "Window/WindowControls.h"
 
 namespace tarn::cli {
@@ -29,10 +29,7 @@ constexpr QSize kSize(1280, 720);
 constexpr std::chrono::seconds kFirstFrameLimit{30};
 
 Error noWindow(const QString& reason) {
-  Error error;
-  error.domain = "kyr.window";
-  error.code = 1;
-  error.description = "No window could be opened; --headless plays in the terminal";
+  Error error = Error::make("kyr.window", 1, "No window could be opened; --headless plays in the terminal");
   if (!reason.isEmpty()) error.failureReason = reason.toStdString();
   return error;
 }

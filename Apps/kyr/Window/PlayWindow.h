@@ -3,11 +3,11 @@
 #include <functional>
 #include <memory>
 
-#include "EventLoop.h"
 #include "Host/TarnSessionConsumer.h"
 #include "HostGStreamer/GStreamerPlayer.h"
 #include "Lumo/BeaconSink.h"
-#include "SessionView.h"
+#include "Viewing/EventLoop.h"
+#include "Viewing/SessionView.h"
 
 namespace tarn::cli {
 

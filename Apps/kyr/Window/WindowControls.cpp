@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Lumo/TarnLumoCommon.h"
+
 namespace tarn::cli {
 namespace {
 
@@ -70,7 +72,7 @@ void WindowControls::send(char key) const {
 void WindowControls::seekToShare(double share) {
   const double length = CMTimeGetSeconds(state_.duration());
   if (handlers_.seek && length > 0)
-    handlers_.seek(CMTimeMakeWithSeconds(std::clamp(share, 0.0, 1.0) * length, 600));
+    handlers_.seek(CMTimeMakeWithSeconds(std::clamp(share, 0.0, 1.0) * length, kDocumentTimescale));
 }
 
 void WindowControls::showPage(const QString& address) {

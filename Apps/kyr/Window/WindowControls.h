@@ -4,8 +4,8 @@
 #include <QString>
 #include <QVariantList>
 
-#include "ControlsState.h"
-#include "SessionView.h"
+#include "Viewing/ControlsState.h"
+#include "Viewing/SessionView.h"
 #include "Window/PlayWindow.h"
 
 namespace tarn::cli {

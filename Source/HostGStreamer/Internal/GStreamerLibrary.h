@@ -8,8 +8,7 @@
 
 #include "Platform/Result.h"
 
-/// What this folder's sources share of GStreamer itself: start, ownership, elements and errors. Private to
-/// the folder; its public headers name no GStreamer type.
+/// GStreamer's objects and errors, as the sources of this layer use them.
 namespace tarn {
 
 struct GstObjectUnref {
@@ -47,16 +46,8 @@ struct GstQueryUnref {
 };
 using GstQueryPtr = std::unique_ptr<GstQuery, GstQueryUnref>;
 
-/// Starts the library once. Any thread. Fails in a child that was forked later, where it cannot work.
-[[nodiscard]] Result<void> startGStreamer();
-
-/// Why GStreamer does not work in such a child.
-[[nodiscard]] Error forkedError();
-
-/// Whether the factory exists; the error names the Debian package to install. The library has been started.
-[[nodiscard]] Result<void> requireGStreamerElement(const std::string& factory);
-
-/// A new element, owned by the caller (not floating). Errors as above.
+/// A new element, owned by the caller (not floating). Errors: those of
+/// `requireGStreamerElement`.
 [[nodiscard]] Result<GstObjectPtr<GstElement>> makeGStreamerElement(const std::string& factory);
 
 /// GStreamer's error as ours; frees both arguments.

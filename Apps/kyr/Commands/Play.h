@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Document/DocumentSource.h"
+
+namespace tarn::cli {
+
+struct PlayOptions {
+  SourceOptions source;
+  bool headless = false;  ///< In the terminal instead of in a window.
+  bool fullScreen = false;
+  std::optional<std::string> script;
+  bool json = false;
+  std::optional<double> seconds;  ///< Play no longer than this, counted from when there is something to play.
+};
+
+/// Plays a document's stream on the real player and sends its beacons. Answers the exit status.
+[[nodiscard]] int runPlay(const PlayOptions& options);
+
+}  // namespace tarn::cli

@@ -1,0 +1,85 @@
+#include "Commands/Simulate.h"
+
+#include <utility>
+
+#include "Document/DocumentAddress.h"
+#include "Terminal/Report.h"
+#include "Viewing/SessionView.h"
+#include "Viewing/SimulatedPlayer.h"
+#include "Viewing/Viewing.h"
+#include "Viewing/ViewingScript.h"
+#include "Viewing/VirtualClock.h"
+#include "Viewing/WatchedPlayer.h"
+
+namespace tarn::cli {
+namespace {
+
+/// Fine enough for milliseconds and for the usual frame rates; a multiple of the documents' 600.
+constexpr CMTimeScale kTimescale = 90'000;
+
+CMTime virtualTime(double seconds) {
+  return CMTimeMakeWithSeconds(seconds, kTimescale);
+}
+
+class Simulation {
+ public:
+  Simulation(const SimulateOptions& options, const DocumentAddress& address)
+      : options_(options),
+        view_(makeView()),
+        viewing_(
+            {.document = address.url, .headers = address.headers},
+            [this](PlayerWatcher watcher) { return makePlayer(std::move(watcher)); }, *view_) {}
+
+  /// The error that the session ended with.
+  std::optional<Error> run(const std::vector<ViewingStep>& script) {
+    if (!viewing_.begin()) return viewing_.error();
+    provideItem();
+    for (const auto& step : script) {
+      if (step.act) step.act(viewing_);
+      clock_.advance(virtualTime(step.seconds));
+    }
+    view_->finish();
+    return viewing_.error();
+  }
+
+ private:
+  [[nodiscard]] std::unique_ptr<SessionView> makeView() const {
+    const ElapsedTime elapsed = [this] { return CMTimeGetSeconds(clock_.now()); };
+    return options_.json ? makeJsonSessionView(elapsed)
+                         : makeTextSessionView(elapsed, Terminal::ofStandardOutput());
+  }
+
+  std::shared_ptr<TarnPlayer> makePlayer(PlayerWatcher watcher) {
+    const SimulatedPlayer::Manner manner{virtualTime(options_.tick), virtualTime(options_.seekLatency)};
+    auto player = std::make_shared<WatchedPlayer<SimulatedPlayer>>(std::move(watcher), clock_, manner);
+    player_ = player;
+    return player;
+  }
+
+  /// Also where the document names no stream, which the session's log tells.
+  void provideItem() {
+    const CMTime duration = options_.itemDuration ? virtualTime(*options_.itemDuration)
+                                                  : viewing_.session()->timeline()->payloadLength();
+    if (const auto player = player_.lock()) player->becomeReady(duration);
+    clock_.advance(kCMTimeZero);
+  }
+
+  const SimulateOptions& options_;
+  VirtualClock clock_;
+  std::unique_ptr<SessionView> view_;
+  std::weak_ptr<SimulatedPlayer> player_;
+  Viewing viewing_;
+};
+
+}  // namespace
+
+int runSimulate(const SimulateOptions& options) {
+  const auto script = readViewingScript(options.script);
+  if (!script) return reportFailure(script.error(), options.json);
+  const auto address = addressOf(options.source);
+  if (!address) return reportFailure(address.error(), options.json);
+  const auto error = Simulation(options, *address).run(*script);
+  return error ? reportFailure(*error, options.json) : kDone;
+}
+
+}  // namespace tarn::cli

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "Platform/MediaTime.h"
+
+namespace tarn::cli {
+
+/// `text` as it may be written to a terminal or a log: valid UTF-8 on one line. Documents are not trusted,
+/// and an escape sequence in an ad's title must not move the cursor: controls become spaces or U+FFFD, and so
+/// do the marks that reorder text.
+[[nodiscard]] std::string printable(std::string_view text);
+
+/// Columns that printable text takes on a terminal.
+[[nodiscard]] std::size_t columns(std::string_view text);
+
+/// `text` cut to at most `width` columns, the last of them an ellipsis where something was cut.
+[[nodiscard]] std::string clipped(std::string_view text, std::size_t width);
+
+/// `text` repeated.
+[[nodiscard]] std::string repeated(std::string_view text, std::size_t count);
+
+/// "1 ad", "2 ads"; `plural` where an "s" is not enough.
+[[nodiscard]] std::string counted(std::size_t count, std::string_view singular, std::string_view plural = {});
+
+/// Writes `text` to standard output.
+void print(std::string_view text);
+
+/// A time for people: "0:10:30.500", "-0:00:05.000", from 1000 hours on plain seconds; "invalid",
+/// "indefinite",
+/// "+infinity", "-infinity".
+[[nodiscard]] std::string clockText(CMTime time);
+
+/// A length for people: "30 s", "7.5 s", rounded to the millisecond; the words of `clockText` otherwise.
+[[nodiscard]] std::string secondsText(CMTime time);
+
+/// "invalid", "indefinite", "+infinity" or "-infinity" for a time that is no number, else empty.
+[[nodiscard]] std::string_view specialTimeWord(CMTime time);
+
+}  // namespace tarn::cli

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <thread>
+
+#include "Terminal/Interruption.h"
+
+namespace tarn::cli {
+
+/// Passes what the user does on to the main queue: the keys of a terminal, and the wish to end.
+///
+/// Made and destroyed on the main thread; nothing is called after it was destroyed. While it reads keys the
+/// terminal neither echoes them nor waits for a line's end.
+class UserInput {
+ public:
+  struct Handlers {
+    std::function<void(char key)> key;  ///< The left and right arrows are '<' and '>'.
+    std::function<void()> interrupted;
+  };
+
+  /// Reads keys only when asked to and when standard input is a terminal whose foreground is this process.
+  UserInput(bool readKeys, Handlers handlers);
+  UserInput(const UserInput&) = delete;
+  UserInput& operator=(const UserInput&) = delete;
+  ~UserInput();
+
+ private:
+  class RawTerminal;
+
+  void run(int keys);
+
+  Interruption interruption_;
+  std::shared_ptr<const Handlers> handlers_;
+  std::unique_ptr<RawTerminal> terminal_;
+  int endEvent_;
+  std::thread thread_;
+};
+
+}  // namespace tarn::cli

@@ -1,0 +1,35 @@
+#include "Viewing/VirtualClock.h"
+
+#include <utility>
+
+namespace tarn::cli {
+namespace {
+
+void finishTurns() {
+  while (MainQueue::shared().drain() > 0) {
+  }
+}
+
+}  // namespace
+
+Token VirtualClock::at(CMTime time, Task task) {
+  const Due due{time, calls_++};
+  schedule_->emplace(due, std::move(task));
+  return Token([weak = std::weak_ptr<Schedule>(schedule_), due] {
+    if (const auto schedule = weak.lock()) schedule->erase(due);
+  });
+}
+
+void VirtualClock::advance(CMTime duration) {
+  const CMTime end = CMTimeAdd(now_, duration);
+  finishTurns();
+  while (!schedule_->empty() && schedule_->begin()->first.time <= end) {
+    const auto next = schedule_->extract(schedule_->begin());
+    if (next.key().time > now_) now_ = next.key().time;
+    next.mapped()();
+    finishTurns();
+  }
+  now_ = end;
+}
+
+}  // namespace tarn::cli

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+
+#include "Lumo/Internal/TarnLumoWarningCollector.h"
+#include "Lumo/TarnLumoAd+Private.h"
+#include "Platform/MediaTime.h"
+#include "Platform/Result.h"
+#include "XML/TarnLumoONOXMLElement.h"
+
+/// Reads a VAST 3.0 Ad (through its InLine; Wrappers are not followed) into a builder. Without an element, an
+/// InLine or a Linear the builder keeps its initial values. Fails with 4011 in `TarnLumoErrorDomain` when a
+/// Linear's Duration cannot be read.
+///
+/// `beginTime` is absolute, `logicalOffset` content time.
+[[nodiscard]] tarn::Result<TarnLumoAdBuilder> TarnLumoDeserializeAdBuilderFromElementAndBeginTimeWithError(
+    const std::optional<TarnLumoONOXMLElement>& element, CMTime beginTime, CMTime logicalOffset,
+    tarn::WarningCollector& warnings);
+
+namespace tarn {
+
+/// An error of the reader: the localised `format` with `value` ("(null)" when absent) for its "%@".
+/// `suggestion` tells people what to do.
+[[nodiscard]] Error deserializationError(const char* format, const std::optional<std::string>& value,
+                                         std::string suggestion);
+
+}  // namespace tarn

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Lumo/TarnLumoDocument.h"
+#include "XML/TarnLumoONOXMLElement.h"
+
+namespace tarn {
+
+/// Gathers what a document's author would want to know while the document is read. Keeps the first 1,000
+/// warnings, so that a hostile document cannot fill memory with them. Used by one thread at a time.
+class WarningCollector {
+ public:
+  /// `message` is one sentence. Lines that the parser could not count to (65,535 on) are left out.
+  void add(std::optional<std::int64_t> line, std::string message);
+  void add(const TarnLumoONOXMLElement& element, std::string message);
+
+  /// In document order, those without a line last; then, if any were dropped, one that says how many.
+  [[nodiscard]] std::vector<TarnLumoWarning> take();
+
+ private:
+  std::vector<TarnLumoWarning> warnings_;
+  std::size_t dropped_ = 0;
+};
+
+/// `text` as a message quotes it: folded to one line, clipped, between typographic quotes.
+[[nodiscard]] std::string quoted(std::string_view text);
+
+}  // namespace tarn

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QQuickWindow>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Overlay/TarnKyrAdComponentDisplayContainer.h"
+#include "Overlay/TarnKyrAdComponentView.h"
+#include "ScriptedSession.h"
+#include "Support/TimelineBuilder.h"
+
+namespace tarn::test {
+
+/// Runs what waits on the main queue, and what that enqueues.
+void runMainQueue();
+/// Has Qt handle what waits, deletions included.
+void runQt();
+
+/// A player's picture, as an application puts it into its window: takes presses and keys, and says so.
+class Picture final : public QQuickItem {
+  Q_OBJECT
+ public:
+  explicit Picture(QQuickItem* parent) : QQuickItem(parent) { setAcceptedMouseButtons(Qt::AllButtons); }
+  int presses = 0;
+  std::vector<int> keys;
+  bool takesArrows = false;
+
+ protected:
+  void mousePressEvent(QMouseEvent* event) override { ++presses, event->accept(); }
+  void keyPressEvent(QKeyEvent* event) override;
+  void keyReleaseEvent(QKeyEvent* event) override { event->accept(); }
+};
+
+/// An application's window of 1280 × 720 pixels, shown and active: the picture, and over it an item for the
+/// overlay. A point is two pixels.
+class OverlayWindowTest : public ::testing::Test {
+ protected:
+  OverlayWindowTest();
+  ~OverlayWindowTest() override;
+
+  [[nodiscard]] TarnKyrAdComponentView& view() { return *container->adComponentView(); }
+  [[nodiscard]] tarn::OverlayButton& skip() { return *view().skipButton(); }
+  [[nodiscard]] tarn::OverlayButton& learnMore() { return *view().learnMoreButton(); }
+
+  /// A new session, advanced to.
+  std::shared_ptr<ScriptedSession> advance(double itemSeconds = 600);
+  /// In that session, a break with that one ad, entered and at that in-ad time.
+  void play(const std::shared_ptr<const TarnLumoAd>& entered, double inAdSeconds = 0);
+  /// The ad that was entered last, or is said to be the current one, goes on to that in-ad time.
+  void progress(double inAdSeconds);
+
+  /// Plays a story (see `tellStory`). Steps: a number is progress; an arrow, "ok", "back" or "escape" is
+  /// typed; "skip" and "more" are clicked on, "press" and "release" are of the mouse on the skip button;
+  /// "?skip", "?more", "?picture" and "?none" expect the focus there, "?shown" and "?hidden" are of the view;
+  /// the others are of the session. To be looked at: the "label", the "buttons" that are there, those that
+  /// cannot be clicked in brackets, the player's "calls", the "beacons".
+  void tell(const std::string& story);
+
+  [[nodiscard]] QPoint centreOf(const QQuickItem& item) const;
+  void pressKey(int key, bool repeated = false);
+  void releaseKey(int key);
+  void typeKey(int key);
+
+  std::shared_ptr<ScriptedSession> session;
+  std::shared_ptr<const TarnLumoAd> ad;
+  QQuickWindow window;
+  Picture* picture;
+  QQuickItem* stage;
+  std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>();
+  std::shared_ptr<TarnKyrAdComponentDisplayContainer> container;
+
+ private:
+  void take(const std::string& step);
+  [[nodiscard]] std::string found(const std::string& place);
+  [[nodiscard]] std::string focused();
+  [[nodiscard]] bool isShown() { return view().parentItem() != nullptr && view().isVisible(); }
+  [[nodiscard]] std::string buttons();
+};
+
+}  // namespace tarn::test

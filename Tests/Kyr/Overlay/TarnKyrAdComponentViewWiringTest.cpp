@@ -1,0 +1,189 @@
+#include <gmock/gmock.h>
+
+#include <QSignalSpy>
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+#include "Kyr/Internal/TarnKyrHostAds.h"
+#include "Kyr/TarnKyrConstants.h"
+#include "Lumo/TarnLumoAdAnalyticsSession.h"
+#include "OverlayFixture.h"
+#include "Support/TimePrinter.h"
+
+namespace tarn::test {
+namespace {
+
+class AdComponentWiring : public OverlayWindowTest {
+ protected:
+  /// In an ad of absolute 10..30 s that can be skipped by now.
+  void playSkippable(double itemSeconds = 600) {
+    advance(itemSeconds);
+    play(makeAd({.beginTime = 10, .duration = 20, .skipOffset = 5}), 6);
+  }
+};
+
+TEST_F(AdComponentWiring, TheLabelTellsWhatIsLeftOfTheBreak) {
+  advance();
+  tell("=> label:");
+  const auto a = makeAd({.beginTime = 0, .duration = 10, .id = "a"});
+  const auto again = makeAd({.beginTime = 10, .duration = 20, .id = "a"});
+  session->enterBreak({a, again});
+  ad = a;
+  tell(R"(
+    enterAd => label:
+    0    => label: Your video will resume in 30 seconds
+    0.25 => label: Your video will resume in 29 seconds
+    10   => label: Your video will resume in 20 seconds)");
+  ad =
+      makeAd({.beginTime = 10, .duration = 20, .id = "a"});  // the second's equal, the id is the first's, too
+  tell(R"(
+    7.1  => label: Your video will resume in 12 seconds
+    18.5 => label: Your video will resume in 1 second
+    19.6 => label: Your video will resume now)");
+}
+
+TEST_F(AdComponentWiring, WhatIsMissingInAnEventCountsAsNothing) {
+  advance();
+  session->sendNothing();
+  session->send(kTarnPlaybackSessionLifecycleEventAdSequenceEnter);
+  session->send(kTarnPlaybackSessionLifecycleEventAdEnter);
+  session->send(kTarnPlaybackSessionLifecycleEventAdProgress);
+  runMainQueue();
+  tell(R"(
+      => label: Your video will resume now
+      => buttons:)");
+  session->enterBreak({makeAd({.duration = 20, .id = "b"})});
+  tell("turn => label: Your video will resume in 20 seconds");
+  ad = makeAd({.id = "another"});
+  tell("3 => label: Your video will resume in 17 seconds");
+}
+
+TEST_F(AdComponentWiring, TheSkipButtonCountsDownAndBecomesActive) {
+  advance();
+  play(makeAd({.duration = 75, .skipOffset = 4.2}));
+  EXPECT_EQ(skip().borderWidth(), 0);
+  const QSignalSpy changes(&skip(), &OverlayButton::lookChanged);
+  tell("0.5");
+  EXPECT_EQ(changes.count(), 0);
+  tell(R"(
+         => buttons: (You can skip this ad/in 5 seconds)
+    0.99 => buttons: (You can skip this ad/in 5 seconds)
+    3    => buttons: (You can skip this ad/in 2 seconds)
+    4    => buttons: (You can skip this ad/in 1 second)
+    4.99 => buttons: (You can skip this ad/in 1 second)
+    5    => buttons: Skip Ad ⇥
+    59.9 => buttons: Skip Ad ⇥
+    62   => buttons: (You can skip this ad/in 3 seconds)
+    65   => buttons: Skip Ad ⇥)");
+  EXPECT_EQ(skip().borderWidth(), 1);
+}
+
+TEST_F(AdComponentWiring, TheButtonsAreThereOnlyForAdsThatHaveWhatTheyOffer) {
+  advance();
+  const auto both = makeAd({.skipOffset = 0, .hasPage = true, .id = "both"});
+  const auto neither = makeAd({.id = "neither"});
+  session->enterBreak({neither, both});
+  ad = neither;
+  tell(R"(
+              => buttons:
+    enterAd 1 => buttons:
+    exitAd    => buttons:)");
+  ad = both;
+  tell("enterAd 0 => buttons: Skip Ad \u21E5, Learn More");
+  EXPECT_TRUE(learnMore().titleUnderlined());
+  tell(R"(
+    exitAd             => buttons:
+    enterAd enterBreak => buttons: Learn More
+    exitAd             => buttons:)");
+  EXPECT_EQ(learnMore().title(), "");
+}
+
+TEST_F(AdComponentWiring, SkippingTheStreamsLastAdMovesToItsEndTwiceUnseen) {
+  // 0.2 s behind the ad the item must go on; at its very end there is nothing to play.
+  playSkippable(30);
+  tell("skip => calls: pause, hideLayer, seek 30 -0 +0, seek 30 -0 +0, play, showLayer");
+  playSkippable(30.2);
+  tell("skip => calls: pause, hideLayer, seek 30.2 -0 +0, seek 30.2 -0 +0, play, showLayer");
+}
+
+TEST_F(AdComponentWiring, SkippingMovesBehindTheAdOnceHoweverOftenTheButtonIsPressed) {
+  playSkippable();
+  view().skipButtonDidTouchUpInside(&skip());
+  view().skipButtonDidTouchUpInside(&skip());
+  runMainQueue();
+  tell(R"(
+         => calls: pause, seek 30.2 -0 +0, play
+         => beacons: skip-a
+    skip => beacons: skip-a)");  // the seek did not lead out of the ad
+  session->dropPlayer();
+  tell("skip => beacons: skip-a");
+}
+
+TEST_F(AdComponentWiring, ASkipThatOutlastsItsSessionDoesNotPlay) {
+  for (const bool isFirstSeek : {true, false}) {
+    playSkippable(30);
+    const auto calls = session->fakePlayer().calls();
+    const auto player = session->player();
+    view().skipButtonDidTouchUpInside(&skip());
+    if (!isFirstSeek) tarn::MainQueue::shared().drain();
+    session->terminate();
+    runMainQueue();
+    EXPECT_EQ(std::count(calls->begin(), calls->end(), "play"), 0);
+    EXPECT_EQ(std::count(calls->begin(), calls->end(), "seek 30 -0 +0"), isFirstSeek ? 1 : 2);
+    EXPECT_EQ(calls->back(), "showLayer");
+  }
+}
+
+TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
+  std::vector<TarnKyrAdClickThrough> clicks;
+  container->setNextBlock([&](const TarnKyrAdClickThrough& click) { clicks.push_back(click); });
+  advance();
+  QQuickItem early;
+  view().learnMoreButtonDidTouchUpInside(&early);  // there is no ad yet
+  play(makeAd({.hasPage = true, .id = "a"}));
+  tell("more exitAd");
+  const auto b = makeAd({.beginTime = 10, .duration = 20, .hasPage = true, .id = "b"});
+  play(b);
+  tell("more more => beacons: click-a, click-b, click-b");
+  play(b);
+  tell("more => beacons: click-b");
+  ASSERT_EQ(clicks.size(), 4U);
+  EXPECT_EQ(clicks[0].sender(), &learnMore());
+  EXPECT_EQ(clicks[1].clickThroughURL().absoluteString(), "https://shop.example/b");
+  EXPECT_EQ(clicks[1].session(), session);
+  EXPECT_EQ(clicks[1].ad()->adId(), "b");
+  EXPECT_THAT(clicks[1].ad()->beginTime(), SecondsEq(10.));
+  EXPECT_THAT(clicks[1].ad()->duration(), SecondsEq(20.));
+  const auto& properties = clicks[1].ad()->properties();
+  EXPECT_NE(properties.get<std::shared_ptr<const TarnLumoAd>>(kTarnKyrAdPropertiesKeyLumoAd), nullptr);
+  const auto analytics = properties.get<std::shared_ptr<TarnLumoAdAnalyticsSession>>(
+      kTarnKyrAdPropertiesKeyLumoAdAnalyticsSession);
+  EXPECT_EQ((*analytics)->ad(), b);
+  EXPECT_EQ(clicks[1].ad(), clicks[2].ad()) << "the same play";
+  EXPECT_NE(clicks[2].ad(), clicks[3].ad()) << "each play has an analytics session of its own";
+}
+
+TEST_F(AdComponentWiring, EventsOfAnyThreadCountOnTheMainThread) {
+  advance();
+  ad = makeAd({.skipOffset = 5, .hasPage = true});
+  std::thread([this] { session->enterBreak({ad}), session->enterAd(ad), session->progress(ad, 2); }).join();
+  tell(R"(
+         => label:
+         => buttons:
+    ?hidden turn ?shown
+         => label: Your video will resume in 28 seconds
+         => buttons: (You can skip this ad/in 3 seconds), Learn More)");
+  std::atomic<bool> isOver = false;
+  std::thread sender([&] {
+    for (int i = 0; i < 100; ++i) session->progress(ad, i / 10.);
+    session->send(kTarnPlaybackSessionLifecycleEventTerminate);
+    isOver = true;
+  });
+  while (!isOver) tell("skip more");
+  sender.join();
+  tell("turn ?hidden");
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,142 @@
+#include "Reactive/Tarn_RACSubject.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "Reactive/Tarn_RACReplaySubject.h"
+#include "SignalScript.h"
+#include "Support/Story.h"
+
+namespace tarn {
+namespace {
+
+using test::Record;
+
+/// A subject and the log of all its subscribers: "x1 x| y!".
+template <typename Subject>
+class Stage {
+ public:
+  [[nodiscard]] const std::string& log() const { return log_; }
+
+  /// "1" sends 1, "|" completes, "!" fails, "+x" subscribes x, "-x" disposes of that, "~" lets go of the
+  /// subject; "x1=+y" takes the step "+y" inside the callback that writes "x1".
+  void take(const std::string& step) {
+    const auto rest = step.substr(1);
+    if (const auto equals = step.find('='); equals != std::string::npos) {
+      reactions_[step.substr(0, equals)] = step.substr(equals + 1);
+    } else if (step[0] == '+') {
+      subscribe(rest);
+    } else if (step[0] == '-') {
+      subscriptions_.at(rest).dispose();
+    } else if (step == "~") {
+      subject_.reset();
+    } else if (step == "|") {
+      subject_->sendCompleted();
+    } else if (step == "!") {
+      subject_->sendError(test::errorNamed("e"));
+    } else {
+      subject_->sendNext(std::stoi(step));
+    }
+  }
+
+ private:
+  void subscribe(const std::string& who) {
+    subscriptions_[who] = subject_->signal().subscribeNext(
+        [this, who](int value) { write(who + std::to_string(value)); },
+        [this, who](const Error&) { write(who + "!"); }, [this, who] { write(who + "|"); });
+  }
+  void write(const std::string& line) {
+    log_ += (log_.empty() ? "" : " ") + line;
+    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) take(reaction->second);
+  }
+
+  std::map<std::string, std::string> reactions_;
+  std::optional<Subject> subject_{std::in_place};
+  std::map<std::string, Tarn_RACDisposable> subscriptions_;
+  std::string log_;
+};
+
+/// Begins anew at each step "new".
+template <typename Subject>
+void tell(const std::string& story) {
+  std::optional<Stage<Subject>> stage;
+  const auto take = [&stage](const std::string& step) {
+    step == "new" ? (void)stage.emplace() : stage->take(step);
+  };
+  test::tellStory(story, take, [&stage](const std::string&) { return stage->log(); });
+}
+
+TEST(SubjectTest, TellsItsSubscribersInOrder) {
+  tell<Tarn_RACSubject<int>>(R"(
+    // What happens inside a callback: a send, the end, disposal, a subscription.
+    new y1=2 +x +y +z 1 => log: x1 y1 x2 y2 z2 z1
+    new x1=| +x +y 1 2 ! => log: x1 x| y|
+    new x1=-x y1=-z +x +y +z +w 1 2 => log: x1 y1 w1 y2 w2
+    new x1=+late +x 1 2 => log: x1 x2 late2
+    // Who comes late is told of the end.
+    new | +x 1 => log: x|
+    new ! +x 1 => log: x!
+    // The subject is let go of in the middle of a value, of the end.
+    new x1=~ +x +y 1 => log: x1 y1
+    new x|=~ +x +y | => log: x| y|
+    new x!=~ +x +y ! => log: x! y!)");
+}
+
+TEST(ReplaySubjectTest, TellsThePastThenGoesOn) {
+  tell<Tarn_RACReplaySubject<int>>(R"(
+    new x1=+inside +x 1 2 | 3 +y => log: x1 inside1 x2 inside2 x| inside| y1 y2 y|
+    // Fed while it tells the past.
+    new x1=3 1 2 +x 4 => log: x1 x2 x3 x4)");
+}
+
+TEST(SubjectTest, KeepsAValueStableForAllSubscribers) {
+  const Tarn_RACSubject<std::vector<int>> subject;
+  std::vector<int> value = {1, 2, 3};
+  std::size_t seen = 0;
+  subject.subscribeNext([&](const std::vector<int>&) { value = {}; });
+  subject.subscribeNext([&](const std::vector<int>& told) { seen = told.size(); });
+  subject.sendNext(value);
+  EXPECT_EQ(seen, 3U);
+}
+
+TEST(SubjectTest, HoldsItsSubscribersWhoDoNotHoldIt) {
+  auto subject = std::make_optional<Tarn_RACSubject<int>>();
+  auto witness = std::make_shared<int>(0);
+  const std::weak_ptr<int> held = witness;
+  const Record record;
+  // The disposable is dropped, and with the subject goes the subscription, without a word.
+  record.listen(subject->signal(), std::move(witness));
+  EXPECT_FALSE(held.expired());
+  auto signal = std::make_optional(subject->signal());
+  subject.reset();
+  EXPECT_FALSE(held.expired()) << "a signal made from the subject is a handle on it";
+  signal.reset();
+  EXPECT_TRUE(held.expired());
+  EXPECT_EQ(record.line(), "");
+}
+
+/// What dies with a subscription may itself end and begin subscriptions of the same subject.
+TEST(SubjectTest, LetsACallbacksDestructorUseTheSubject) {
+  const Tarn_RACSubject<int> subject;
+  const Record other;
+  const Record added;
+  const auto subscription = other.listen(subject.signal());
+  struct OnDeath {
+    std::function<void()> run;
+    ~OnDeath() { run(); }
+  };
+  const auto first = subject.subscribeNext([death = std::make_shared<OnDeath>([&] {
+                                              subscription.dispose();
+                                              added.listen(subject.signal());
+                                              subject.sendNext(1);
+                                            })](int) {});
+  first.dispose();
+  EXPECT_EQ(added.line(), "1");
+  EXPECT_EQ(other.line(), "");
+}
+
+}  // namespace
+}  // namespace tarn
