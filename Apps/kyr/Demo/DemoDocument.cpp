@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <vector>
 
 namespace tarn::cli {
@@ -83,7 +84,7 @@ constexpr std::array kImpressionTimes{1, 8, 20};
 
 std::string clock(double seconds) {
   const int whole = static_cast<int>(seconds);
-  return fmt::format("{:02}:{:02}:{:06.3f}", whole / 3600, whole / 60 % 60, seconds - whole / 60 * 60);
+  return fmt::format("{:02}:{:02}:{:06.3f}", whole / 3600, whole / 60 % 60, std::fmod(seconds, 60));
 }
 
 /// One ad of the document; writes URLs as ad servers do.
