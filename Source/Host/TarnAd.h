@@ -10,7 +10,8 @@
 #include "Platform/Dictionary.h"
 #include "Platform/MediaTime.h"
 
-/// Keys of an ad's private properties, which whoever made the ad leaves for whoever draws the ad's controls.
+/// Keys of an ad's private properties: set by the plug-in that makes the ad, read by the code that draws the
+/// ad's controls.
 ///
 /// Clickthrough and tracking URLs: `std::vector<std::string>`. Skippable: `int`, 1 or 0. Skip time: `float`,
 /// in-ad seconds. Skip handler: `TarnAdSkipHandler`.
@@ -21,16 +22,14 @@ inline constexpr const char* kTarnAdPrivatePropertyKeySkippable = "kTarnAdPrivat
 inline constexpr const char* kTarnAdPrivatePropertyKeySkipTime = "kTarnAdPrivatePropertyKeySkipTime";
 inline constexpr const char* kTarnAdPrivatePropertyKeySkipHandler = "kTarnAdPrivatePropertyKeySkipHandler";
 
-/// To be called, on the main thread, when the viewer skips the ad. After the session has ended it does
-/// nothing.
+/// Call it on the main thread when the viewer skips the ad. It does nothing after the session has ended.
 using TarnAdSkipHandler = std::function<void()>;
 
 /// An ad as the application sees it. Immutable once it is shared as `std::shared_ptr<const TarnAd>`; two ads
 /// are the same when they are the same object.
 class TarnAd {
  public:
-  /// `beginTime` is the content time of the break that holds the ad. `properties` are open to the
-  /// application.
+  /// `beginTime` is the content time of the break that holds the ad. `properties` are for the application.
   TarnAd(std::optional<std::string> title, std::optional<std::string> adId, CMTime beginTime, CMTime duration,
          tarn::Dictionary properties)
       : title_(std::move(title)),
@@ -45,10 +44,10 @@ class TarnAd {
   [[nodiscard]] CMTime duration() const { return duration_; }
   [[nodiscard]] const tarn::Dictionary& properties() const { return properties_; }
 
-  /// Empty unless the ad's maker has set them.
+  /// Empty unless set by the plug-in that made the ad.
   [[nodiscard]] const tarn::Dictionary& privateProperties() const { return privateProperties_; }
-  /// For the ad's maker, before the ad is shared. A skip handler must not own the ad that it lies in: nothing
-  /// would free either.
+  /// For the plug-in that makes the ad, before the ad is shared. A skip handler must not own the ad that it
+  /// is stored in: neither would ever be destroyed.
   void setPrivateProperties(tarn::Dictionary properties) { privateProperties_ = std::move(properties); }
 
  private:

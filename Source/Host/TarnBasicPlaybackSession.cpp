@@ -23,7 +23,7 @@ tarn::Error noSourceError(const std::shared_ptr<const TarnVideo>& video) {
                    "Give one of its sources a URL and a delivery method that the application plays");
 }
 
-/// What a player that broke its promise to tell the reason is reported with.
+/// The error for a player that fails without an error, against its contract.
 tarn::Error unexplainedError() {
   return tarn::Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::other,
                            "The player failed without a reason");
@@ -58,7 +58,7 @@ void TarnBasicPlaybackSession::begin() {
   followPlayer();
 }
 
-/// Whether somebody may still load a stream: then there is nothing wrong yet.
+/// Whether a stream may still be loaded: then there is no error yet.
 bool TarnBasicPlaybackSession::canLoad() const {
   return source_ && source_->url();
 }
@@ -102,8 +102,8 @@ void TarnBasicPlaybackSession::followPlayer() {
   follow(player->progress(), &TarnBasicPlaybackSession::reportProgress);
 }
 
-/// Reports where `property` stands, then each change. The value travels as a copy and the session is held:
-/// whoever hears the report may let go of session and player.
+/// Reports the current value of `property`, then each change. The value is copied and the session is held,
+/// because the receiver of the report may release session and player.
 template <typename T>
 void TarnBasicPlaybackSession::follow(tarn::Observable<T>& property,
                                       void (TarnBasicPlaybackSession::*report)(T)) {

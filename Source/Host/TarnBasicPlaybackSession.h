@@ -9,19 +9,19 @@
 #include "Platform/Observable.h"
 #include "Reactive/Tarn_RACSubject.h"
 
-/// Domain of the errors that a session finds by itself; codes are `TarnPlaybackSessionErrorCode`. A player's
-/// errors keep their own.
+/// Domain of a session's own errors; codes are `TarnPlaybackSessionErrorCode`. A player's errors keep their
+/// own domain.
 inline constexpr const char* TarnPlaybackSessionErrorDomain = "tarn.playbackSession";
 
 enum class TarnPlaybackSessionErrorCode : std::int64_t {
-  noPlayer = 1,  ///< The application gave no way to make a player.
-  noSource = 2,  ///< Nothing was loaded, and no source of the video can be.
+  noPlayer = 1,  ///< The application provides no player.
+  noSource = 2,  ///< Nothing was loaded, and the video has no usable source.
 };
 
 /// The ordinary session: one video on one player, on the stream's own axis.
 class TarnBasicPlaybackSession final : public TarnPlaybackSession {
  public:
-  /// The session is the player's only user. Each may be null: what is missing fails the session at `begin`.
+  /// The session is the player's only user. Each may be null: the session then fails at `begin`.
   TarnBasicPlaybackSession(std::shared_ptr<const TarnVideo> video, std::shared_ptr<const TarnSource> source,
                            std::shared_ptr<TarnPlayer> player);
   ~TarnBasicPlaybackSession() override;
@@ -86,9 +86,9 @@ class TarnBasicPlaybackSession final : public TarnPlaybackSession {
   std::weak_ptr<TarnSessionCommonProperties> commonProperties_;
 
   Phase phase_ = Phase::waiting;
-  bool loaded_ = false;  // a stream was put into the player
+  bool loaded_ = false;  // a stream was loaded into the player
   bool ready_ = false;
-  bool playing_ = false;  // as last sent, like the ones below
+  bool playing_ = false;  // as last sent, like the members below
   bool buffering_ = false;
   CMTime duration_ = kCMTimeIndefinite;
   bool hasSeekableRanges_ = false;

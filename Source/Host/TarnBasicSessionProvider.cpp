@@ -22,7 +22,7 @@ std::shared_ptr<const TarnSource> firstPlayableSource(const TarnVideo& video) {
 
 }  // namespace
 
-/// Outlives the provider as long as a signal that it made is subscribed to.
+/// Outlives the provider while a signal that it made has a subscriber.
 struct TarnBasicSessionProvider::State {
   TarnPlayerFactory playerFactory;
   bool shouldLoadVideo = true;

@@ -9,16 +9,16 @@
 /// Makes a player, for one session; null when it cannot. Called on the main thread.
 using TarnPlayerFactory = std::function<std::shared_ptr<TarnPlayer>()>;
 
-/// The toolkit's own provider, at the upstream end of the chain: ordinary sessions, each with a player of its
-/// own.
+/// The toolkit's own provider, the last one upstream in the chain: makes ordinary sessions, each with a
+/// player of its own.
 ///
 /// A session's source is the one that the common properties' policy selects; without common properties or
-/// without a policy in them, the one that this provider's policy does: the first with a URL whose delivery
+/// without a policy in them, the one that this provider's policy selects: the first with a URL whose delivery
 /// method is absent or `kTarnSourceDeliveryHLS`. A video without a usable source still yields its session,
 /// which fails when it begins.
 class TarnBasicSessionProvider final : public TarnSessionProvider {
  public:
-  /// An empty factory makes sessions without a player, which fail when they begin.
+  /// With an empty factory the sessions have no player and fail when they begin.
   explicit TarnBasicSessionProvider(TarnPlayerFactory playerFactory = nullptr);
   ~TarnBasicSessionProvider() override;
 

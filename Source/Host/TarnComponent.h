@@ -6,13 +6,13 @@
 
 class TarnPlayerSDKManager;
 
-/// Where a component finds itself.
+/// The environment of a component.
 struct TarnComponentContext {
   /// The manager that the component was registered with.
   std::weak_ptr<TarnPlayerSDKManager> manager;
 };
 
-/// A plug-in, as the toolkit knows it. Main thread.
+/// A plug-in of the toolkit. Main thread.
 class TarnComponent {
  public:
   TarnComponent() = default;
@@ -20,7 +20,7 @@ class TarnComponent {
   TarnComponent& operator=(const TarnComponent&) = delete;
   virtual ~TarnComponent() = default;
 
-  /// The implementing class itself: which plug-in this is.
+  /// The implementing class, which identifies the plug-in.
   [[nodiscard]] virtual std::type_index componentClass() const = 0;
   /// The plug-in's version, for example "1.4.0".
   [[nodiscard]] virtual std::string versionIdentifier() const = 0;

@@ -8,10 +8,10 @@
 
 #include "Platform/MediaTime.h"
 
-/// The type of a cue point where an ad break stands.
+/// The type of a cue point at an ad break.
 inline constexpr const char* kTarnCuePointTypeAdSlot = "kTarnCuePointTypeAdSlot";
 
-/// A place on a video's axis that the application may want to mark. Immutable, any thread.
+/// A position on a video's time axis that the application may mark. Immutable, any thread.
 class TarnCuePoint {
  public:
   TarnCuePoint(std::string type, CMTime position) : type_(std::move(type)), position_(position) {}

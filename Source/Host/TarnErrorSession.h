@@ -6,8 +6,8 @@
 #include "Host/TerminationGate.h"
 #include "Reactive/Tarn_RACSubject.h"
 
-/// What a provider hands out in place of a session that could not be prepared: it begins, tells why, and
-/// terminates. It plays nothing, and what it could have played it can tell.
+/// A session that failed to load: it begins, sends the error, and terminates. It keeps the video and source
+/// for the error report.
 class TarnErrorSession final : public TarnPlaybackSession {
  public:
   /// `playbackSession`, the one that failed, is not null and is kept until Terminate. `errorEvent`, not null,

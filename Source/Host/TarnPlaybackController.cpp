@@ -42,29 +42,29 @@ void TarnPlaybackController::terminate() {
   dropCurrent();
 }
 
-/// Moves on if the current session leaves room for the next.
+/// Continues with the next video if there is no current session or it has ended.
 void TarnPlaybackController::advance() {
   if (phase_ != Phase::running) return;
   if (current_ && currentState_ == CurrentState::playing) return;
-  const bool somethingWaits = !waitingVideos_.empty() || !waitingSessions_.empty();
-  if (currentState_ == CurrentState::ended && !somethingWaits) return;
+  const bool anyWaiting = !waitingVideos_.empty() || !waitingSessions_.empty();
+  if (currentState_ == CurrentState::ended && !anyWaiting) return;
   dropCurrent();
   if (phase_ != Phase::running) return;
-  if (waitingSessions_.empty()) return askForNextSession();
+  if (waitingSessions_.empty()) return requestNextSession();
   const Session next = waitingSessions_.front();
   waitingSessions_.pop_front();
   play(next);
 }
 
-/// On a later turn, so that everybody has heard the event that makes the controller move on (or its owner add
-/// a video), and a row of videos that fail at once does not pile up on the stack.
+/// On a later turn, so that all observers have received the event that ends the current session, and a list
+/// of videos that fail at once does not recurse.
 void TarnPlaybackController::advanceLater() {
   tarn::MainQueue::shared().async([weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->advance();
   });
 }
 
-void TarnPlaybackController::askForNextSession() {
+void TarnPlaybackController::requestNextSession() {
   if (awaitsSession_ || waitingVideos_.empty()) return;
   const auto video = waitingVideos_.front();
   waitingVideos_.pop_front();

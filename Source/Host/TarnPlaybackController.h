@@ -15,10 +15,11 @@
 
 /// Plays videos one after another.
 ///
-/// It asks its provider for the session of a video only when that video's turn has come, so that at most one
-/// stream is open. It goes on to the next video, on a later turn of the main queue, when a session has
-/// terminated, or has reached its end while another video waits; the last session stays, ended, for the
-/// viewer to seek back in. Main thread; owned by a `std::shared_ptr`; made by `TarnPlayerSDKManager`.
+/// It requests the session of a video from its provider only when that video is next, so that at most one
+/// stream is open. It continues with the next video, on a later turn of the main queue, when a session has
+/// terminated, or has reached its end while another video waits; the last session stays current after its
+/// end, so that the viewer can seek back. Main thread; owned by a `std::shared_ptr`; made by
+/// `TarnPlayerSDKManager`.
 class TarnPlaybackController : public std::enable_shared_from_this<TarnPlaybackController> {
  public:
   /// `sessionProvider` is not null, `viewStrategy` may be.
@@ -30,22 +31,24 @@ class TarnPlaybackController : public std::enable_shared_from_this<TarnPlaybackC
   ~TarnPlaybackController();
 
   [[nodiscard]] const std::shared_ptr<TarnViewStrategy>& viewStrategy() const { return viewStrategy_; }
-  /// Owned by the controller; its sessions and its provider refer to it.
+  /// Owned by the controller; its sessions and its provider refer to it weakly.
   [[nodiscard]] const std::shared_ptr<TarnSessionCommonProperties>& sessionCommonProperties() const {
     return commonProperties_;
   }
   /// Null between sessions.
   [[nodiscard]] const std::shared_ptr<TarnPlaybackSession>& currentSession() const { return current_; }
 
-  /// Told of each session before it begins, in the order in which consumers were added, until it is gone.
+  /// Receives each session before it begins, in the order in which consumers were added, until the consumer
+  /// is destroyed.
   void addSessionConsumer(std::weak_ptr<TarnSessionConsumer> consumer);
-  /// Whether a session plays as soon as it has begun, without being told; at first true.
+  /// Whether a session plays as soon as it has begun, without a call of `play`; initially true.
   void setAutoPlay(bool autoPlay) { autoPlay_ = autoPlay; }
-  /// Appends a video, not null, to those that wait. Before or after `begin`; never moves on inside the call.
+  /// Appends a video, not null, to the waiting ones. Before or after `begin`; never changes the current
+  /// session inside the call.
   void addVideo(std::shared_ptr<const TarnVideo> video);
 
   void begin();
-  /// Terminates the current session and forgets the videos that wait. Final.
+  /// Terminates the current session and drops the waiting videos. Final.
   void terminate();
 
  private:
@@ -55,7 +58,7 @@ class TarnPlaybackController : public std::enable_shared_from_this<TarnPlaybackC
 
   void advance();
   void advanceLater();
-  void askForNextSession();
+  void requestNextSession();
   void receive(const Session& session);
   void play(const Session& session);
   void tellConsumers(const Session& session);

@@ -14,11 +14,11 @@
 ///
 ///     Begin { Ready | Play | Pause | BufferingEnter | BufferingExit | End } [ Error ] Terminate
 ///
-/// Begin and Terminate come once each, first and last; a session that is terminated before it began sends
-/// Terminate alone, and nothing follows an error but Terminate. Ready comes when a loaded stream can be
-/// played. Play and Pause come when the player is meant to play or no longer is, whoever asked for it, also
-/// before Ready; two of a kind never follow each other. Reaching the end sends End and no Pause; after it a
-/// seek back and Play may follow.
+/// Begin and Terminate are sent once each, first and last; a session that is terminated before it began sends
+/// only Terminate, and only Terminate follows an error. Ready is sent when a loaded stream can be played.
+/// Play and Pause are sent when the player starts and stops being meant to play, whatever the reason, also
+/// before Ready; they alternate. Reaching the end sends End and no Pause; after it a seek back and Play may
+/// follow.
 inline constexpr const char* kTarnPlaybackSessionLifecycleEventBegin =
     "kTarnPlaybackSessionLifecycleEventBegin";
 inline constexpr const char* kTarnPlaybackSessionLifecycleEventReady =
@@ -37,7 +37,7 @@ inline constexpr const char* kTarnPlaybackSessionLifecycleEventError =
 inline constexpr const char* kTarnPlaybackSessionLifecycleEventTerminate =
     "kTarnPlaybackSessionLifecycleEventTerminate";
 
-/// What a session with ads sends besides:
+/// A session with ads also sends:
 ///
 ///     WillPauseForAd Pause AdSequenceEnter { AdEnter { AdProgress | AdPause | AdResume } AdExit }
 ///     AdSequenceExit Play
@@ -69,8 +69,8 @@ inline constexpr const char* kTarnPlaybackSessionLifecycleEventPropertiesKeyAdPr
 inline constexpr const char* kTarnPlaybackSessionLifecycleEventPropertiesKeyError =
     "kTarnPlaybackSessionLifecycleEventPropertiesKeyError";
 
-/// Something that happened to a session. Immutable, any thread. Plug-ins add types of their own, so a
-/// listener passes over what it does not know.
+/// Something that happened to a session. Immutable, any thread. Plug-ins add types of their own, so an
+/// observer ignores types that it does not know.
 class TarnPlaybackSessionLifecycleEvent {
  public:
   explicit TarnPlaybackSessionLifecycleEvent(std::string eventType,
@@ -78,10 +78,10 @@ class TarnPlaybackSessionLifecycleEvent {
 
   [[nodiscard]] const std::string& eventType() const { return eventType_; }
   [[nodiscard]] bool is(std::string_view type) const { return eventType_ == type; }
-  /// Absent when the event carries none.
+  /// Absent when the event has none.
   [[nodiscard]] const std::optional<tarn::Dictionary>& properties() const { return properties_; }
 
-  /// Typed reads of the properties: null or absent when there is none.
+  /// Typed access to the properties: null or absent when there is none.
   [[nodiscard]] std::shared_ptr<const TarnAd> ad() const;
   [[nodiscard]] std::shared_ptr<const TarnAdSequence> adSequence() const;
   [[nodiscard]] std::optional<CMTime> adProgress() const;

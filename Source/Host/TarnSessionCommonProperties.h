@@ -6,15 +6,15 @@
 #include "Host/TarnVideo.h"
 #include "Platform/Observable.h"
 
-/// Which of a video's sources to play: null for none of them. Called on whatever thread makes sessions; the
-/// source may be one of the video's own or made for the purpose.
+/// Selects the source of a video to play: null for none. Called on the thread that makes sessions; may return
+/// one of the video's sources or a new one.
 using TarnSourceSelectionPolicy = std::function<std::shared_ptr<const TarnSource>(const TarnVideo&)>;
 
-/// What holds for all sessions of one playback controller, which owns it; sessions and providers refer to it
-/// weakly and read it when they need it. Main thread.
+/// The properties that all sessions of one playback controller share. The controller owns them; sessions and
+/// providers refer to them weakly and read them when needed. Main thread.
 struct TarnSessionCommonProperties {
   /// Empty until a provider sets its own.
   tarn::Observable<TarnSourceSelectionPolicy> sourceSelectionPolicy;
-  /// The viewer is not to be made to watch ads: a seek over an ad break does not play it.
+  /// Do not force ads: a seek over an ad break does not play it.
   tarn::Observable<bool> adsDisabled{false};
 };

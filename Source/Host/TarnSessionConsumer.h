@@ -4,7 +4,7 @@
 
 class TarnPlaybackSession;
 
-/// Somebody who wants to know which session plays: an overlay, the application's controls. Main thread.
+/// Receives the session that plays next: an overlay, the application's controls. Main thread.
 class TarnSessionConsumer {
  public:
   TarnSessionConsumer() = default;
@@ -12,7 +12,6 @@ class TarnSessionConsumer {
   TarnSessionConsumer& operator=(const TarnSessionConsumer&) = delete;
   virtual ~TarnSessionConsumer() = default;
 
-  /// `session`, never null, is about to begin: what it sends from its first event on can be subscribed to
-  /// now.
+  /// `session`, never null, is about to begin: subscribers added now receive its first event.
   virtual void didAdvanceToPlaybackSession(const std::shared_ptr<TarnPlaybackSession>& session) = 0;
 };

@@ -7,8 +7,8 @@
 #include "Host/TarnVideo.h"
 #include "Reactive/Tarn_RACSignal.h"
 
-/// Makes sessions for videos. Providers chain: a plug-in's provider asks its upstream provider for ordinary
-/// sessions and hands out its own around them. Main thread.
+/// Makes sessions for videos. Providers chain: a plug-in's provider requests ordinary sessions from its
+/// upstream provider and returns its own sessions around them. Main thread.
 class TarnSessionProvider {
  public:
   using Videos = Tarn_RACSignal<std::shared_ptr<const TarnVideo>>;
@@ -19,14 +19,14 @@ class TarnSessionProvider {
   TarnSessionProvider& operator=(const TarnSessionProvider&) = delete;
   virtual ~TarnSessionProvider() = default;
 
-  /// Whether the provider puts the stream of each session's source into the player before it hands the
-  /// session out; true unless somebody downstream, who knows the stream better, has set it to false.
+  /// Whether the provider loads the stream of each session's source into the player before it returns the
+  /// session. A downstream provider that determines the stream itself sets it to false; initially true.
   [[nodiscard]] virtual bool shouldLoadVideo() const = 0;
   virtual void setShouldLoadVideo(bool shouldLoad) = 0;
 
-  /// To be given to each session made from now on. Kept weakly.
+  /// Set on each session made from now on. Kept weakly.
   virtual void setSessionCommonProperties(const std::shared_ptr<TarnSessionCommonProperties>& properties) = 0;
-  /// The provider's own way of choosing a source.
+  /// The provider's own policy for selecting a source.
   [[nodiscard]] virtual TarnSourceSelectionPolicy sourceSelectionPolicy() const = 0;
 
   /// One session for each video, sent when it is ready to begin, at once or later: one that plays, or a

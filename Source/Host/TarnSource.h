@@ -8,17 +8,17 @@
 #include "Platform/Dictionary.h"
 #include "Platform/URL.h"
 
-/// Delivery methods: how the stream behind a source's URL is made. Compared without regard to case.
+/// Delivery methods: how the stream at a source's URL is made. Compared case-insensitively.
 inline constexpr const char* kTarnSourceDeliveryHLS = "kTarnSourceDeliveryHLS";
 inline constexpr const char* kTarnSourceDeliveryLumo = "kTarnSourceDeliveryLumo";
 inline constexpr const char* kTarnSourceDeliveryQuillSSAI = "kTarnSourceDeliveryQuillSSAI";
 
-/// One of the places that a video can be played from. Immutable, any thread; two sources are the same when
+/// One location of a video's stream. Immutable, any thread; two sources are the same when
 /// they are the same object.
 class TarnSource {
  public:
-  /// `url` and `deliveryMethod` may be absent: a catalogue's entry need not have them. `properties` are the
-  /// catalogue's own; texts in them are `std::string`, whole numbers `std::int64_t`.
+  /// `url` and `deliveryMethod` may be absent: catalogue entries do not always have them. `properties` come
+  /// from the catalogue; texts in them are `std::string`, whole numbers `std::int64_t`.
   TarnSource(std::optional<tarn::URL> url, std::optional<std::string> deliveryMethod,
              tarn::Dictionary properties = {})
       : url_(std::move(url)),

@@ -10,8 +10,8 @@
 #include "Host/TarnSource.h"
 #include "Platform/Dictionary.h"
 
-/// The fields of a video while it is being put together. The pointers in `sources` are not null; `cuePoints`
-/// may be, for none.
+/// The fields of a video, to construct one. The pointers in `sources` are not null; `cuePoints` is null for
+/// none.
 struct TarnMutableVideo {
   std::optional<std::string> identifier = {};
   std::optional<std::string> title = {};
@@ -20,7 +20,7 @@ struct TarnMutableVideo {
   tarn::Dictionary properties = {};
 };
 
-/// Something to play: where it can be had from and what is known of it. Immutable, any thread; two videos are
+/// A video: its sources and its metadata. Immutable, any thread; two videos are
 /// the same when they are the same object.
 class TarnVideo {
  public:
@@ -28,7 +28,7 @@ class TarnVideo {
 
   [[nodiscard]] const std::optional<std::string>& identifier() const { return fields_.identifier; }
   [[nodiscard]] const std::optional<std::string>& title() const { return fields_.title; }
-  /// In the catalogue's order, which selection policies read them in.
+  /// In the catalogue's order, which selection policies follow.
   [[nodiscard]] const std::vector<std::shared_ptr<const TarnSource>>& sources() const {
     return fields_.sources;
   }
@@ -38,8 +38,7 @@ class TarnVideo {
   }
   [[nodiscard]] const tarn::Dictionary& properties() const { return fields_.properties; }
 
-  /// A copy in which `change` has changed what it wanted; this video stays as it is. `change` is called
-  /// once, before the return.
+  /// A copy changed by `change`, which is called once, before the return. This video does not change.
   [[nodiscard]] std::shared_ptr<const TarnVideo> update(
       const std::function<void(TarnMutableVideo& copy)>& change) const;
 

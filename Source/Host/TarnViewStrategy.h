@@ -1,7 +1,7 @@
 #pragma once
 
-/// How the application puts pictures on its screen. Opaque to the toolkit: a playback controller keeps it,
-/// for whoever draws to ask back for.
+/// The application's way of displaying pictures. Opaque to the toolkit: a playback controller only keeps it
+/// and returns it to the code that draws.
 class TarnViewStrategy {
  public:
   TarnViewStrategy() = default;

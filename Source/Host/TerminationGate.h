@@ -12,12 +12,12 @@ namespace tarn {
   return event && event->is(kTarnPlaybackSessionLifecycleEventTerminate);
 }
 
-/// Makes Terminate the last that a session sends: all its signals go through one gate, which the session
-/// closes before it sends Terminate.
+/// Makes Terminate the last event that a session sends: all its signals go through one gate, which the
+/// session closes before it sends Terminate.
 ///
-/// A value may be on its way to several subscribers when one of them terminates the session. Those that it
-/// has not reached do not receive it any more; like the others they receive Terminate, once, and nothing
-/// after it. Main thread; copies are the same gate.
+/// One of several subscribers may terminate the session while it receives a value. The subscribers after it
+/// do not receive that value; like the others they receive Terminate, once, and nothing after it. Main
+/// thread; copies are the same gate.
 class TerminationGate {
  public:
   [[nodiscard]] bool isOpen() const { return *open_; }

@@ -15,8 +15,8 @@ namespace {
 
 using Clock = std::chrono::system_clock;
 
-/// Dates of real documents are far shorter; the length also bounds the work on hostile ones.
-constexpr std::size_t kLongestText = 512;
+/// Dates of real documents are far shorter; the limit also bounds the time spent on hostile ones.
+constexpr std::size_t kMaxTextLength = 512;
 
 std::optional<Clock::time_point> timePointOf(UDate milliseconds) {
   using Milliseconds = std::chrono::duration<double, std::milli>;
@@ -30,7 +30,7 @@ std::optional<Clock::time_point> timePointOf(UDate milliseconds) {
 struct DateFormatter::Impl {
   explicit Impl(const icu::SimpleDateFormat& f) : format(f) {}
   icu::SimpleDateFormat format;
-  mutable std::mutex mutex;  // ICU makes parts of a date format lazily, also in const operations
+  mutable std::mutex mutex;  // ICU creates parts of a date format lazily, also in const operations
 };
 
 DateFormatter::DateFormatter(const std::string& pattern) {
@@ -48,7 +48,7 @@ DateFormatter::DateFormatter(const std::string& pattern) {
 DateFormatter::~DateFormatter() = default;
 
 std::optional<Clock::time_point> DateFormatter::dateFromString(std::string_view text) const {
-  if (text.empty() || text.size() > kLongestText) return std::nullopt;
+  if (text.empty() || text.size() > kMaxTextLength) return std::nullopt;
   const auto utf16 = icu::UnicodeString::fromUTF8({text.data(), static_cast<int32_t>(text.size())});
   icu::ParsePosition position;
   const std::scoped_lock lock(impl_->mutex);

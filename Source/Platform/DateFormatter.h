@@ -8,15 +8,15 @@
 
 namespace tarn {
 
-/// Reads dates of one fixed pattern (Unicode LDML) in the locale "en_US_POSIX", in GMT where the text names
-/// no zone. Immutable, any thread.
+/// Reads dates of one fixed pattern (Unicode LDML) in the locale "en_US_POSIX", in GMT if the text names no
+/// zone. Immutable, any thread.
 class DateFormatter {
  public:
-  /// A pattern that ICU does not take is a programming error.
+  /// A pattern that ICU rejects is a programming error.
   explicit DateFormatter(const std::string& pattern);
   ~DateFormatter();
 
-  /// Absent unless the whole text matches the pattern, and for dates that the clock cannot hold.
+  /// Absent unless the whole text matches the pattern, and for dates outside the clock's range.
   [[nodiscard]] std::optional<std::chrono::system_clock::time_point> dateFromString(
       std::string_view text) const;
 

@@ -12,17 +12,17 @@ namespace tarn {
 namespace {
 
 constexpr const char* kUnknown = "unknown";
-constexpr std::size_t kLongest = 64;
+constexpr std::size_t kMaxLength = 64;
 
 bool mayStand(char character) {
   const auto code = static_cast<unsigned char>(character);
   return code >= 0x20 && code < 0x7F && std::string_view("();\\").find(character) == std::string_view::npos;
 }
 
-/// What of `text` may go into the header, without blanks at its ends.
+/// The characters of `text` that the header allows, without spaces at its ends.
 std::string headerText(std::string_view text) {
   std::string clean;
-  for (const char character : text.substr(0, kLongest)) {
+  for (const char character : text.substr(0, kMaxLength)) {
     if (mayStand(character)) clean += character;
   }
   const auto first = clean.find_first_not_of(' ');

@@ -10,13 +10,13 @@
 
 namespace tarn {
 
-/// A small map from text keys to values of any type, in insertion order, for what travels between layers that
-/// do not know each other's types. Lookup is linear: a handful of entries.
+/// A small map from text keys to values of any type, in insertion order, for data exchanged between layers
+/// that do not share types. Lookup is linear: meant for few entries.
 class Dictionary {
  public:
   using Entry = std::pair<std::string, std::any>;
 
-  /// Stores `value` under `key`, replacing what was there.
+  /// Stores `value` under `key`, replacing an earlier value.
   template <typename T>
   void set(std::string_view key, T value) {
     for (auto& entry : entries_) {

@@ -8,10 +8,10 @@
 
 namespace tarn {
 
-/// A failure as a value: what failed, why, what to do about it, and what lies beneath.
+/// A failure as a value: what failed, why, what to do about it, and its cause.
 ///
 /// `domain` and `code` identify the failure to programs; the texts are for people and may each be absent.
-/// `underlying` is the cause, immutable and shared, absent at the bottom of the chain.
+/// `underlying` is the cause, immutable and shared, absent in the last error of the chain.
 struct Error {
   std::string domain{};
   std::int64_t code = 0;
@@ -33,12 +33,12 @@ struct Error {
 /// Both chains hold the same domains, codes and texts.
 [[nodiscard]] bool operator==(const Error& a, const Error& b);
 
-/// `error` with `cause` beneath it.
+/// `error` with `cause` as its underlying error.
 [[nodiscard]] Error withUnderlying(Error error, Error cause);
 
-/// One line for people: each error of the chain from the outside in, joined with ": ", with line breaks
-/// folded to spaces. An error reads as "<description>: <failure reason> (<suggestion>)", of which each part
-/// may be missing, and as "<domain> <code>" for want of the first two.
+/// One line for people: each error of the chain from the outermost to its cause, joined with ": ", with line
+/// breaks replaced by spaces. An error reads as "<description>: <failure reason> (<suggestion>)", of which
+/// each part may be missing, and as "<domain> <code>" if the first two are missing.
 [[nodiscard]] std::string chainDescription(const Error& error);
 
 }  // namespace tarn

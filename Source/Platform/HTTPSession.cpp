@@ -12,15 +12,14 @@
 
 namespace tarn {
 
-/// The loop and its thread, both made with the first request: a session that sends nothing costs nothing.
+/// The loop and its thread, both created by the first request: a session that sends nothing has neither.
 class HTTPSession::Worker {
  public:
   explicit Worker(HTTPConfiguration configuration) : configuration_(configuration) {}
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  /// A queue that drops its tasks may make the worker release the last owner of its own session, hence a
-  /// thread that is not joined.
+  /// The thread is not joined: a queue that drops its tasks may make the worker itself destroy the session.
   ~Worker() {
     const Started* const started = started_.existing();
     if (!started || !started->loop) return;
@@ -52,7 +51,7 @@ class HTTPSession::Worker {
 
  private:
   struct Started {
-    std::mutex mutex;  // guards the making of the loop
+    std::mutex mutex;  // guards the creation of the loop
     std::shared_ptr<HTTPLoop> loop;
   };
 

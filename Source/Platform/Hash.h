@@ -12,15 +12,15 @@ namespace tarn {
   return 31 * hash + next;
 }
 
-/// `seconds` truncated toward zero to an unsigned integer. What does not fit (negative, not a number, too
-/// large) is 0, so that equal times keep equal hashes.
+/// `seconds` truncated toward zero to an unsigned integer. A value that does not fit (negative, not a number,
+/// too large) gives 0, so that equal times have equal hashes.
 [[nodiscard]] inline std::uint64_t truncateToHash(double seconds) {
   constexpr double kLimit = 18446744073709551616.0;
   if (!(seconds >= 0.0) || seconds >= kLimit) return 0;
   return static_cast<std::uint64_t>(seconds);
 }
 
-/// The same for times that compare equal.
+/// Times that compare equal have the same hash.
 [[nodiscard]] inline std::uint64_t hashOfTime(const CMTime& time) {
   return truncateToHash(CMTimeGetSeconds(time));
 }

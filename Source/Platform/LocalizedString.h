@@ -5,7 +5,7 @@
 namespace tarn {
 
 /// The text for `key` in the application's default gettext catalogue and the process's locale, the key itself
-/// where there is none. Any thread.
+/// if there is none. Any thread.
 [[nodiscard]] std::string localizedString(const std::string& key);
 
 }  // namespace tarn

@@ -17,7 +17,7 @@ namespace {
 
 /// Never destroyed: other threads and static objects may log until the very end of the process.
 struct Log {
-  std::mutex mutex;  // guards `sinks`; never held while foreign code runs
+  std::mutex mutex;  // guards `sinks`; never held while a sink runs
   std::vector<std::shared_ptr<LogSink>> sinks;
 
   struct Calls {
@@ -38,8 +38,8 @@ Log& sharedLog() {
   return log;
 }
 
-/// A fork waits until no thread changes what the child gets a copy of. From before `main` on, so that the
-/// application's own fork handlers may log.
+/// A fork waits until no thread changes the state that the child copies. Registered before `main`, so that
+/// the application's own fork handlers may log.
 [[maybe_unused]] const int keptWhole = pthread_atfork(
     [] { sharedLog().mutex.lock(); }, [] { sharedLog().mutex.unlock(); }, [] { sharedLog().mutex.unlock(); });
 

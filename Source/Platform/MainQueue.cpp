@@ -14,11 +14,11 @@
 namespace tarn {
 namespace {
 
-/// How long `runUntil` sleeps at most before it asks again: its condition may change without a task.
-constexpr std::chrono::milliseconds kLongestTurn{1000};
+/// The longest sleep of `runUntil` before it checks its condition again, which may change without a task.
+constexpr std::chrono::milliseconds kMaxSleep{1000};
 
-/// Keeps "for ever" from overflowing the clock.
-constexpr std::chrono::hours kLongestRun{24 * 365};
+/// Keeps an unlimited wait from overflowing the clock.
+constexpr std::chrono::hours kMaxRunTime{24 * 365};
 
 struct EventLoop {
   std::uint64_t id = 0;
@@ -30,18 +30,18 @@ struct EventLoop {
 struct MainQueue::State {
   static const int keptWhole;
 
-  std::mutex mutex;  // guards what follows up to the blank line; never held while foreign code runs
+  std::mutex mutex;  // guards the members up to the blank line; never held while a task runs
   std::deque<Task> tasks;
   std::uint64_t enqueued = 0;
   std::vector<EventLoop> loops;
   std::uint64_t installed = 0;
 
   PerProcess<std::condition_variable> arrived;
-  // Held while an event loop is woken, so that none is woken after its token's end. Recursive, because waking
-  // may enqueue.
+  // Held while an event loop is woken, so that none is woken after its token is destroyed. Recursive, because
+  // waking may enqueue.
   PerProcess<std::recursive_mutex> waking;
 
-  /// The oldest waiting task among the first `end` ever enqueued; an empty one if none of them waits.
+  /// The oldest waiting task among the first `end` ever enqueued; empty if none of them is waiting.
   Task takeBefore(std::uint64_t end) {
     const std::lock_guard lock(mutex);
     if (tasks.empty() || enqueued - tasks.size() >= end) return {};
@@ -84,8 +84,8 @@ struct MainQueue::State {
   }
 };
 
-/// A fork waits until no thread changes what the child gets a copy of. From before `main` on, so that the
-/// application's own fork handlers may use the queue.
+/// A fork waits until no thread changes the state that the child copies. Registered before `main`, so that
+/// the application's own fork handlers may use the queue.
 const int MainQueue::State::keptWhole =
     pthread_atfork([] { shared().state_->mutex.lock(); }, [] { shared().state_->mutex.unlock(); },
                    [] { shared().state_->mutex.unlock(); });
@@ -131,14 +131,14 @@ Token MainQueue::installEventLoop(std::function<void()> wake) {
 
 bool MainQueue::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
   const auto deadline =
-      std::chrono::steady_clock::now() + std::min<std::chrono::milliseconds>(limit, kLongestRun);
+      std::chrono::steady_clock::now() + std::min<std::chrono::milliseconds>(limit, kMaxRunTime);
   while (true) {
     drain();
     if (done()) return true;
     const auto now = std::chrono::steady_clock::now();
     if (now >= deadline) return false;
     std::unique_lock lock(state_->mutex);
-    state_->arrived->wait_until(lock, std::min(deadline, now + kLongestTurn),
+    state_->arrived->wait_until(lock, std::min(deadline, now + kMaxSleep),
                                 [this] { return !state_->tasks.empty(); });
   }
 }

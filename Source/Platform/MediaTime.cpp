@@ -16,7 +16,7 @@ __extension__ typedef unsigned __int128 UInt128;
 
 constexpr UInt128 kMaxMagnitude = std::numeric_limits<CMTimeValue>::max();
 
-/// In the order in which the kinds compare.
+/// In ascending order.
 enum class Kind { negativeInfinity, numeric, indefinite, positiveInfinity, invalid };
 
 Kind kindOf(const CMTime& time) {
@@ -27,7 +27,7 @@ Kind kindOf(const CMTime& time) {
   return time.timescale > 0 ? Kind::numeric : Kind::invalid;
 }
 
-/// The everyday pair, which needs no wider arithmetic: both numeric, the same timescale, no epoch.
+/// The common case, which needs no wider arithmetic: both numeric, the same timescale, no epoch.
 bool shareTicks(const CMTime& a, const CMTime& b) {
   return (a.flags & b.flags & kCMTimeFlags_Valid) != 0 &&
          ((a.flags | b.flags) & kCMTimeFlags_ImpliedValueFlagsMask) == 0 && a.timescale == b.timescale &&
@@ -43,8 +43,8 @@ UInt128 magnitudeOf(Int128 value) {
   return value < 0 ? -static_cast<UInt128>(value) : static_cast<UInt128>(value);
 }
 
-/// ±magnitude / (divisor * 2^shift) seconds, exactly. The magnitude stays below 2^117, and its product with
-/// any timescale, over the divisor, below what the arithmetic of `ticksAt` holds.
+/// ±magnitude / (divisor * 2^shift) seconds, exactly. The magnitude is below 2^117, so its product with any
+/// timescale, over the divisor, fits the arithmetic of `ticksAt`.
 struct Seconds {
   bool negative = false;
   UInt128 magnitude = 0;
@@ -66,7 +66,7 @@ std::optional<Ticks> ticksAt(const Seconds& seconds, CMTimeScale timescale) {
   const UInt128 high = (seconds.magnitude >> 32) * scale + (lowProduct >> 32);
   const UInt128 low = lowProduct & kLowMask;
 
-  // Twice the product over 2^shift, cut to a whole number, is all that rounding to half a divisor asks for.
+  // To round at half a divisor, twice the product over 2^shift, truncated to a whole number, is enough.
   UInt128 doubled = 0;
   bool exact = true;
   if (seconds.shift <= 33) {
@@ -91,8 +91,8 @@ CMTime numericTime(const Ticks& ticks, CMTimeScale timescale, CMTimeFlags operan
   return {ticks.value, timescale, numericFlags(operandFlags, ticks.exact), epoch};
 }
 
-/// In `timescale`, halved until the value fits; an infinity when it does not even at 1. Every attempt rounds
-/// the exact seconds anew, so halving does not pile up errors.
+/// In `timescale`, halved until the value fits; an infinity when it does not fit at 1. Every attempt rounds
+/// the exact seconds, so halving accumulates no errors.
 CMTime fittedTime(const Seconds& seconds, CMTimeScale timescale, CMTimeFlags operandFlags,
                   CMTimeEpoch epoch) {
   for (; timescale > 0; timescale /= 2) {
@@ -103,7 +103,7 @@ CMTime fittedTime(const Seconds& seconds, CMTimeScale timescale, CMTimeFlags ope
   return seconds.negative ? kCMTimeNegativeInfinity : kCMTimePositiveInfinity;
 }
 
-/// Reduced where the value has more bits than a double holds, so that equal times are the same double.
+/// Reduced if the value has more bits than a double holds, so that equal times are the same double.
 double numericSeconds(const CMTime& time) {
   constexpr UInt128 kMaxExact = UInt128{1} << std::numeric_limits<double>::digits;
   const auto magnitude = static_cast<std::uint64_t>(magnitudeOf(time.value));
@@ -152,7 +152,7 @@ CMTime infinityOfSign(bool negative) {
   return negative ? kCMTimeNegativeInfinity : kCMTimePositiveInfinity;
 }
 
-/// `time` * `multiplier` seconds, or absent when that is beyond every timescale. Both are nonzero and finite.
+/// `time` * `multiplier` seconds, or absent if no timescale can represent it. Both are nonzero and finite.
 /// The magnitude is odd unless the product is whole in the time's own timescale (shift 0).
 std::optional<Seconds> exactProduct(const CMTime& time, double multiplier) {
   constexpr int kMantissaBits = std::numeric_limits<double>::digits;

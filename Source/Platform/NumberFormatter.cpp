@@ -12,8 +12,8 @@
 namespace tarn {
 namespace {
 
-/// ICU's time grows with the square of the digits; no number that means something is longer.
-constexpr std::size_t kLongestText = 512;
+/// ICU's time grows with the square of the digits; no meaningful number is longer.
+constexpr std::size_t kMaxTextLength = 512;
 
 const char* patternOf(NumberFormatter::Style style) {
   switch (style) {
@@ -27,10 +27,10 @@ const char* patternOf(NumberFormatter::Style style) {
   return "0";
 }
 
-/// Whether `text` is a plain decimal of so few digits that reading it needs none of ICU: an optional minus,
+/// Whether `text` is a plain decimal of so few digits that it can be read without ICU: an optional minus,
 /// ASCII digits, at most one point.
 bool isShortDecimal(std::string_view text) {
-  constexpr std::size_t kMostDigits = 15;
+  constexpr std::size_t kMaxDigits = 15;
   if (!text.empty() && text.front() == '-') text.remove_prefix(1);
   std::size_t digits = 0;
   std::size_t points = 0;
@@ -42,12 +42,12 @@ bool isShortDecimal(std::string_view text) {
     } else {
       return false;
     }
-    if (digits > kMostDigits || points > 1) return false;
+    if (digits > kMaxDigits || points > 1) return false;
   }
   return digits > 0;
 }
 
-/// In ASCII there is one percent sign, and it ends the number; ICU knows those of other scripts.
+/// In ASCII there is one percent sign, at the end of the number; ICU reads those of other scripts.
 bool lacksPercentSign(std::string_view text) {
   const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
   return text.back() != '%' && std::all_of(text.begin(), text.end(), isASCII);
@@ -77,7 +77,7 @@ NumberFormatter::NumberFormatter(Style style) {
                     "); install its data");
   }
   format->setLenient(false);
-  // ICU makes a format's parser at the first use; made here, the format never changes once threads share it.
+  // ICU creates a format's parser at the first use: now, before threads share the format.
   icu::Formattable parsed;
   icu::ParsePosition position;
   format->parse("0", parsed, position);
@@ -96,7 +96,7 @@ const NumberFormatter& NumberFormatter::shared(Style style) {
 }
 
 std::optional<double> NumberFormatter::numberFromString(std::string_view text) const {
-  if (text.empty() || text.size() > kLongestText) return std::nullopt;
+  if (text.empty() || text.size() > kMaxTextLength) return std::nullopt;
   if (impl_->style == Style::percent && lacksPercentSign(text)) return std::nullopt;
   if (isShortDecimal(text)) return readShortDecimal(text);
 

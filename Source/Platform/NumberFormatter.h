@@ -6,11 +6,11 @@
 
 namespace tarn {
 
-/// Reads numbers written for the locale "en_US", whatever the device's locale is.
+/// Reads numbers written for the locale "en_US", independent of the device's locale.
 ///
-/// The whole text must be the number; anything left over, white space included, makes it absent, as do an
-/// infinity, not-a-number and more than 512 bytes. An exponent ("1E3") is part of a number, and digits of any
-/// script count as digits. Immutable, any thread.
+/// The whole text must be the number; the result is absent if there is other text, white space included, for
+/// infinity and not-a-number, and beyond 512 bytes. An exponent ("1E3") is part of a number, and digits may
+/// be of any script. Immutable, any thread.
 class NumberFormatter {
  public:
   enum class Style {

@@ -9,8 +9,7 @@
 
 namespace tarn {
 
-/// Ends what it stands for (an observation, an installation) when it dies. Move-only; an empty token does
-/// nothing.
+/// Ends an observation or an installation when it is destroyed. Move-only; an empty token does nothing.
 class Token {
  public:
   Token() = default;
@@ -27,7 +26,7 @@ class Token {
   Token& operator=(const Token&) = delete;
   ~Token() { reset(); }
 
-  /// Ends it now; a second call does nothing.
+  /// Ends the observation or installation now; a second call does nothing.
   void reset() {
     if (auto end = std::exchange(end_, nullptr)) end();
   }
@@ -37,19 +36,18 @@ class Token {
 };
 
 enum class Observe {
-  newValues,      ///< Told of each assignment from now on.
-  initialAndNew,  ///< Told of the current value at once, then of each assignment.
+  newValues,      ///< Called for each assignment from now on.
+  initialAndNew,  ///< Called with the current value at once, then for each assignment.
 };
 
-/// A property whose assignments can be watched.
+/// A property whose assignments can be observed.
 ///
-/// Every assignment is announced, also of a value equal to the one before, synchronously and on the assigning
-/// thread, to the observers in the order in which they were added, before `set` returns. An observer may
-/// assign (observers are then told of the inner value first, then of the outer one), add observers (told from
-/// the next assignment on), or end any observation, its own included (not told from then on). An exception
-/// of an observer leaves `set`; the observers after it do not get the value. The property
-/// may be destroyed before its tokens. It belongs to one thread at a time. Assigning allocates nothing beyond
-/// what copying `T` does.
+/// `set` calls the observers, in the order in which they were added, with each assigned value, even if it
+/// equals the previous one, on the assigning thread. An observer may assign (observers then receive the inner
+/// value first, then the outer one), add observers (called from the next assignment on), or end any
+/// observation, its own included (not called again). An exception of an observer leaves `set`; later
+/// observers do not receive the value. The property may be destroyed before its tokens. It belongs to one
+/// thread at a time. Assigning allocates nothing beyond what copying `T` does.
 template <typename T>
 class Observable {
  public:
@@ -68,7 +66,7 @@ class Observable {
     slots->announce(value);
   }
 
-  /// The observation ends when the token dies; `observer` is destroyed at the latest with this property.
+  /// The observation ends when the token is destroyed; `observer` is destroyed no later than this property.
   [[nodiscard]] Token observe(Observer observer, Observe mode = Observe::newValues) {
     auto slot = std::make_shared<Slot>(std::move(observer));
     slots_->list.push_back(slot);
@@ -80,7 +78,7 @@ class Observable {
     });
     if (mode == Observe::initialAndNew) {
       const T initial = value_;
-      slot->observer(initial);  // it may destroy this property, or throw
+      slot->observer(initial);  // may destroy this property, or throw
     }
     return token;
   }
@@ -94,7 +92,7 @@ class Observable {
 
   struct Slots;
 
-  /// Ends also when an observer throws.
+  /// Marks the announcement as ended, also when an observer throws.
   class Announcement {
    public:
     explicit Announcement(Slots& slots) : slots_(slots) { ++slots_.announcing; }
@@ -126,7 +124,7 @@ class Observable {
       if (announcing > 0) return;
       const auto firstEnded = std::stable_partition(list.begin(), list.end(), isActive);
       if (firstEnded == list.end()) return;
-      // They die outside the list: what an observer holds may end further observations when it goes.
+      // Destroyed outside the list: destroying an observer may end other observations.
       const std::vector<std::shared_ptr<Slot>> ended(firstEnded, list.end());
       list.erase(firstEnded, list.end());
     }

@@ -31,7 +31,7 @@ void Operation::announceExecuting() {
 }
 
 void Operation::announceFinished() {
-  const auto self = weak_from_this().lock();  // a queue that held the operation lets go of it now
+  const auto self = weak_from_this().lock();  // a queue that holds the operation releases it now
   const auto observers = [this] {
     const std::lock_guard lock(mutex_);
     return finishedObservers_;
@@ -72,7 +72,7 @@ OperationQueue::~OperationQueue() = default;
 
 void OperationQueue::addOperation(std::shared_ptr<Operation> operation) {
   state_->get().hold(operation);
-  // The observer owns the state: the operation stays held when this queue is destroyed before its end.
+  // The observer owns the state: it holds the operation even if this queue is destroyed first.
   operation->observeFinished([state = state_](const Operation& finished) { state->get().release(finished); });
   runOnPool([state = state_, operation = std::move(operation)] {
     operation->start();

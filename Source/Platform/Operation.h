@@ -12,11 +12,11 @@
 
 namespace tarn {
 
-/// A unit of asynchronous work that reports for itself when it runs and when it has ended.
+/// A unit of asynchronous work that reports when it runs and when it has ended.
 ///
-/// Made, given to an `OperationQueue` (or started by hand), used once. All members may be called on any
-/// thread. A subclass implements `start`, and calls `announceExecuting` and `announceFinished` around its own
-/// change of state.
+/// Used once: given to an `OperationQueue`, or started by a call of `start`. All members may be called on any
+/// thread. A subclass implements `start`, and calls `announceExecuting` and `announceFinished` when its own
+/// state changes.
 class Operation : public std::enable_shared_from_this<Operation> {
  public:
   Operation() = default;
@@ -30,23 +30,22 @@ class Operation : public std::enable_shared_from_this<Operation> {
   [[nodiscard]] virtual bool isExecuting() const = 0;
   [[nodiscard]] virtual bool isFinished() const = 0;
 
-  /// Asks the operation not to begin; one that has begun runs to its end.
+  /// Requests that the operation does not begin; one that has begun runs to its end.
   void cancel() { cancelled_ = true; }
   [[nodiscard]] bool isCancelled() const { return cancelled_; }
 
-  /// Called once, on the thread that ends the operation, when `isFinished` has become true and every result
-  /// is in place. Set before the operation starts.
+  /// Called once, on the thread that ends the operation, when `isFinished` has become true and all results
+  /// can be read. Set before the operation starts.
   void setCompletionBlock(std::function<void()> block);
 
-  /// Told of each announced change of "isExecuting" and "isFinished", after the change, on the changing
-  /// thread.
+  /// Called after each announced change of "isExecuting" and "isFinished", on the changing thread.
   using StateObserver = std::function<void(const Operation&)>;
   void observeExecuting(StateObserver observer);
   void observeFinished(StateObserver observer);
 
  protected:
   void announceExecuting();
-  /// Tells the observers of "isFinished", then runs the completion block; the block runs only the first time.
+  /// Calls the observers of "isFinished", then the completion block, the block only the first time.
   void announceFinished();
 
  private:
@@ -60,7 +59,7 @@ class Operation : public std::enable_shared_from_this<Operation> {
 /// Runs operations on the library's thread pool, as many at a time as the pool has threads.
 ///
 /// Holds each operation until it has finished. Destroying the queue does not cancel or wait. Plain tasks may
-/// be enqueued too; they run concurrently, in no promised order. What is enqueued before a `fork` belongs to
+/// be enqueued too; they run concurrently, in any order. Operations and tasks enqueued before a `fork` run in
 /// the parent only.
 class OperationQueue final : public Queue {
  public:

@@ -7,7 +7,7 @@ namespace {
 
 std::atomic<unsigned> generation{0};
 
-/// Before `main`, so that no fork is missed.
+/// Registered before `main`, so that every fork is counted.
 [[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, [] { ++generation; });
 
 }  // namespace

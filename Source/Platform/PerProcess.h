@@ -10,12 +10,12 @@ namespace tarn {
 /// How many forks there are between the process that loaded this library and this one. Any thread.
 [[nodiscard]] unsigned forkGeneration();
 
-/// An object that each process makes for itself, at the first use.
+/// An object that each process makes at its first use.
 ///
 /// A child made by `fork` has none of its parent's threads, so a lock that one of them held is never released
-/// there, and a thread that should end is never joined. The child therefore never touches its parent's
-/// object, not even to destroy it, and makes one of its own. Any thread; when several ask for the first time
-/// at once, all but one of the objects made are destroyed again.
+/// there, and a thread there can never be joined. The child therefore never touches its parent's
+/// object, not even to destroy it, and makes one of its own. Any thread; when several threads use it first at
+/// the same time, one of the objects made is kept and the others are destroyed.
 template <typename T>
 class PerProcess {
  public:
@@ -37,7 +37,7 @@ class PerProcess {
   }
   T* operator->() { return &get(); }
 
-  /// Null until this process has asked for its object.
+  /// Null until this process has made its object.
   [[nodiscard]] T* existing() const {
     const Made* const made = newest_;
     return made && made->generation == forkGeneration() ? made->object.get() : nullptr;

@@ -5,8 +5,8 @@
 
 namespace tarn {
 
-/// Thrown where the caller's code is wrong, never for what a document, a stream or a server did: an index out
-/// of range, an operation that must not be used. The text is also logged before the throw.
+/// Thrown if the caller's code is wrong, never for a faulty document, stream or server: an index out
+/// of range, an operation that must not be called. The text is also logged before the throw.
 class ProgrammingError : public std::logic_error {
  public:
   using std::logic_error::logic_error;

@@ -13,7 +13,7 @@
 namespace tarn {
 namespace {
 
-/// A task that blocks takes a thread away; four leave room for the others on a machine with one core.
+/// A blocked task occupies a thread; with four, other tasks still run on a machine with one core.
 constexpr unsigned kMinimumThreads = 4;
 
 std::unique_ptr<asio::thread_pool> makePool() {
@@ -22,7 +22,7 @@ std::unique_ptr<asio::thread_pool> makePool() {
 }
 
 /// Never destroyed, since a static object's destructor may still enqueue; but its threads end before the
-/// process does, so that no task runs while what it uses is being taken down.
+/// process does, so that no task runs while the objects it uses are being destroyed.
 asio::thread_pool& pool() {
   static auto& pools = *new PerProcess<asio::thread_pool>(makePool);
   static const struct AtExit {

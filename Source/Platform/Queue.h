@@ -13,7 +13,7 @@ namespace tarn {
 
 using Task = std::function<void()>;
 
-/// Somewhere that tasks run.
+/// Runs tasks.
 class Queue {
  public:
   Queue() = default;
@@ -25,10 +25,10 @@ class Queue {
   virtual void async(Task task) = 0;
 };
 
-/// Runs its tasks one at a time, in the order of their enqueueing, on the library's thread pool.
+/// Runs its tasks one at a time, in the order in which they were enqueued, on the library's thread pool.
 ///
-/// Tasks that are waiting when the queue is destroyed still run; destroying it does not wait for them. Those
-/// that wait when the process exits are dropped. Those that wait at a `fork` run in the parent only.
+/// Tasks that are waiting when the queue is destroyed still run; destroying it does not wait for them. Tasks
+/// still waiting when the process exits are dropped. Tasks waiting at a `fork` run in the parent only.
 class SerialQueue final : public Queue {
  public:
   explicit SerialQueue(std::string label);
@@ -45,7 +45,7 @@ class SerialQueue final : public Queue {
 /// The queue of the application's main thread: tasks run one at a time, in order, from the event loop that
 /// drives it.
 ///
-/// Without an event loop tasks wait until somebody calls `drain`, which is how tests drive time by hand. A
+/// Without an event loop tasks wait for a call of `drain`; tests control time this way. A
 /// child made by `fork` has a copy of the waiting tasks and of the event loops.
 class MainQueue final : public Queue {
  public:
@@ -54,17 +54,17 @@ class MainQueue final : public Queue {
 
   void async(Task task) override;
 
-  /// Runs the tasks that wait at the time of the call (not those that they enqueue) and returns how many ran.
+  /// Runs the tasks waiting at the time of the call (not those that they enqueue); returns how many ran.
   /// Main thread only.
   std::size_t drain();
 
   /// Installs an event loop: `wake` is called, on any thread and possibly more often than needed, when tasks
-  /// wait; the loop then calls `drain` on the main thread. Ends with the token, which waits for a call of
-  /// `wake` under way: it should do no more than post. The newest installation is the one woken.
+  /// wait; the loop then calls `drain` on the main thread. Ends with the token, whose destructor waits for a
+  /// call of `wake` in progress: `wake` should only post. Only the newest installation is woken.
   [[nodiscard]] Token installEventLoop(std::function<void()> wake);
 
-  /// A plain event loop: drains until `done` answers true (asked after every turn, and once a second
-  /// without one) or the time is up. Main thread only. Returns whether `done` was reached.
+  /// A plain event loop: drains until `done` returns true (checked after every turn, and at least once a
+  /// second) or the time is over. Main thread only. Returns whether `done` returned true.
   bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
 
  private:

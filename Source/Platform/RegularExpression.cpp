@@ -8,22 +8,22 @@
 namespace tarn {
 namespace {
 
-/// In ICU's steps of the match engine, each well below a millisecond: enough for any sane subject, an end for
-/// expressions that backtrack without bound.
-constexpr int32_t kMostSteps = 500;
-constexpr int32_t kMostStackBytes = 1 << 20;
+/// In ICU's steps of the match engine, each well below a millisecond: enough for any realistic text, and a
+/// limit for endless backtracking.
+constexpr int32_t kMaxSteps = 500;
+constexpr int32_t kMaxStackBytes = 1 << 20;
 
 icu::UnicodeString utf16Of(std::string_view text) {
   return icu::UnicodeString::fromUTF8({text.data(), static_cast<int32_t>(text.size())});
 }
 
-/// Turns rising UTF-16 positions into code points, in one walk over the text.
+/// Converts ascending UTF-16 positions to code points, in one pass over the text.
 class CodePointCounter {
  public:
   explicit CodePointCounter(const icu::UnicodeString& text) : text_(text) {}
 
   std::size_t at(int32_t position) {
-    // A capture may begin before the end of the last one asked for (never before its beginning).
+    // A capture may begin before the end of the previous one (never before its beginning).
     if (position < position_) {
       codePoints_ -= count(position, position_);
     } else {
@@ -71,8 +71,8 @@ std::vector<RegularExpression::Match> RegularExpression::matches(std::string_vie
   UErrorCode status = U_ZERO_ERROR;
   const std::unique_ptr<icu::RegexMatcher> matcher(impl_->pattern->matcher(subject, status));
   if (U_FAILURE(status)) return {};
-  matcher->setTimeLimit(kMostSteps, status);
-  matcher->setStackLimit(kMostStackBytes, status);
+  matcher->setTimeLimit(kMaxSteps, status);
+  matcher->setStackLimit(kMaxStackBytes, status);
 
   std::vector<Match> found;
   CodePointCounter codePoints(subject);

@@ -19,14 +19,14 @@ class RegularExpression {
   ~RegularExpression();
 
   struct Match {
-    /// The text of the first capture group; absent when the expression has none or it took no part.
+    /// The text of the first capture group; absent when the expression has none or it matched nothing.
     std::optional<std::string> capture;
     std::size_t captureBegin = 0;
     std::size_t captureLength = 0;
   };
 
-  /// Every match, left to right, without overlap, looked for in the first `length` code points of `text`. The
-  /// effort is bounded: a subject that makes the expression backtrack without end gives the matches so far.
+  /// Every match, left to right, without overlap, in the first `length` code points of `text`. The time is
+  /// limited: if the expression backtracks without end, the matches so far are returned.
   [[nodiscard]] std::vector<Match> matches(std::string_view text, std::size_t length) const;
   [[nodiscard]] std::vector<Match> matches(std::string_view text) const;
 

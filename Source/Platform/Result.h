@@ -8,10 +8,10 @@
 
 namespace tarn {
 
-/// The value of an operation or the error that it ended with; modelled on `std::expected`.
+/// The value of an operation or its error; modelled on `std::expected`.
 ///
-/// `value()`, `operator*` and `operator->` may be used only where `has_value()` is true, `error()` only where
-/// it is false; a violation throws `std::bad_variant_access`.
+/// `value()`, `operator*` and `operator->` may be used only if `has_value()` is true, `error()` only if it is
+/// false; a violation throws `std::bad_variant_access`.
 template <typename T>
 class [[nodiscard]] Result {
  public:

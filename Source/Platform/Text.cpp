@@ -25,7 +25,8 @@ constexpr auto endsWith = [](std::string_view text, std::string_view part) { ret
   return found == characters.end() ? 0 : found->size();
 }
 
-/// Plain text, the usual case, begins and ends with an ASCII character above the space.
+/// Text without white space at its ends, the usual case: it begins and ends with an ASCII character above the
+/// space.
 [[nodiscard]] bool isPlain(char c) {
   return c > ' ' && c < '\x7f';
 }
@@ -61,7 +62,7 @@ constexpr auto endsWith = [](std::string_view text, std::string_view part) { ret
   return 0;
 }
 
-/// The folded text, or as much of it as is longer than `limit` bytes.
+/// The folded text; of a longer one only the beginning, longer than `limit` bytes.
 [[nodiscard]] std::string foldedUpTo(std::string_view text, std::size_t limit) {
   text = trimmed(text);
   std::string folded;

@@ -15,7 +15,7 @@ namespace tarn {
 [[nodiscard]] bool isASCIILetter(char c);
 [[nodiscard]] char asciiLowerCase(char c);
 [[nodiscard]] std::string asciiLowerCase(std::string_view text);
-/// Letters beyond ASCII must be the same.
+/// Compares letters beyond ASCII exactly.
 [[nodiscard]] bool equalsIgnoringASCIICase(std::string_view a, std::string_view b);
 
 /// `text` without the given characters at both ends.
@@ -32,7 +32,7 @@ namespace tarn {
 
 [[nodiscard]] bool isUTF8(std::string_view bytes);
 
-/// `bytes` with every byte that belongs to no UTF-8 character read as Latin-1.
+/// `bytes` as UTF-8, with each byte that is part of no UTF-8 character converted from Latin-1.
 [[nodiscard]] std::string repairedUTF8(std::string_view bytes);
 
 /// Returns the code point at `position`, which must be inside `text`, and moves `position` past it. A byte

@@ -44,7 +44,7 @@ std::string_view trimmedOfControls(std::string_view text) {
   return text;
 }
 
-/// Appends `text` with whatever is neither an escape nor in `allowed` percent-encoded.
+/// Appends `text`, percent-encoding all characters that are neither escapes nor in `allowed`.
 void appendEncoded(std::string& out, std::string_view text, const CharacterSet& allowed) {
   constexpr std::string_view kHexDigits = "0123456789ABCDEF";
   std::size_t runBegin = 0;
@@ -80,10 +80,10 @@ bool isIPv6Address(const std::string& address) {
   return inet_pton(AF_INET6, address.c_str(), bytes.data()) == 1;
 }
 
-/// The host as DNS knows it (UTS #46), absent when it has no such form.
+/// The host as DNS writes it (UTS #46), absent when it has no such form.
 std::optional<std::string> asciiHost(std::string_view host) {
-  constexpr std::size_t kLongestName = 1024;  // DNS allows 253 bytes on the wire
-  if (host.size() > kLongestName) return std::nullopt;
+  constexpr std::size_t kMaxNameLength = 1024;  // DNS allows 253 bytes on the wire
+  if (host.size() > kMaxNameLength) return std::nullopt;
   UErrorCode status = U_ZERO_ERROR;
   const std::unique_ptr<icu::IDNA> idna(
       icu::IDNA::createUTS46Instance(UIDNA_NONTRANSITIONAL_TO_ASCII | UIDNA_CHECK_BIDI, status));
@@ -96,8 +96,8 @@ std::optional<std::string> asciiHost(std::string_view host) {
   return ascii;
 }
 
-/// The host in the form that goes onto the wire. Escapes are not taken, though RFC 3986 §3.2.2 knows them:
-/// no name that resolves has any, and they would give one server two spellings.
+/// The host in the form that is sent. Escapes are rejected although RFC 3986 §3.2.2 allows them: no name that
+/// resolves has any, and one server would have two spellings.
 std::optional<std::string> wireHost(std::string_view host) {
   if (host.size() >= 2 && host.front() == '[' && host.back() == ']') {
     if (!isIPv6Address(std::string(host.substr(1, host.size() - 2)))) return std::nullopt;
@@ -131,7 +131,7 @@ Authority splitAuthority(std::string_view text) {
   return parts;
 }
 
-/// Absent when `digits` is no port; -1 for an empty one, which RFC 3986 §3.2.3 lets stand.
+/// Absent when `digits` is no port; -1 for an empty one, which RFC 3986 §3.2.3 allows.
 std::optional<int> portNumber(std::string_view digits) {
   constexpr int kLargestPort = 65535;
   if (digits.empty()) return -1;

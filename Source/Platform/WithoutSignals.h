@@ -4,7 +4,8 @@
 
 namespace tarn {
 
-/// Threads started while this lives take no signals: an application's handlers run on its own threads.
+/// Threads started during this object's lifetime receive no signals: an application's handlers run on its own
+/// threads.
 class WithoutSignals {
  public:
   WithoutSignals() {

@@ -10,10 +10,10 @@
 
 namespace tarn {
 
-/// Gives each value of the signal to `setter`, on the thread on which it is sent.
+/// Calls `setter` with each value of the signal, on the thread that sends it.
 ///
 /// The binding ends with the signal, or with its disposable: add that to the `Tarn_RACDeallocDisposable` of
-/// the object that `setter` writes to. An error leaves the last value in place and writes a log line.
+/// the object that `setter` writes to. An error keeps the last value and writes a log line.
 template <typename T, typename Setter>
 Tarn_RACDisposable bindSignal(const Tarn_RACSignal<T>& signal, Setter setter) {
   static_assert(std::is_invocable_v<Setter&, const T&>, "bindSignal: the setter takes a value of the signal");
@@ -22,7 +22,8 @@ Tarn_RACDisposable bindSignal(const Tarn_RACSignal<T>& signal, Setter setter) {
   });
 }
 
-/// The same for values that may be absent (`std::optional`, a pointer): absence is given as `nilValue`.
+/// The same for values that may be absent (`std::optional`, a pointer): `setter` receives `nilValue` for an
+/// absent one.
 template <typename T, typename Setter, typename Value>
 Tarn_RACDisposable bindSignal(const Tarn_RACSignal<T>& signal, Setter setter, Value nilValue) {
   return bindSignal(signal,

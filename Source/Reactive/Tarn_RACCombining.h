@@ -8,9 +8,10 @@
 #include <tuple>
 #include <utility>
 
-#include "Reactive/Tarn_RACDescription.h"
-#include "Reactive/Tarn_RACSignal.h"
+#include "Reactive/Tarn_RACOperator.h"
+#include "Reactive/Tarn_RACTuple.h"
 
+/// The operators that bring the values of several signals together.
 namespace tarn::rac {
 
 template <typename... T>
@@ -25,13 +26,13 @@ struct ZipState {
     const Tarn_RACTuple<T...> together =
         std::apply([](auto&... queue) { return Tarn_RACTuple<T...>(takeFront(queue)...); }, queues);
     downstream->sendNext(together);
-    completeIfOver(std::index_sequence_for<T...>());
+    completeIfDone(std::index_sequence_for<T...>());
   }
 
   template <std::size_t I>
   void completed() {
     ended[I] = true;
-    completeIfOver(std::index_sequence_for<T...>());
+    completeIfDone(std::index_sequence_for<T...>());
   }
 
   ReceiverPtr<Tarn_RACTuple<T...>> downstream;
@@ -45,7 +46,7 @@ struct ZipState {
   }
 
   template <std::size_t... I>
-  void completeIfOver(std::index_sequence<I...>) {
+  void completeIfDone(std::index_sequence<I...>) {
     if (((ended[I] && std::get<I>(queues).empty()) || ...)) downstream->sendCompleted();
   }
 
@@ -87,9 +88,9 @@ void feed(const std::shared_ptr<State>& state, const Tarn_RACSignal<T>& signal) 
 }
 
 template <typename State, typename... T, std::size_t... I>
-[[nodiscard]] Tarn_RACSignal<Tarn_RACTuple<T...>> combineIn(std::index_sequence<I...>,
-                                                            const Tarn_RACSignal<T>&... signals) {
-  return describe<Tarn_RACTuple<T...>>([signals...](const ReceiverPtr<Tarn_RACTuple<T...>>& downstream) {
+[[nodiscard]] Tarn_RACSignal<Tarn_RACTuple<T...>> combineWith(std::index_sequence<I...>,
+                                                              const Tarn_RACSignal<T>&... signals) {
+  return makeSignal<Tarn_RACTuple<T...>>([signals...](const ReceiverPtr<Tarn_RACTuple<T...>>& downstream) {
     const auto state = std::make_shared<State>(downstream);
     (feed<I>(state, signals), ...);
   });
@@ -102,44 +103,22 @@ struct SampleState {
 
   void sample() const {
     if (!latest) return;
-    const T value = *latest;  // a callback may bring a newer one
+    const T value = *latest;  // a callback may replace it
     downstream->sendNext(value);
   }
 };
 
-}  // namespace tarn::rac
-
-template <typename... T>
-Tarn_RACSignal<Tarn_RACTuple<T...>> tarn::zip(const Tarn_RACSignal<T>&... signals) {
-  return rac::combineIn<rac::ZipState<T...>>(std::index_sequence_for<T...>(), signals...);
-}
-
-template <typename... T>
-Tarn_RACSignal<Tarn_RACTuple<T...>> tarn::combineLatest(const Tarn_RACSignal<T>&... signals) {
-  return rac::combineIn<rac::CombineState<T...>>(std::index_sequence_for<T...>(), signals...);
-}
-
-template <typename T>
-template <typename U>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::sample(const Tarn_RACSignal<U>& sampler) const {
-  return tarn::rac::describe<T>([source = *this, sampler](const tarn::rac::ReceiverPtr<T>& downstream) {
-    const auto state = std::make_shared<tarn::rac::SampleState<T>>(downstream);
-    tarn::rac::subscribeWithin(
+template <typename T, typename U>
+[[nodiscard]] Tarn_RACSignal<T> sample(const Tarn_RACSignal<T>& source, const Tarn_RACSignal<U>& sampler) {
+  return makeSignal<T>([source, sampler](const ReceiverPtr<T>& downstream) {
+    const auto state = std::make_shared<SampleState<T>>(downstream);
+    subscribeWithin(
         downstream->disposable(), source, [state](const T& value) { state->latest = value; },
-        tarn::rac::errorTo(downstream), tarn::rac::completionTo(downstream));
-    tarn::rac::subscribeWithin(
-        downstream->disposable(), sampler, [state](const U&) { state->sample(); },
-        tarn::rac::errorTo(downstream), tarn::rac::completionTo(downstream));
+        errorTo(downstream), completionTo(downstream));
+    subscribeWithin(
+        downstream->disposable(), sampler, [state](const U&) { state->sample(); }, errorTo(downstream),
+        completionTo(downstream));
   });
 }
 
-template <typename T>
-template <typename U>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::takeUntil(const Tarn_RACSignal<U>& trigger) const {
-  return tarn::rac::describe<T>([source = *this, trigger](const tarn::rac::ReceiverPtr<T>& downstream) {
-    tarn::rac::subscribeWithin(
-        downstream->disposable(), trigger, [downstream](const U&) { downstream->sendCompleted(); },
-        tarn::rac::Ignore(), tarn::rac::completionTo(downstream));
-    source.subscribeReceiver(downstream);
-  });
-}
+}  // namespace tarn::rac

@@ -24,7 +24,7 @@ struct CommandState {
   bool executing = false;
 };
 
-/// Stands for one execution; it is over when the work says so or has been let go.
+/// One execution in progress. It ends when the work ends or is destroyed.
 class CommandExecution {
  public:
   explicit CommandExecution(std::shared_ptr<CommandState> state) : state_(std::move(state)) {
@@ -44,15 +44,15 @@ class CommandExecution {
 
 }  // namespace tarn::rac
 
-/// An action that can be enabled and disabled, and that does not run beside itself.
+/// An action that can be enabled and disabled, and that never runs twice at the same time.
 ///
-/// Enabled until its signal first says otherwise, then as the signal last said, and never while an execution
+/// It is enabled until its signal sends false, then as the signal last sent, and never while an execution
 /// runs. Everything happens synchronously on the caller's thread; the command, its signal and its executions
-/// belong to one thread. An execution that runs when the command is destroyed goes on.
+/// belong to one thread. An execution in progress continues when the command is destroyed.
 template <typename Input, typename Output>
 class Tarn_RACCommand {
  public:
-  /// Makes the work of one execution; it is set going at once, by the command itself.
+  /// Makes the signal that does the work of one execution; the command subscribes to it at once.
   using Work = std::function<Tarn_RACSignal<Output>(const Input&)>;
 
   explicit Tarn_RACCommand(Work work) : work_(std::make_shared<const Work>(std::move(work))) {}
@@ -62,13 +62,14 @@ class Tarn_RACCommand {
 
   [[nodiscard]] bool isEnabled() const { return state_->allowed && !state_->executing; }
 
-  /// Runs the work, subscribed to or not, and returns its values and its end, to be had at any time later.
-  /// While disabled nothing runs, and the signal returned ends with `Tarn_RACCommandErrorNotEnabled`.
+  /// Runs the work, whether or not the returned signal is subscribed to; that signal replays all values and
+  /// the end. While disabled nothing runs, and the returned signal ends with
+  /// `Tarn_RACCommandErrorNotEnabled`.
   Tarn_RACSignal<Output> execute(const Input& input) const {
     if (!isEnabled()) return Tarn_RACSignal<Output>::error(tarn::rac::commandNotEnabledError());
     const auto execution = std::make_shared<tarn::rac::CommandExecution>(state_);
     const Tarn_RACReplaySubject<Output> results;
-    const auto work = work_;  // it may destroy this command
+    const auto work = work_;  // the work may destroy this command
     (*work)(input).subscribeNext([results, execution](const Output& value) { results.sendNext(value); },
                                  [results, execution](const tarn::Error& error) {
                                    execution->end();

@@ -9,14 +9,15 @@
 
 #include "Platform/Observable.h"
 
-/// A handle on something that can be ended: a subscription, an observation, or a group of them.
+/// A handle that ends a subscription, an observation, or a group of them.
 ///
-/// Copies are the same disposable. It is disposed of at most once; what it ends runs on the disposing thread,
-/// first its own action, then what was added to it, in the order of adding. Letting go of the last handle
-/// ends nothing: an owner that ends things when it dies has a `Tarn_RACDeallocDisposable`. Any thread.
+/// Copies are the same disposable. It is disposed of at most once, on the disposing thread: first its own
+/// action runs, then its parts are disposed of in the order in which they were added. Destroying the last
+/// handle ends nothing: an owner that ends subscriptions when it is destroyed has a
+/// `Tarn_RACDeallocDisposable`. Any thread.
 class Tarn_RACDisposable {
  public:
-  /// Ends nothing by itself; a group to add to.
+  /// A group without an action of its own.
   Tarn_RACDisposable();
   explicit Tarn_RACDisposable(std::function<void()> action);
   explicit Tarn_RACDisposable(tarn::Token token);
@@ -24,13 +25,13 @@ class Tarn_RACDisposable {
   Tarn_RACDisposable& operator=(const Tarn_RACDisposable&) = default;
   ~Tarn_RACDisposable() = default;
 
-  /// A second call, also one from inside the first, does nothing.
+  /// A second call does nothing, even from inside the first.
   void dispose() const;
 
   [[nodiscard]] bool isDisposed() const { return state_->disposed.load(std::memory_order_acquire); }
 
-  /// Disposes of `part` together with this one, or at once if this one has been disposed of. Parts that have
-  /// ended for themselves are forgotten, so a long-lived group does not grow with what passed through it.
+  /// Disposes of `part` together with this one, or at once if this one has been disposed of. Parts that ended
+  /// on their own are removed from time to time, so that a long-lived group does not grow without limit.
   void add(const Tarn_RACDisposable& part) const;
 
  private:
@@ -44,8 +45,8 @@ class Tarn_RACDisposable {
   std::shared_ptr<State> state_;
 };
 
-/// Ends with its owner: the last member of an object that subscribes, so that the subscriptions end before
-/// anything that their callbacks use.
+/// Disposes of its parts when it is destroyed. Make it the last member of an object that subscribes, so that
+/// the subscriptions end before the members that their callbacks use.
 class Tarn_RACDeallocDisposable {
  public:
   Tarn_RACDeallocDisposable() = default;
@@ -54,7 +55,7 @@ class Tarn_RACDeallocDisposable {
   ~Tarn_RACDeallocDisposable() { disposable_.dispose(); }
 
   void add(const Tarn_RACDisposable& part) const { disposable_.add(part); }
-  /// Ends everything added so far and everything added later.
+  /// Disposes of all parts, and from now on of each part as it is added.
   void dispose() const { disposable_.dispose(); }
 
  private:

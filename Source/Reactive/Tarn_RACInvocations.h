@@ -6,13 +6,13 @@
 
 /// The invocations of an operation, as a signal of their arguments.
 ///
-/// The operation's owner holds it and calls it from the operation's body; whoever watches the operation
-/// subscribes to the signal:
+/// The owner of the operation holds it and calls it from the operation's body; observers of the operation
+/// subscribe to the signal:
 ///
 ///     void resumeAd() { resumeAdInvocations_(); }
 ///     Tarn_RACSignal<Tarn_RACUnit> resumeAdInvocations() const { return resumeAdInvocations_.signal(); }
 ///
-/// Subscribers are told inside the call. The signal does not end; its subscriptions go with the owner.
+/// Values are sent inside the call. The signal does not end; its subscriptions are released with the owner.
 template <typename... Arguments>
 class Tarn_RACInvocations {
  public:

@@ -6,15 +6,15 @@
 #include "Platform/Error.h"
 #include "Reactive/Tarn_RACDisposable.h"
 
-/// What signals are made of. Users of signals need nothing from here.
+/// The parts that signals are built from. Users of signals need nothing from here.
 namespace tarn::rac {
 
-/// One end of a subscription: told of the values, then at most once of the error or the completion.
+/// The receiving side of a subscription: it receives values, then at most one error or completion.
 ///
-/// `disposable` is the life of the subscription: once it has been disposed of, nothing gets through, at any
-/// stage. Ownership runs one way, from the source down to the application's callbacks: a source holds its
-/// receivers, a receiver the next one. The way back up is the disposable alone, which holds no receiver; so
-/// nothing here forms a cycle.
+/// `disposable` ends the subscription: after it has been disposed of, no stage passes anything on. Ownership
+/// goes one way, from the source down to the application's callbacks: a source holds its receivers, a
+/// receiver the next one. Upwards there is only the disposable, which holds no receiver; so there is no
+/// cycle.
 template <typename T>
 class Receiver {
  public:
@@ -22,7 +22,8 @@ class Receiver {
   Receiver& operator=(const Receiver&) = delete;
   virtual ~Receiver() = default;
 
-  /// `value` stays valid and unchanged until the call returns, whatever the callbacks do.
+  /// The caller keeps `value` valid and unchanged until the call returns, even if callbacks destroy the
+  /// sender.
   void sendNext(const T& value) {
     if (!isDisposed()) next(value);
   }
@@ -50,17 +51,18 @@ class Receiver {
 template <typename T>
 using ReceiverPtr = std::shared_ptr<Receiver<T>>;
 
-/// The callback that does nothing.
+/// A callback that does nothing.
 struct Ignore {
   template <typename... Arguments>
   void operator()(const Arguments&...) const {}
 };
 
-/// The end of a chain: calls back, and ends the subscription's life before it reports the end.
+/// The last receiver of a chain: calls the application, and disposes of the subscription before it reports
+/// the end.
 template <typename T, typename Next, typename Failed, typename Completed>
-class End final : public Receiver<T> {
+class CallbackReceiver final : public Receiver<T> {
  public:
-  End(const Tarn_RACDisposable& disposable, Next next, Failed failed, Completed completed)
+  CallbackReceiver(const Tarn_RACDisposable& disposable, Next next, Failed failed, Completed completed)
       : Receiver<T>(disposable),
         next_(std::move(next)),
         failed_(std::move(failed)),
@@ -82,11 +84,11 @@ class End final : public Receiver<T> {
   Completed completed_;
 };
 
-/// One stage of a chain; it shares the life of the stage below. `step` takes a value and the receiver below.
+/// One stage of a chain; it ends with the receiver below it. `step` takes a value and that receiver.
 template <typename T, typename U, typename Step>
-class Link final : public Receiver<T> {
+class Stage final : public Receiver<T> {
  public:
-  Link(const ReceiverPtr<U>& downstream, const Step& step)
+  Stage(const ReceiverPtr<U>& downstream, const Step& step)
       : Receiver<T>(downstream->disposable()), downstream_(downstream), step_(step) {}
 
  private:
@@ -98,7 +100,7 @@ class Link final : public Receiver<T> {
   Step step_;
 };
 
-/// What a signal describes: how a receiver comes to be told.
+/// Where a signal's values come from: starts the work for a receiver.
 template <typename T>
 class Source {
  public:
@@ -109,7 +111,7 @@ class Source {
   virtual void subscribe(const ReceiverPtr<T>& receiver) = 0;
 };
 
-/// A source that is one function, shared by all its subscriptions.
+/// A source that is one function, which all subscriptions share.
 template <typename T, typename Subscribe>
 class FunctionSource final : public Source<T> {
  public:

@@ -7,10 +7,10 @@
 
 #include "Reactive/Tarn_RACSubject.h"
 
-/// A subject that tells late subscribers everything that it has sent so far, then goes on live.
+/// A subject that first sends each new subscriber all values sent so far, then the later ones.
 ///
-/// It keeps every value for as long as a handle or a signal of it is held: for work that yields few. A
-/// handle; copies are the same subject. It belongs, subscribing included, to one thread at a time.
+/// It keeps every value as long as a handle or a signal of it exists: use it for work that yields few values.
+/// A handle; copies are the same subject. It belongs, subscribing included, to one thread at a time.
 template <typename T>
 class Tarn_RACReplaySubject {
  public:
@@ -29,10 +29,10 @@ class Tarn_RACReplaySubject {
   }
 
   [[nodiscard]] Tarn_RACSignal<T> signal() const {
-    return tarn::rac::describe<T>(
+    return tarn::rac::makeSignal<T>(
         [past = past_, live = live_.signal()](const tarn::rac::ReceiverPtr<T>& receiver) {
           for (std::size_t i = 0; i < past->values.size(); ++i) {
-            const T value = past->values[i];  // a callback may send, which moves the past
+            const T value = past->values[i];  // a callback may send, which may reallocate the values
             receiver->sendNext(value);
           }
           live.subscribeReceiver(receiver);

@@ -2,7 +2,7 @@
 
 #include "Platform/Queue.h"
 
-/// Where work that must not run inside the caller goes: a face on a queue that outlives it.
+/// Runs tasks outside the caller's call, on a queue that outlives the scheduler.
 class Tarn_RACScheduler {
  public:
   explicit Tarn_RACScheduler(tarn::Queue& queue) : queue_(&queue) {}

@@ -1,15 +1,14 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <optional>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 
-#include "Reactive/Tarn_RACDescription.h"
-#include "Reactive/Tarn_RACSignal.h"
+#include "Reactive/Tarn_RACOperator.h"
+#include "Reactive/Tarn_RACScheduler.h"
 
+/// The operators of one signal that keep state or choose by the value's type.
 namespace tarn::rac {
 
 template <typename T>
@@ -22,131 +21,65 @@ struct OptionalValue<std::optional<T>> {
   using Type = T;
 };
 
-}  // namespace tarn::rac
-
 template <typename T>
-template <typename Function>
-auto Tarn_RACSignal<T>::map(Function function) const {
-  static_assert(std::is_invocable_v<Function&, const T&>, "map: the function takes a value of the signal");
-  using U = std::decay_t<std::invoke_result_t<Function&, const T&>>;
-  static_assert(!std::is_void_v<U>, "map: the function returns the new value (doNext is for effects)");
-  return tarn::rac::link<U>(
-      *this, [function = std::move(function)](const T& value, tarn::rac::Receiver<U>& downstream) mutable {
-        downstream.sendNext(std::invoke(function, value));
-      });
-}
-
-template <typename T>
-template <typename Function>
-auto Tarn_RACSignal<T>::reduceEach(Function function) const {
-  return map(
-      [function = std::move(function)](const T& tuple) mutable { return std::apply(function, tuple); });
-}
-
-template <typename T>
-template <typename Predicate>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::filter(Predicate predicate) const {
-  static_assert(std::is_invocable_r_v<bool, Predicate&, const T&>,
-                "filter: the predicate takes a value of the signal and answers yes or no");
-  return tarn::rac::link<T>(
-      *this, [predicate = std::move(predicate)](const T& value, tarn::rac::Receiver<T>& downstream) mutable {
-        if (std::invoke(predicate, value)) downstream.sendNext(value);
-      });
-}
-
-template <typename T>
-auto Tarn_RACSignal<T>::ignoreNil() const {
-  using Optional = tarn::rac::OptionalValue<T>;
+[[nodiscard]] auto ignoreNil(const Tarn_RACSignal<T>& source) {
+  using Optional = OptionalValue<T>;
   if constexpr (Optional::exists) {
     using U = typename Optional::Type;
-    return tarn::rac::link<U>(*this, [](const T& value, tarn::rac::Receiver<U>& downstream) {
+    return addStage<U>(source, [](const T& value, Receiver<U>& downstream) {
       if (value) downstream.sendNext(*value);
     });
   } else {
     static_assert(std::is_constructible_v<bool, const T&>, "ignoreNil: values of this type are never absent");
-    return filter([](const T& value) { return static_cast<bool>(value); });
+    return addStage<T>(source, [](const T& value, Receiver<T>& downstream) {
+      if (static_cast<bool>(value)) downstream.sendNext(value);
+    });
   }
 }
 
 template <typename T>
-template <typename Function>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::doNext(Function function) const {
-  static_assert(std::is_invocable_v<Function&, const T&>, "doNext: the function takes a value of the signal");
-  return tarn::rac::link<T>(
-      *this, [function = std::move(function)](const T& value, tarn::rac::Receiver<T>& downstream) mutable {
-        std::invoke(function, value);
-        downstream.sendNext(value);
-      });
-}
-
-template <typename T>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::distinctUntilChanged() const {
-  return distinctUntilChanged([](const T& a, const T& b) { return a == b; });
-}
-
-template <typename T>
-template <typename Equal>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::distinctUntilChanged(Equal equal) const {
-  static_assert(std::is_invocable_r_v<bool, Equal&, const T&, const T&>,
-                "distinctUntilChanged: the function compares two values of the signal");
-  return tarn::rac::link<T>(*this, [equal = std::move(equal), last = std::optional<T>()](
-                                       const T& value, tarn::rac::Receiver<T>& downstream) mutable {
-    if (last && std::invoke(equal, *last, value)) return;
+[[nodiscard]] Tarn_RACSignal<T> distinctUntilChanged(const Tarn_RACSignal<T>& source) {
+  return addStage<T>(source, [last = std::optional<T>()](const T& value, Receiver<T>& downstream) mutable {
+    if (last && *last == value) return;
     last = value;
     downstream.sendNext(value);
   });
 }
 
 template <typename T>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::startWith(T value) const {
-  return tarn::rac::describe<T>(
-      [source = *this, value = std::move(value)](const tarn::rac::ReceiverPtr<T>& receiver) {
-        receiver->sendNext(value);
-        source.subscribeReceiver(receiver);
-      });
+[[nodiscard]] Tarn_RACSignal<T> take(const Tarn_RACSignal<T>& source, std::size_t count) {
+  return addStage<T>(source, [left = count](const T& value, Receiver<T>& downstream) mutable {
+    if (left == 0) return;  // a callback that receives the last value has sent another one
+    const bool last = --left == 0;
+    downstream.sendNext(value);
+    if (last) downstream.sendCompleted();
+  });
 }
 
 template <typename T>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::take(std::size_t count) const {
-  if (count == 0) return empty();
-  return tarn::rac::link<T>(*this,
-                            [left = count](const T& value, tarn::rac::Receiver<T>& downstream) mutable {
-                              if (left == 0)
-                                return;  // sent by a callback that is still being told of the last one
-                              const bool last = --left == 0;
-                              downstream.sendNext(value);
-                              if (last) downstream.sendCompleted();
-                            });
+[[nodiscard]] Tarn_RACSignal<T> skip(const Tarn_RACSignal<T>& source, std::size_t count) {
+  return addStage<T>(source, [left = count](const T& value, Receiver<T>& downstream) mutable {
+    if (left > 0) {
+      --left;
+    } else {
+      downstream.sendNext(value);
+    }
+  });
 }
 
 template <typename T>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::skip(std::size_t count) const {
-  return tarn::rac::link<T>(*this,
-                            [left = count](const T& value, tarn::rac::Receiver<T>& downstream) mutable {
-                              if (left > 0) {
-                                --left;
-                              } else {
-                                downstream.sendNext(value);
-                              }
-                            });
-}
-
-template <typename T>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::deliverOn(Tarn_RACScheduler scheduler) const {
-  return tarn::rac::describe<T>([source = *this, scheduler](const tarn::rac::ReceiverPtr<T>& downstream) {
-    tarn::rac::subscribeWithin(
+[[nodiscard]] Tarn_RACSignal<T> deliverOn(const Tarn_RACSignal<T>& source, Tarn_RACScheduler scheduler) {
+  return makeSignal<T>([source, scheduler](const ReceiverPtr<T>& downstream) {
+    subscribeWithin(
         downstream->disposable(), source,
         [scheduler, downstream](const T& value) {
           scheduler.schedule([downstream, value] { downstream->sendNext(value); });
         },
-        [scheduler, downstream](const tarn::Error& error) {
+        [scheduler, downstream](const Error& error) {
           scheduler.schedule([downstream, error] { downstream->sendError(error); });
         },
         [scheduler, downstream] { scheduler.schedule([downstream] { downstream->sendCompleted(); }); });
   });
 }
 
-template <typename T>
-Tarn_RACSignal<T> Tarn_RACSignal<T>::deliverOnMainThread() const {
-  return deliverOn(Tarn_RACScheduler::mainThreadScheduler());
-}
+}  // namespace tarn::rac

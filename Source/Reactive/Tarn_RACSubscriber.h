@@ -12,9 +12,9 @@ namespace tarn::rac {
 
 /// The list of receivers behind a subject, and behind the one receiver of a created signal.
 ///
-/// The list is replaced, never changed, so a send walks the receivers that were there when it began, without
-/// a lock and without a copy, while callbacks subscribe, dispose, send, or let go of the subject. Receivers
-/// come and go on any thread; values and the end are sent from one thread at a time.
+/// The list is replaced, never changed. So a send reaches the receivers that were in it when the send began,
+/// without a lock and without a copy, while callbacks subscribe, dispose, send, or destroy the subject.
+/// Receivers are added and removed on any thread; values and the end are sent from one thread at a time.
 template <typename T>
 class Broadcast final : public Source<T>, public std::enable_shared_from_this<Broadcast<T>> {
  public:
@@ -34,9 +34,9 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
     for (const auto& receiver : *receivers) receiver->sendNext(value);
   }
 
-  /// Without an error it is the completion.
+  /// Sends the completion if there is no error.
   void sendEnd(std::optional<Error> error) {
-    const auto self = this->shared_from_this();  // a callback may let go of the subject
+    const auto self = this->shared_from_this();  // a callback may destroy the subject
     std::shared_ptr<const List> receivers;
     {
       const std::lock_guard lock(mutex_);
@@ -60,23 +60,23 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
   }
 
   [[nodiscard]] bool append(const ReceiverPtr<T>& receiver) {
-    std::shared_ptr<const List> before;  // freed after the lock: receivers run foreign code when they die
+    std::shared_ptr<const List> previous;  // outlives the lock: destroying receivers runs application code
     const std::lock_guard lock(mutex_);
     if (ended_) return false;
     auto list = receivers_ ? std::make_shared<List>(*receivers_) : std::make_shared<List>();
     list->push_back(receiver);
-    before = std::exchange(receivers_, std::move(list));
+    previous = std::exchange(receivers_, std::move(list));
     return true;
   }
 
   void remove(const Receiver<T>* key) {
-    std::shared_ptr<const List> before;
+    std::shared_ptr<const List> previous;
     const std::lock_guard lock(mutex_);
     if (!receivers_) return;
     auto list = std::make_shared<List>(*receivers_);
     std::erase_if(*list, [key](const auto& each) { return each.get() == key; });
     if (list->empty()) list = nullptr;
-    before = std::exchange(receivers_, std::move(list));
+    previous = std::exchange(receivers_, std::move(list));
   }
 
   void report(Receiver<T>& receiver) const {
@@ -95,7 +95,7 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
 
 }  // namespace tarn::rac
 
-/// Where values are sent: a subject, or the one subscription of a created signal.
+/// Receives the values to send: a subject, or the one subscription of a created signal.
 ///
 /// A cheap handle; copies send to the same place. Values are delivered before `sendNext` returns. After the
 /// error or the completion everything sent is ignored. One thread at a time.
@@ -108,12 +108,12 @@ class Tarn_RACSubscriber {
   Tarn_RACSubscriber& operator=(const Tarn_RACSubscriber&) = default;
   ~Tarn_RACSubscriber() = default;
 
-  /// Takes the value, so that no callback can change it under the subscribers still to be told.
+  /// Takes a copy, so that no callback can change the value before the last subscriber has received it.
   void sendNext(T value) const { broadcast_->sendNext(value); }
   void sendError(tarn::Error error) const { broadcast_->sendEnd(std::move(error)); }
   void sendCompleted() const { broadcast_->sendEnd(std::nullopt); }
 
-  /// False when nobody would be told: work that only makes values may stop.
+  /// False when no one would receive a value: work that only makes values may stop.
   [[nodiscard]] bool hasSubscribers() const { return broadcast_->hasSubscribers(); }
 
  private:

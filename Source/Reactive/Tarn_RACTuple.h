@@ -2,9 +2,9 @@
 
 #include <tuple>
 
-/// Values that travel together, as zipping and combining make them.
+/// Values sent together, as `zip` and `combineLatest` make them.
 template <typename... Values>
 using Tarn_RACTuple = std::tuple<Values...>;
 
-/// The value of a signal that says only that something happened.
+/// The value of a signal that only reports that something happened.
 using Tarn_RACUnit = Tarn_RACTuple<>;

@@ -30,8 +30,7 @@ std::shared_ptr<const TarnVideo> videoWithCuePoint() {
       .title = "Film", .cuePoints = TarnCuePointCollection::collectionWithArray({cuePoint})});
 }
 
-/// What happens to a session, step by step. A name with a bar before it is of the player: "|play". A bar
-/// alone forgets.
+/// The steps of a script. A name after a bar is one of the player's: "|play". A bar alone clears the record.
 const std::map<std::string, std::function<void(TarnBasicPlaybackSession&)>> kSessionSteps = {
     {"load", [](auto& s) { s.loadVideoURL(*tarn::URL::fromString("http://host/stream.m3u8")); }},
     {"begin", [](auto& s) { s.begin(); }},
@@ -71,7 +70,7 @@ struct Stage {
   }
 };
 
-TEST(TarnBasicPlaybackSession, TellsItsLifeInTheOrderOfTheGrammar) {
+TEST(TarnBasicPlaybackSessionTest, SendsItsEventsInTheDocumentedOrder) {
   std::optional<Stage> stage;
   const auto take = [&stage](const std::string& step) {
     if (step == "ready") return stage.emplace().play("load begin |ready |");
@@ -81,30 +80,30 @@ TEST(TarnBasicPlaybackSession, TellsItsLifeInTheOrderOfTheGrammar) {
     return fmt::format("{}", fmt::join(stage->recorder.take(), ", "));
   };
   tellStory(R"(
-    // It is silent until it begins, and tells then where it stands, and nothing of what is not known yet.
+    // It sends nothing until it begins, then its current state without the values not known yet.
     new load |ready play |advance |load => lines:
     begin begin => lines: Begin, cuePoints 1, Ready, duration 1, seekable 0+1, loaded 0+0.75, Play, progress 0.5
     new load begin => lines: Begin, cuePoints 1
-    // Playing to the end is no pause, and goes on after a seek back from there.
+    // Reaching the end sends no pause, and playback continues after a seek back.
     ready play |advance |advance |advance => lines: Play, progress 0.5, progress 1, End
     resume turn |advance => lines: Play, progress 0.5, progress 1, End
-    // What is said twice is told once, whoever says it.
+    // A repeated state is sent once, whatever its origin.
     ready |play play |pause pause => lines: Play, Pause
     ready |starve |starve |feed |feed => lines: BufferingEnter, BufferingExit
-    // A failure, also one from before the beginning, is the last thing.
+    // A failure, also one before the beginning, is followed only by Terminate.
     ready play |fail |starve terminate => lines: Play, Error, Terminate
     new load |fail begin => lines: Begin, cuePoints 1, Error, Terminate
-    // Another stream is ready anew.
+    // Another stream becomes ready again.
     ready load |ready => lines: duration nan, seekable unknown, duration 1, seekable 0+1, Ready
-    // Resuming may stay paused, and does when it is overtaken.
+    // `resumePlaybackAtTime` can keep the pause, and keeps it if a newer seek supersedes it.
     ready resumePaused turn => lines: progress 0.5
     ready resume |seek turn => lines: progress 0.25
-    // Nothing comes after termination.
+    // Nothing is sent after termination.
     ready play resume terminate terminate begin play load turn => lines: Play, Terminate)",
             take, look);
 }
 
-TEST(TarnBasicPlaybackSession, TellsThePlayersReasonForAFailureAndLetsGoOfThePlayer) {
+TEST(TarnBasicPlaybackSessionTest, SendsThePlayersErrorAndReleasesThePlayer) {
   Stage stage;
   stage.play("load begin |ready |fail");
   const std::weak_ptr<FakePlayer> weak = std::exchange(stage.player, nullptr);
@@ -113,7 +112,7 @@ TEST(TarnBasicPlaybackSession, TellsThePlayersReasonForAFailureAndLetsGoOfThePla
   EXPECT_TRUE(weak.expired());
 }
 
-TEST(TarnBasicPlaybackSession, StopsAPlayerThatOutlivesIt) {
+TEST(TarnBasicPlaybackSessionTest, StopsItsPlayerWhenDestroyedEvenIfThePlayerIsStillHeld) {
   Stage stage;
   stage.play("load begin |ready play");
   const auto extension = stage.session->providerExtension();
@@ -123,7 +122,7 @@ TEST(TarnBasicPlaybackSession, StopsAPlayerThatOutlivesIt) {
   EXPECT_EQ(extension.playbackSession(), nullptr);
 }
 
-TEST(TarnBasicPlaybackSession, HidesThePictureWhileThereIsOne) {
+TEST(TarnBasicPlaybackSessionTest, HidesThePictureWhileItHasAPlayer) {
   const Stage stage;
   stage.session->setPlayerLayerHidden(true);
   stage.session->terminate();
@@ -131,7 +130,7 @@ TEST(TarnBasicPlaybackSession, HidesThePictureWhileThereIsOne) {
   EXPECT_THAT(*stage.player->calls(), ElementsAre("hideLayer", "pause"));
 }
 
-TEST(TarnBasicPlaybackSession, FailsAtItsBeginningWithoutAPlayerOrASource) {
+TEST(TarnBasicPlaybackSessionTest, FailsWhenItBeginsWithoutAPlayerOrASource) {
   const auto codeWith = [](std::shared_ptr<TarnPlayer> player) {
     const auto session = std::make_shared<TarnBasicPlaybackSession>(nullptr, nullptr, std::move(player));
     SessionRecorder recorder(*session);
@@ -144,10 +143,10 @@ TEST(TarnBasicPlaybackSession, FailsAtItsBeginningWithoutAPlayerOrASource) {
   EXPECT_EQ(codeWith(std::make_shared<FakePlayer>()), TarnPlaybackSessionErrorCode::noSource);
 }
 
-/// What two subscribers receive, in the order in which they subscribed.
+/// The events that two subscribers receive, in the order in which they subscribed.
 using Received = std::pair<Lines, Lines>;
 
-/// Plays a session through, which the first subscriber terminates or releases inside its report number
+/// Plays a session to its end; the first subscriber terminates or releases it inside its report number
 /// `fatal`.
 Received endInside(std::size_t fatal, bool terminates) {
   Stage stage;
@@ -178,7 +177,7 @@ Received endInside(std::size_t fatal, bool terminates) {
   return received;
 }
 
-TEST(TarnBasicPlaybackSession, MayBeTerminatedOrReleasedInsideEveryReport) {
+TEST(TarnBasicPlaybackSessionTest, CanBeTerminatedOrReleasedInsideEveryReport) {
   const auto whole = endInside(100, false).first;
   EXPECT_EQ(whole.size(), 12U);
   for (std::size_t fatal = 0; fatal < whole.size(); ++fatal) {
@@ -192,7 +191,7 @@ TEST(TarnBasicPlaybackSession, MayBeTerminatedOrReleasedInsideEveryReport) {
   }
 }
 
-TEST(TarnErrorSession, TellsItsErrorWhenItBeginsAndTerminatesTheSessionThatFailed) {
+TEST(TarnBasicPlaybackSessionTest, ErrorSessionSendsItsErrorWhenItBeginsAndTerminatesTheFailedSession) {
   const auto failed = std::make_shared<TarnBasicPlaybackSession>(videoWithCuePoint(), nullptr,
                                                                  std::make_shared<FakePlayer>());
   const auto event = std::make_shared<const TarnPlaybackSessionLifecycleEvent>("kSomePluginsErrorEvent");

@@ -40,7 +40,7 @@ class TarnBasicSessionProviderTest : public ::testing::Test {
   }
 };
 
-TEST_F(TarnBasicSessionProviderTest, SelectsTheFirstSourceThatThePlayerPlays) {
+TEST_F(TarnBasicSessionProviderTest, SelectsTheFirstSourceWithAPlayableDeliveryMethod) {
   const auto policy = provider.sourceSelectionPolicy();
   const auto hls = makeSource("http://host/a", "KTARNSOURCEDELIVERYhls");
   const auto plain = makeSource("http://host/b", std::nullopt);
@@ -51,7 +51,7 @@ TEST_F(TarnBasicSessionProviderTest, SelectsTheFirstSourceThatThePlayerPlays) {
   EXPECT_EQ(policy(*makeVideo({foreign, nowhere})), nullptr);
 }
 
-TEST_F(TarnBasicSessionProviderTest, MakesOneLoadedSessionWithAPlayerOfItsOwnForEachVideo) {
+TEST_F(TarnBasicSessionProviderTest, MakesALoadedSessionWithItsOwnPlayerForEachVideo) {
   provider.setSessionCommonProperties(common);
   const auto first = makeVideo({makeSource("http://host/a", std::nullopt)});
   const auto second = makeVideo({makeSource("http://host/b", std::nullopt)});
@@ -63,14 +63,14 @@ TEST_F(TarnBasicSessionProviderTest, MakesOneLoadedSessionWithAPlayerOfItsOwnFor
   EXPECT_EQ(sessions[0]->sessionCommonProperties(), common);
 }
 
-TEST_F(TarnBasicSessionProviderTest, LoadsNothingWhenSomebodyElseDoesOrWithoutAUsableSource) {
+TEST_F(TarnBasicSessionProviderTest, LoadsNothingWhenAutomaticLoadingIsOffOrWithoutAUsableSource) {
   const auto video = makeVideo({makeSource("http://host/a", std::nullopt)});
   EXPECT_THAT(callsOf(sessionsFor({makeVideo({})}).at(0)), IsEmpty());
   provider.setShouldLoadVideo(false);
   EXPECT_THAT(callsOf(sessionsFor({video}).at(0)), IsEmpty());
 }
 
-TEST_F(TarnBasicSessionProviderTest, FollowsTheCommonPolicyAsLongAsThereIsOne) {
+TEST_F(TarnBasicSessionProviderTest, UsesTheCommonPropertiesPolicyWhileTheyHaveOne) {
   const auto chosen = makeSource("http://host/chosen", kTarnSourceDeliveryHLS);
   const auto video = makeVideo({makeSource("http://host/a", std::nullopt)});
   provider.setSessionCommonProperties(common);

@@ -10,7 +10,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-TEST(TarnNotificationCenter, TellsTheObserversOfANameInOrderUntilTheirTokensDie) {
+TEST(TarnNotificationCenterTest, CallsTheObserversOfANameInOrderUntilTheirTokensAreDestroyed) {
   TarnNotificationCenter center;
   const auto sender = std::make_shared<std::string>("from");
   std::vector<std::string> heard;
@@ -32,7 +32,7 @@ TEST(TarnNotificationCenter, TellsTheObserversOfANameInOrderUntilTheirTokensDie)
   EXPECT_THAT(heard, ElementsAre("first a value", "second a value", "other b value", "first a value"));
 }
 
-TEST(TarnNotificationCenter, LetsObserversPostAddAndEndWhileTheyAreTold) {
+TEST(TarnNotificationCenterTest, AllowsObserversToPostAndToAddAndEndObservations) {
   TarnNotificationCenter center;
   std::vector<std::string> heard;
   tarn::Token added;
@@ -49,7 +49,7 @@ TEST(TarnNotificationCenter, LetsObserversPostAddAndEndWhileTheyAreTold) {
   EXPECT_THAT(heard, ElementsAre("a", "b"));
 }
 
-TEST(TarnNotificationCenter, TakesPostsAndObserversFromManyThreads) {
+TEST(TarnNotificationCenterTest, CanBeUsedByManyThreads) {
   auto center = std::make_shared<TarnNotificationCenter>();
   std::atomic<int> heard = 0;
   {

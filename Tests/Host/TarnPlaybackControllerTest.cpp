@@ -31,13 +31,12 @@ Video makeVideo(const std::string& name) {
   return std::make_shared<const TarnVideo>(std::move(video));
 }
 
-/// A controller, and a log of the sessions that its consumer is told of ("a>") and of what becomes of them
-/// ("aPlay").
+/// A controller, and a log of the sessions that its consumer receives ("a>") and of their events ("aPlay").
 class Stage final : public TarnSessionConsumer, public std::enable_shared_from_this<Stage> {
  public:
   [[nodiscard]] const std::string& log() const { return log_; }
 
-  /// "a>=over" takes the step "over" inside the callback that writes "a>".
+  /// "a>=over" runs the step "over" inside the callback that logs "a>".
   void take(const std::string& step) {
     const auto session = controller_ ? controller_->currentSession() : nullptr;
     if (const auto equals = step.find('='); equals != std::string::npos) {
@@ -96,22 +95,22 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
                                                nullptr);
 };
 
-TEST(TarnPlaybackController, PlaysVideosOneAfterAnotherWithOneStreamOpenAtATime) {
+TEST(TarnPlaybackControllerTest, PlaysVideosOneAfterAnotherWithOneStreamOpenAtATime) {
   std::shared_ptr<Stage> stage;
   const auto take = [&stage](const std::string& step) {
     step == "new" ? (void)(stage = std::make_shared<Stage>()) : stage->take(step);
   };
   tarn::test::tellStory(R"(
     new listen +a +b begin begin end turn => log: a> aBegin aPlay aEnd aTerminate b> bBegin bPlay b:1
-    // The viewer may go back into the last video; a later video waits for the next turn.
+    // The viewer can seek back in the last video; a later video waits for the next turn.
     new +a begin end back turn +b turn end turn end turn => log: a:1 a:1 b:1 b:1
     new listen +a begin end turn +b => log: a> aBegin aPlay aEnd a:1
     turn => log: a> aBegin aPlay aEnd a:1 aTerminate b> bBegin bPlay b:1
     new listen quiet +a begin => log: a> aBegin
-    // It goes on when a session is terminated from outside, and after a failure.
+    // It continues when a session is terminated from outside, and after a failure.
     new listen +a begin kill turn +b turn => log: a> aBegin aPlay aTerminate none:0 b> bBegin bPlay b:1
     new listen +broken +a begin turn => log: broken> brokenBegin brokenError brokenTerminate a> aBegin aPlay a:1
-    // It is final when it terminates, and when it goes, also inside what it tells.
+    // It ends when it terminates or is destroyed, also inside a callback.
     new listen +a +b begin over +c begin turn => log: a> aBegin aPlay aTerminate none:0
     new listen +a begin gone turn => log: a> aBegin aPlay aTerminate none:0
     new listen a>=over +a begin turn => log: a> aTerminate none:0
@@ -119,7 +118,7 @@ TEST(TarnPlaybackController, PlaysVideosOneAfterAnotherWithOneStreamOpenAtATime)
                         take, [&stage](const std::string&) { return stage->log(); });
 }
 
-TEST(TarnPlaybackController, PassesOverALongRowOfVideosThatFailAndAConsumerThatIsGone) {
+TEST(TarnPlaybackControllerTest, SkipsManyFailingVideosWithoutRecursionAndIgnoresADestroyedConsumer) {
   constexpr int kMany = 5'000;
   const auto controller = std::make_shared<TarnPlaybackController>(
       std::make_shared<TarnBasicSessionProvider>([] { return std::make_shared<FakePlayer>(); }), nullptr);
@@ -131,7 +130,7 @@ TEST(TarnPlaybackController, PassesOverALongRowOfVideosThatFailAndAConsumerThatI
   EXPECT_EQ(controller->currentSession()->video()->identifier(), "a");
 }
 
-/// Hands out what the test gives it, when the test gives it.
+/// Returns the sessions that the test sends, when it sends them.
 class HeldProvider final : public TarnSessionProvider {
  public:
   [[nodiscard]] bool shouldLoadVideo() const override { return true; }
@@ -151,7 +150,7 @@ class HeldProvider final : public TarnSessionProvider {
   Tarn_RACDeallocDisposable subscription;
 };
 
-TEST(TarnPlaybackController, AwaitsASessionBeforeItAsksForTheNextAndKeepsOneThatComesTooEarly) {
+TEST(TarnPlaybackControllerTest, RequestsOneSessionAtATimeAndKeepsOneThatArrivesEarly) {
   const auto provider = std::make_shared<HeldProvider>();
   const auto controller = std::make_shared<TarnPlaybackController>(provider, nullptr);
   const auto makeSession = [] {

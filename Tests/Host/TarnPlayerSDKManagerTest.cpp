@@ -21,7 +21,7 @@ struct StubComponent final : TarnComponent {
   std::vector<std::string>& posted;
 };
 
-TEST(TarnPlayerSDKManager, KeepsEveryComponentButLetsTheNewestOfEachClassPost) {
+TEST(TarnPlayerSDKManagerTest, KeepsEveryComponentAndLetsTheNewestOfEachClassPost) {
   std::vector<std::string> posted;
   const auto manager = std::make_shared<TarnPlayerSDKManager>(nullptr);
   const auto first = std::make_shared<StubComponent<1>>("1.0", posted);

@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(TarnCuePointCollection, IsEqualWhenItsCuePointsAreInTheSameOrder) {
+TEST(TarnVideoTest, CuePointCollectionsAreEqualOnlyWithTheSameOrder) {
   const auto at = [](std::int64_t value, std::int32_t scale, const char* type = "chapter") {
     return std::make_shared<const TarnCuePoint>(type, CMTimeMake(value, scale));
   };

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-TEST(DictionaryTest, ReadsValuesOfTheirOwnTypeOnlyAndReplacesInPlace) {
+TEST(DictionaryTest, ReadsValuesOnlyAsTheirOwnTypeAndReplacesThemInPlace) {
   tarn::Dictionary dictionary;
   dictionary.set("b", 1);
   dictionary.set("a", 2);
@@ -12,5 +12,5 @@ TEST(DictionaryTest, ReadsValuesOfTheirOwnTypeOnlyAndReplacesInPlace) {
   EXPECT_EQ(dictionary.get<int>("absent"), nullptr);
   std::string keys;
   for (const auto& entry : dictionary) keys += entry.first;
-  EXPECT_EQ(keys, "ba") << "in the order of insertion";
+  EXPECT_EQ(keys, "ba") << "must be in the order of insertion";
 }

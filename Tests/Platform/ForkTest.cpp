@@ -8,7 +8,7 @@
 #include "Platform/Log.h"
 #include "Support/ChildProcess.h"
 
-/// Without it the thread sanitizer ends a child that starts threads.
+/// Without this option the thread sanitizer ends a child that starts threads.
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() {
   return "die_after_fork=0";
@@ -19,15 +19,14 @@ using namespace tarn::test;
 
 namespace {
 
-/// Runs a queue up to what is enqueued now.
+/// Runs all tasks that are in the queue now.
 void settle(Queue& queue) {
   std::promise<void> reached;
   queue.async([&reached] { reached.set_value(); });
   reached.get_future().wait();
 }
 
-/// A process in which threads of the library, and of the application inside the library, hold all the locks
-/// that they ever hold for long.
+/// A process whose threads, inside the library, hold all locks that are ever held for long.
 class ForkTest : public HTTPSessionFixture {
  protected:
   void SetUp() override {
@@ -64,15 +63,15 @@ class ForkTest : public HTTPSessionFixture {
     hold();
     ++woken;
   });
-  ScriptedServer silent{sayNothing};
-  ScriptedServer polite{behave};
+  ScriptedServer silent{sendNoResponse};
+  ScriptedServer polite{respondToAll};
   std::unique_ptr<HTTPSession> session = std::make_unique<HTTPSession>();
   std::unique_ptr<SerialQueue> own = std::make_unique<SerialQueue>("own");
   std::jthread logging;
   std::jthread waking;
 };
 
-TEST_F(ForkTest, AChildExitsAtOnceAndMayUseOrDestroyWhatItsParentHasMade) {
+TEST_F(ForkTest, AChildExitsAtOnceAndCanUseAndDestroyItsParentsObjects) {
   const std::pair<const char*, std::function<void()>> table[] = {
       {"does nothing", [] {}},
       {"ends quickly", [] { std::quick_exit(0); }},
@@ -91,7 +90,7 @@ TEST_F(ForkTest, AChildExitsAtOnceAndMayUseOrDestroyWhatItsParentHasMade) {
       {"sends requests over sessions of its parent and of its own",
        [this] {
          HTTPSession another;
-         EXPECT_TRUE(session->flush(std::chrono::hours(1))) << "what its parent waits for is not its own";
+         EXPECT_TRUE(session->flush(std::chrono::hours(1))) << "the parent's requests are not the child's";
          for (auto* each : {session.get(), &another}) EXPECT_TRUE(get(*each, polite.url("/")));
        }},
       {"logs and drains",
@@ -100,7 +99,7 @@ TEST_F(ForkTest, AChildExitsAtOnceAndMayUseOrDestroyWhatItsParentHasMade) {
          EXPECT_THAT(lines, testing::ElementsAre("child"));
          MainQueue::shared().async([] {});
          EXPECT_EQ(woken, 1);
-         EXPECT_EQ(MainQueue::shared().drain(), 2U) << "with a copy of its parent's task";
+         EXPECT_EQ(MainQueue::shared().drain(), 2U) << "a copy of the parent's task must be one of them";
          EXPECT_FALSE(MainQueue::shared().runUntil([] { return false; }, std::chrono::milliseconds(1)));
        }},
   };

@@ -31,7 +31,7 @@ void expectNumber(const std::string& text, std::optional<double> plain = kNone,
   EXPECT_EQ(NumberFormatter::shared(Style::percent).numberFromString(text), percent);
 }
 
-/// What ICU alone says, without the direct path for short decimals.
+/// ICU's result, without the direct path for short decimals.
 class BareICU {
  public:
   BareICU() { format_.setLenient(false); }
@@ -53,7 +53,7 @@ class BareICU {
 
 }  // namespace
 
-TEST(NumberFormatterTest, TakesWholeNumbersOfItsStyleOnly) {
+TEST(FormatterTest, ReadsANumberOnlyIfTheWholeTextIsOneOfItsStyle) {
   for (const auto& text :
        words("05 5.500 .5 5. -3 -.25 1E3 1e3 0.1234567890123456789 99999999999999999999")) {
     expectNumber(text, std::stod(text), std::stod(text));
@@ -73,7 +73,7 @@ TEST(NumberFormatterTest, TakesWholeNumbersOfItsStyleOnly) {
   expectNumber(std::string(10'000'000, '9'));
 }
 
-TEST(NumberFormatterTest, ReadsShortDecimalsExactlyAsICUDoes) {
+TEST(FormatterTest, ReadsShortDecimalsExactlyAsICUDoes) {
   const BareICU icuAlone;
   std::mt19937 engine(600);
   for (int i = 0; i < 20'000; ++i) {
@@ -88,7 +88,7 @@ TEST(NumberFormatterTest, ReadsShortDecimalsExactlyAsICUDoes) {
   }
 }
 
-TEST(NumberFormatterTest, ServesManyThreads) {
+TEST(FormatterTest, ReadsNumbersOnManyThreads) {
   std::vector<std::jthread> threads(4);
   for (auto& thread : threads) {
     thread = std::jthread([] {
@@ -98,7 +98,7 @@ TEST(NumberFormatterTest, ServesManyThreads) {
   }
 }
 
-TEST(DateFormatterTest, ReadsWholeDatesOfItsPattern) {
+TEST(FormatterTest, ReadsADateOnlyIfTheWholeTextMatchesThePattern) {
   using std::chrono::seconds;
   const DateFormatter formatter("yyyy-MM-dd'T'HH:mm:ssZ");
   const auto secondsOf = [&](std::string_view text) -> std::optional<seconds> {

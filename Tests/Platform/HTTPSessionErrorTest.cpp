@@ -18,7 +18,7 @@ ScriptedServer::Script answering(std::string bytes) {
   };
 }
 
-/// Sends `piece` again and again behind `head`.
+/// Sends `head`, then `piece` repeatedly.
 ScriptedServer::Script endless(std::string head, std::string piece) {
   return [head = std::move(head), piece = std::move(piece)](Connection& connection) {
     connection.readRequest();
@@ -34,11 +34,11 @@ std::string redirection(const std::string& location) {
 
 }  // namespace
 
-TEST_F(HTTPSessionErrorTest, RefusesWhatMustNotBeSentAndSaysWhy) {
+TEST_F(HTTPSessionErrorTest, ReportsWhyARequestCannotBeSent) {
   LoopbackServer server;
   HTTPSession session;
   const std::string web = server.url("/x").absoluteString();
-  // The URL, a header field, and what the error names.
+  // The URL, a header field, and a text that the error contains.
   const std::tuple<std::string, std::pair<std::string, std::string>, std::string> cases[] = {
       {"file:///etc/passwd", {"A", "b"}, "file:///etc/passwd"},
       {web, {"", "b"}, "name is empty"},
@@ -60,7 +60,7 @@ TEST_F(HTTPSessionErrorTest, RefusesWhatMustNotBeSentAndSaysWhy) {
   EXPECT_THAT(server.targets(), IsEmpty());
 }
 
-TEST_F(HTTPSessionErrorTest, NamesEachFailureTheURLAndTheCause) {
+TEST_F(HTTPSessionErrorTest, ReportsTheFailureTheURLAndTheCause) {
   const HTTPConfiguration small{.maximumRedirects = 3, .maximumBodySize = 10'000};
   HTTPConfiguration impatient = small;
   impatient.totalTimeout = 500ms;
@@ -82,7 +82,8 @@ TEST_F(HTTPSessionErrorTest, NamesEachFailureTheURLAndTheCause) {
        {{"not HTTP", answering("SSH-2.0-OpenSSH_9.2\r\n"), "not HTTP"},
         {"broken gzip", answering(brokenGzip), "failed"}}},
       {HTTPErrorCode::timedOut,
-       {{"silent", sayNothing, "within 500 ms"}, {"silent in the body", silentInTheBody, "within 500 ms"}}},
+       {{"silent", sendNoResponse, "within 500 ms"},
+        {"silent in the body", silentInTheBody, "within 500 ms"}}},
       {HTTPErrorCode::tooManyRedirects,
        {{"redirect loop", answering(redirection("/again")), "more than 3 times"}}},
       {HTTPErrorCode::unsupportedScheme,
@@ -109,8 +110,8 @@ TEST_F(HTTPSessionErrorTest, NamesEachFailureTheURLAndTheCause) {
   }
 }
 
-TEST_F(HTTPSessionErrorTest, TellsAConnectionThatIsNotMadeFromASlowResponse) {
-  ScriptedServer server(behave);
+TEST_F(HTTPSessionErrorTest, DistinguishesAFailedConnectionFromASlowResponse) {
+  ScriptedServer server(respondToAll);
   server.stall();
   HTTPSession session({.connectTimeout = 100ms});
   const auto unanswered = get(session, server.url("/"));
@@ -120,12 +121,12 @@ TEST_F(HTTPSessionErrorTest, TellsAConnectionThatIsNotMadeFromASlowResponse) {
   ScriptedServer redirecting(answering(redirection(server.url("/").absoluteString())));
   EXPECT_EQ(codeOf(get(session, redirecting.url("/"))), HTTPErrorCode::cannotConnect);
 
-  const URL gone = [] { return ScriptedServer(behave).url("/gone"); }();
+  const URL gone = [] { return ScriptedServer(respondToAll).url("/gone"); }();
   EXPECT_EQ(codeOf(get(session, gone)), HTTPErrorCode::cannotConnect);
   EXPECT_EQ(codeOf(get(session, *URL::fromString("http://nowhere.invalid/"))), HTTPErrorCode::cannotConnect);
 }
 
-TEST_F(HTTPSessionErrorTest, AcceptsNoServerThatItCannotVerify) {
+TEST_F(HTTPSessionErrorTest, RejectsAServerThatItCannotVerify) {
   LoopbackServer impostor(LoopbackServer::Transport::selfSignedTLS);
   HTTPSession session;
   EXPECT_EQ(codeOf(get(session, impostor.url("/"))), HTTPErrorCode::tls);
@@ -136,7 +137,7 @@ TEST_F(HTTPSessionErrorTest, AcceptsNoServerThatItCannotVerify) {
   EXPECT_EQ(codeOf(get(session, notTLS)), HTTPErrorCode::tls);
 }
 
-TEST_F(HTTPSessionErrorTest, DecompressesAndCountsTheLimitAfterwardsAlsoOfDiscardedBodies) {
+TEST_F(HTTPSessionErrorTest, LimitsTheDecompressedSizeAlsoOfDiscardedBodies) {
   const std::string text(10'000, 'v');
   LoopbackServer server;
   server.answer("/vmap", {200, text, {}, "text/xml"});
@@ -153,6 +154,6 @@ TEST_F(HTTPSessionErrorTest, DecompressesAndCountsTheLimitAfterwardsAlsoOfDiscar
   HTTPSession discarding({.maximumBodySize = 9'999, .discardBodies = true});
   ScriptedServer rude(endless("HTTP/1.1 200 OK\r\n\r\n", std::string(1'000, 'x')));
   EXPECT_EQ(codeOf(get(discarding, rude.url("/"))), HTTPErrorCode::responseTooLarge);
-  ScriptedServer polite(behave);
+  ScriptedServer polite(respondToAll);
   EXPECT_EQ(get(discarding, polite.url("/"))->body, "");
 }

@@ -11,19 +11,19 @@
 
 namespace tarn::test {
 
-/// Whether this thread does.
+/// Whether signals are delivered to the calling thread.
 inline bool takesSignals() {
   sigset_t blocked;
   pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
   return sigismember(&blocked, SIGTERM) == 0;
 }
 
-/// Requests whose outcome can be waited for.
+/// Starts requests and waits for their results.
 class HTTPSessionFixture : public testing::Test {
  protected:
   HTTPSessionFixture() {
     queue.async([] {});
-  }  // starts the pool's threads from this one
+  }  // starts the pool's threads on this thread
 
   std::future<Result<HTTPResponse>> start(HTTPSession& session, HTTPRequest request) {
     auto outcome = std::make_shared<std::promise<Result<HTTPResponse>>>();
@@ -46,12 +46,12 @@ inline HTTPErrorCode codeOf(const Result<HTTPResponse>& result) {
   return static_cast<HTTPErrorCode>(result.error().code);
 }
 
-/// Answers every request of a connection with 200.
-inline void behave(ScriptedServer::Connection& connection) {
+/// Sends status 200 for every request of a connection.
+inline void respondToAll(ScriptedServer::Connection& connection) {
   while (connection.readRequest()) connection.respond("ok");
 }
 
-inline void sayNothing(ScriptedServer::Connection& connection) {
+inline void sendNoResponse(ScriptedServer::Connection& connection) {
   connection.waitForHangUp();
 }
 

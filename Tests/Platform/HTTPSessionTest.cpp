@@ -47,7 +47,7 @@ TEST_F(HTTPSessionTest, SendsHeadersAsGivenAndAccumulatesRepeatedOnes) {
                              {"X-Empty", ""},
                              {"X-Name", "Zoë"}}};
   ASSERT_TRUE(start(session, request).get());
-  ASSERT_TRUE(get(session, server.url("/plain"))) << "the fields of the request before must be gone";
+  ASSERT_TRUE(get(session, server.url("/plain"))) << "the previous request's fields must not be sent";
 
   EXPECT_THAT(heads, ElementsAre(AllOf(StartsWith("GET /path?cb=%5BX%5D HTTP/1.1\r\n"),
                                        EndsWith("User-Agent: player/1\r\nX-Twice: 1\r\nX-Twice: 2; q=0\r\n"
@@ -55,8 +55,8 @@ TEST_F(HTTPSessionTest, SendsHeadersAsGivenAndAccumulatesRepeatedOnes) {
                                  Not(HasSubstr("X-"))));
 }
 
-TEST_F(HTTPSessionTest, OverOneConnectionRequestsArriveInTheOrderOfTheirStart) {
-  ScriptedServer server(behave);
+TEST_F(HTTPSessionTest, SendsRequestsInOrderOverOneConnection) {
+  ScriptedServer server(respondToAll);
   HTTPSession session({.maximumConnectionsPerHost = 1, .discardBodies = true});
   std::vector<std::string> expected;
   for (int i = 0; i < 500; ++i) {
@@ -69,9 +69,9 @@ TEST_F(HTTPSessionTest, OverOneConnectionRequestsArriveInTheOrderOfTheirStart) {
   EXPECT_EQ(session.statistics().origins, 0U);
 }
 
-// "/first" holds the only connection. "/second" needs another, which the server does not let it have yet; the
-// first one gets free meanwhile, and "/third" could go out over it at once.
-TEST_F(HTTPSessionTest, ARequestDoesNotOvertakeOneThatStillConnects) {
+// "/first" holds the only connection. "/second" needs another one, which the server does not accept yet. Then
+// the first connection becomes free, and "/third" could use it at once.
+TEST_F(HTTPSessionTest, KeepsTheOrderWhenALaterRequestCouldUseAFreeConnection) {
   std::promise<void> answerFirst;
   std::promise<bool> thirdArrivedEarly;
   std::promise<void> lookForThird;
@@ -85,20 +85,20 @@ TEST_F(HTTPSessionTest, ARequestDoesNotOvertakeOneThatStillConnects) {
       lookForThird.get_future().wait();
       thirdArrivedEarly.set_value(connection.hasInput());
     }
-    behave(connection);
+    respondToAll(connection);
   });
-  ScriptedServer other(behave);
+  ScriptedServer other(respondToAll);
   HTTPSession session({.connectionAttemptDelay = std::chrono::hours(1)});
   auto first = start(session, {server.url("/first"), {}});
   while (server.targets().empty()) std::this_thread::yield();
 
   server.stall();
   auto second = start(session, {server.url("/second"), {}});
-  ASSERT_TRUE(get(session, other.url("/"))) << "another origin does not wait";
+  ASSERT_TRUE(get(session, other.url("/"))) << "another origin must not wait";
   answerFirst.set_value();
   ASSERT_TRUE(first.get());
   auto third = start(session, {server.url("/third"), {}});
-  ASSERT_TRUE(get(session, other.url("/"))) << "by now the third request would have left";
+  ASSERT_TRUE(get(session, other.url("/"))) << "without order the third request would have been sent by now";
   lookForThird.set_value();
   EXPECT_FALSE(thirdArrivedEarly.get_future().get());
 
@@ -107,21 +107,21 @@ TEST_F(HTTPSessionTest, ARequestDoesNotOvertakeOneThatStillConnects) {
   EXPECT_TRUE(third.get());
 }
 
-TEST_F(HTTPSessionTest, WithAllTransfersInUseTheOriginThatHasWaitedLongestIsNext) {
+TEST_F(HTTPSessionTest, StartsTheOriginThatHasWaitedLongestWhenATransferBecomesFree) {
   std::vector<std::unique_ptr<ScriptedServer>> silent;
   HTTPSession session;
   HTTPTask task;
   for (int i = 0; i < 256; ++i) {
-    if (i % 16 == 0) silent.push_back(std::make_unique<ScriptedServer>(sayNothing));
+    if (i % 16 == 0) silent.push_back(std::make_unique<ScriptedServer>(sendNoResponse));
     task = session.start({silent.back()->url("/"), {}}, queue, [](auto) {});
   }
   for (const auto& server : silent) {
     while (server->connections() < 16) std::this_thread::yield();
   }
-  ScriptedServer first(behave);
+  ScriptedServer first(respondToAll);
   ScriptedServer second([&first](Connection& connection) {
     EXPECT_THAT(first.targets(), SizeIs(1));
-    behave(connection);
+    respondToAll(connection);
   });
   session.start({*URL::fromString("http://127.0.0.1:1/"), {}}, queue, [](auto) {}).cancel();
   auto early = start(session, {first.url("/"), {}});
@@ -131,14 +131,14 @@ TEST_F(HTTPSessionTest, WithAllTransfersInUseTheOriginThatHasWaitedLongestIsNext
   EXPECT_TRUE(early.get());
 }
 
-TEST_F(HTTPSessionTest, AnOriginThatCannotBeReachedIsTriedSeldomAndItsRequestsEndInTime) {
+TEST_F(HTTPSessionTest, TriesAnUnreachableOriginRarelyAndEndsItsRequestsInTime) {
   constexpr int kRequests = 6;
   constexpr std::chrono::milliseconds kLong = 1h;
   const auto hangUp = [](Connection&) {};
   // The server's script (absent: packets are dropped), the delay, the pause, and how many attempts are made.
   const std::tuple<ScriptedServer::Script, std::chrono::milliseconds, std::chrono::milliseconds, int>
       cases[] = {{{}, 1ms, kLong, 4},
-                 {sayNothing, kLong, kLong, 1},
+                 {sendNoResponse, kLong, kLong, 1},
                  {hangUp, kLong, kLong, 1},
                  {hangUp, kLong, 1ms, 6}};
   std::vector<std::unique_ptr<ScriptedServer>> servers;
@@ -167,8 +167,8 @@ TEST_F(HTTPSessionTest, AnOriginThatCannotBeReachedIsTriedSeldomAndItsRequestsEn
   }
 }
 
-TEST_F(HTTPSessionTest, RemembersOnlySoManyOriginsThatCouldNotBeReached) {
-  const int port = *[] { return ScriptedServer(behave).url("/"); }().port();
+TEST_F(HTTPSessionTest, LimitsTheUnreachableOriginsThatItKeeps) {
+  const int port = *[] { return ScriptedServer(respondToAll).url("/"); }().port();
   HTTPSession session({.failedConnectionPause = std::chrono::hours(1)});
   for (int i = 0; i < 1'100; ++i) {
     const std::string host = "127.1." + std::to_string(i / 100) + "." + std::to_string(i % 100);
@@ -178,9 +178,9 @@ TEST_F(HTTPSessionTest, RemembersOnlySoManyOriginsThatCouldNotBeReached) {
   EXPECT_EQ(session.statistics().origins, 1'024U);
 }
 
-// The server reads the second request of a connection and hangs up without an answer: the client cannot know
-// whether it was counted.
-TEST_F(HTTPSessionTest, RepeatsARequestOnADeadConnectionOnlyWhereItMay) {
+// The server reads the second request of a connection and hangs up without a response: the client cannot know
+// whether the server processed it.
+TEST_F(HTTPSessionTest, ResendsARequestOfADeadConnectionUnlessToldNever) {
   for (const bool neverResend : {true, false}) {
     ScriptedServer server([](Connection& connection) {
       connection.readRequest();
@@ -195,7 +195,7 @@ TEST_F(HTTPSessionTest, RepeatsARequestOnADeadConnectionOnlyWhereItMay) {
   }
 }
 
-TEST_F(HTTPSessionTest, EndsTheOldestOfTooManyThatWaitAndWhatIsCancelledAndAllWithItself) {
+TEST_F(HTTPSessionTest, EndsDroppedAndCancelledRequestsAndAllOthersWhenDestroyed) {
   std::atomic<int> hangUps = 0;
   ScriptedServer server([&hangUps](Connection& connection) {
     connection.waitForHangUp();
@@ -231,7 +231,7 @@ TEST_F(HTTPSessionTest, EndsTheOldestOfTooManyThatWaitAndWhatIsCancelledAndAllWi
   for (const auto& task : tasks) task.cancel();
 }
 
-TEST_F(HTTPSessionTest, AQueueThatDropsItsTasksMayLeaveTheWorkerTheLastReference) {
+TEST_F(HTTPSessionTest, IsDestroyedOnItsWorkerWhenAQueueDropsTheLastReference) {
   struct DroppingQueue final : Queue {
     void async(Task) override { EXPECT_FALSE(takesSignals()) << "the worker"; }
   } dropping;
@@ -244,7 +244,7 @@ TEST_F(HTTPSessionTest, AQueueThatDropsItsTasksMayLeaveTheWorkerTheLastReference
     std::promise<void>& destroyed;
     std::unique_ptr<HTTPSession> session = std::make_unique<HTTPSession>();
   };
-  ScriptedServer server(behave);
+  ScriptedServer server(respondToAll);
   std::promise<void> destroyed;
   auto owner = std::make_shared<Owner>(destroyed);
   auto& session = *owner->session;
@@ -253,8 +253,8 @@ TEST_F(HTTPSessionTest, AQueueThatDropsItsTasksMayLeaveTheWorkerTheLastReference
   EXPECT_TRUE(takesSignals());
 }
 
-TEST_F(HTTPSessionTest, ManyThreadsMayStartRequestsAtOnce) {
-  ScriptedServer server(behave);
+TEST_F(HTTPSessionTest, StartsRequestsOfManyThreadsAtOnce) {
+  ScriptedServer server(respondToAll);
   HTTPSession session({.discardBodies = true});
   std::vector<std::jthread> threads(4);
   for (auto& thread : threads) {
@@ -267,7 +267,7 @@ TEST_F(HTTPSessionTest, ManyThreadsMayStartRequestsAtOnce) {
   EXPECT_EQ(server.targets().size(), 800U);
 }
 
-TEST(HTTPSessionExitTest, TheProcessExitsWithRequestsUnderWayOnceTheyAreCancelled) {
+TEST_F(HTTPSessionTest, CancelsRequestsInFlightWhenTheProcessExits) {
   static constexpr int kEach = 100;
   struct CountingQueue final : Queue {
     ~CountingQueue() override {
@@ -279,10 +279,10 @@ TEST(HTTPSessionExitTest, TheProcessExitsWithRequestsUnderWayOnceTheyAreCancelle
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
-        static ScriptedServer server(sayNothing);
+        static ScriptedServer server(sendNoResponse);
         static auto* const neverDestroyed = new HTTPSession;
         static HTTPSession destroyedAtExit;
-        static CountingQueue cancelled;  // destroyed next after the loops' end
+        static CountingQueue cancelled;  // destroyed directly after the loops have ended
         for (int i = 0; i < kEach; ++i) {
           for (auto* session : {neverDestroyed, &destroyedAtExit})
             session->start({server.url("/"), {}}, cancelled, [](auto) {});

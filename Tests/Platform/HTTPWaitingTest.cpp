@@ -32,9 +32,9 @@ std::vector<std::uint64_t> numbersOf(Take take) {
 
 }  // namespace
 
-// Each word is an event (a request starts, connects, fails to connect, is cancelled while it connects, or
-// ends, and its connection stays or closes) at a time, and when the next request may start then.
-TEST(HTTPWaitingTest, ARequestWaitsForTheConnectionBeforeItOrTheDelayOrThePause) {
+// Each word is an event at a time (a request starts, connects, fails to connect, is cancelled while it
+// connects, or ends and its connection stays or closes) and the time at which the next request may start.
+TEST(HTTPWaitingTest, StartsARequestAfterThePreviousConnectionTheDelayOrThePause) {
   const HTTPConfiguration configuration{
       .connectionAttemptDelay = 3s, .failedConnectionPause = 1s, .maximumConnectionsPerHost = 6};
   ConnectionPacing pacing(configuration);
@@ -45,7 +45,8 @@ TEST(HTTPWaitingTest, ARequestWaitsForTheConnectionBeforeItOrTheDelayOrThePause)
   };
   EXPECT_EQ(nextStart(), "now");
   std::istringstream words(
-      "start@10=13 connect@0=now start@20=23 start@23=26 start@26=29 start@29=never "  // four attempts hang
+      "start@10=13 connect@0=now start@20=23 start@23=26 start@26=29 start@29=never "  // four unfinished
+                                                                                       // attempts
       "stay@0=32 start@32=never connect@0=never close@0=never cancel@0=now "           // an idle connection
       "connect@0=now connect@0=now connect@0=now start@40=43 connect@0=now "           // four connections
       "start@41=44 connect@0=now start@42=never connect@0=never "                      // all six
@@ -69,7 +70,7 @@ TEST(HTTPWaitingTest, ARequestWaitsForTheConnectionBeforeItOrTheDelayOrThePause)
   EXPECT_EQ(pacing.active(), 1);
 }
 
-TEST(HTTPWaitingTest, TheBacklogIsBoundedForEachOriginAndInAllAndTheOldestGoesFirst) {
+TEST(HTTPWaitingTest, DropsTheOldestBeyondTheLimitsOfAnOriginAndOfAll) {
   const HTTPConfiguration configuration{.maximumWaitingRequests = 3, .maximumWaitingBytes = 1'000};
   HTTPBacklog backlog(configuration);
   std::array<HTTPBacklog::OriginQueue, 6> queues;
@@ -88,7 +89,7 @@ TEST(HTTPWaitingTest, TheBacklogIsBoundedForEachOriginAndInAllAndTheOldestGoesFi
   EXPECT_EQ(backlog.take(queues[0], 3)->number, 3U);
   for (std::uint64_t number = 8; number < 19; ++number)
     backlog.push(queues[number % 4 + 2], submission(number));
-  EXPECT_THAT(excess(queues[5]), IsEmpty()) << "15 of the 15 that fit";
+  EXPECT_THAT(excess(queues[5]), IsEmpty()) << "all 15 must fit";
   backlog.push(queues[5], submission(19));
   EXPECT_THAT(excess(queues[5]), ElementsAre(2));
 
@@ -102,7 +103,7 @@ TEST(HTTPWaitingTest, TheBacklogIsBoundedForEachOriginAndInAllAndTheOldestGoesFi
   EXPECT_EQ(backlog.firstDeadline(), std::nullopt);
 }
 
-TEST(HTTPWaitingTest, AnEventOfASocketThatNobodyWantsIsReportedOnce) {
+TEST(HTTPWaitingTest, ReportsAnUnwantedSocketEventOnce) {
   const FileDescriptor epoll(epoll_create1(EPOLL_CLOEXEC));
   std::array<int, 2> pair{};
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()), 0);
@@ -120,9 +121,9 @@ TEST(HTTPWaitingTest, AnEventOfASocketThatNobodyWantsIsReportedOnce) {
   EXPECT_EQ(events(), 0);
   watches.drop(pair[0]);
   close(pair[1]);
-  EXPECT_EQ(events(), 1) << "it stays registered";
+  EXPECT_EQ(events(), 1) << "the socket must stay registered";
   EXPECT_FALSE(watches.isWanted(pair[0]));
-  EXPECT_EQ(events(), 0) << "the loop would spin";
+  EXPECT_EQ(events(), 0) << "otherwise the loop would spin";
   watches.want(pair[0], EPOLLIN);
   EXPECT_EQ(events(), 1);
   watches.closing(pair[0]);

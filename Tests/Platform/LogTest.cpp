@@ -9,7 +9,7 @@ static auto collectInto(std::vector<std::string>& lines) {
   return [&lines](std::string_view line) { lines.emplace_back(line); };
 }
 
-TEST(LogTest, SendsLinesToTheNewestSinkThatLives) {
+TEST(LogTest, SendsLinesToTheNewestInstalledSink) {
   std::vector<std::string> outer;
   std::vector<std::string> inner;
   std::optional<Token> outerToken = installLogSink(collectInto(outer));
@@ -26,7 +26,7 @@ TEST(LogTest, SendsLinesToTheNewestSinkThatLives) {
   EXPECT_THAT(outer, ElementsAre("3"));
 }
 
-TEST(LogTest, SurvivesASinkThatLogsThrowsOrEndsItselfAndWritesToStandardErrorThen) {
+TEST(LogTest, WritesToStandardErrorWhenASinkLogsThrowsOrUninstallsItself) {
   testing::internal::CaptureStderr();
   Token token;
   token = installLogSink([&](std::string_view line) {

@@ -1,4 +1,4 @@
-// Media time held against exact rational arithmetic over many random operands, extreme ones among them.
+// Compares media time with exact rational arithmetic for many random operands, also extreme ones.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -37,7 +37,7 @@ class Operands {
  public:
   CMTime time() { return CMTimeMake(value(), timescale()); }
 
-  /// Nonzero; exponents past what turns any product infinite or zero.
+  /// Nonzero; the exponents are large and small enough to make any product infinite or zero.
   double multiplier() {
     const double unit = std::uniform_real_distribution<double>(0.5, 1.0)(engine_);
     const int bits = below(3) == 0 ? 53 : static_cast<int>(below(8));
@@ -63,7 +63,7 @@ class Operands {
   std::mt19937_64 engine_{20240229};
 };
 
-/// `time` is the rounding of `exact` at one of `first`, `first` / 2, …: the first that can hold it.
+/// `time` is the rounding of `exact` at one of `first`, `first` / 2, …: the first that can represent it.
 void expectRounding(const CMTime& time, const Rational& exact, CMTimeScale first) {
   const Integer most = std::numeric_limits<CMTimeValue>::max();
   const auto isBeyond = [&](CMTimeScale timescale) {
@@ -75,14 +75,15 @@ void expectRounding(const CMTime& time, const Rational& exact, CMTimeScale first
     EXPECT_TRUE(isBeyond(1));
     return;
   }
-  for (; first > time.timescale; first /= 2) EXPECT_TRUE(isBeyond(first)) << "halved early at " << first;
+  for (; first > time.timescale; first /= 2)
+    EXPECT_TRUE(isBeyond(first)) << "must not be halved at " << first;
   EXPECT_EQ(time.timescale, first);
   const Integer error = abs(exact.denominator * time.value - exact.numerator * time.timescale);
   EXPECT_LE(2 * error, exact.denominator);
   EXPECT_EQ(CMTIME_HAS_BEEN_ROUNDED(time), error != 0);
 }
 
-TEST(MediaTimePropertyTest, SumsAndOrderAreThoseOfRationals) {
+TEST(MediaTimePropertyTest, AddsSubtractsAndComparesAsRationalsDo) {
   Operands operands;
   for (int i = 0; i < 100'000 && !testing::Test::HasFailure(); ++i) {
     const CMTime a = operands.time();
@@ -99,7 +100,7 @@ TEST(MediaTimePropertyTest, SumsAndOrderAreThoseOfRationals) {
   }
 }
 
-TEST(MediaTimePropertyTest, ProductsAreThoseOfRationals) {
+TEST(MediaTimePropertyTest, MultipliesAsRationalsDo) {
   Operands operands;
   for (int i = 0; i < 30'000 && !testing::Test::HasFailure(); ++i) {
     const CMTime time = operands.time();

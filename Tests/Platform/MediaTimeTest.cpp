@@ -38,7 +38,7 @@ std::vector<CMTime> timesOfKind(char kind) {
       return {kCMTimeIndefinite};
     case '+':
       return {kCMTimePositiveInfinity};
-    default:  // the last three are what only a hand-filled struct can be
+    default:  // the last three are possible only in a struct filled by hand
       return {
           kCMTimeInvalid, {5, 600, 0, 0}, at(5, 0), at(5, -600), {0, 0, kCMTimeFlags_PositiveInfinity, 0}};
   }
@@ -80,7 +80,7 @@ TEST(MediaTimeTest, AddsAndSubtracts) {
   // The two times, their sum and their difference.
   const std::tuple<const char*, CMTime, CMTime, CMTime, CMTime> table[] = {
       {"ZeroKeepsTheOthersTimescale", at(18000, 600), kCMTimeZero, at(18000, 600), at(18000, 600)},
-      {"HalfRoundsAwayFromZero",  // 1/2 s is half a tick off at the largest timescale
+      {"HalfRoundsAwayFromZero",  // 1/2 s is half a tick at the largest timescale
        at(1, 2), at(0, kPrime), rounded(1073741824, kPrime), rounded(1073741824, kPrime)},
       {"NegativeHalfRoundsAwayFromZero", at(-1, 2), at(0, kPrime), rounded(-1073741824, kPrime),
        rounded(-1073741824, kPrime)},
@@ -184,7 +184,7 @@ TEST(MediaTimeTest, MultipliesByADouble) {
   }
 }
 
-TEST(MediaTimeTest, DescribesTimesForPeople) {
+TEST(MediaTimeTest, DescribesTimesAsText) {
   std::string all;
   for (const CMTime& time : {at(18000, 600), rounded(-1, 3, -4), at(1, 0), kCMTimePositiveInfinity,
                              kCMTimeNegativeInfinity, kCMTimeIndefinite})

@@ -7,7 +7,7 @@ using testing::ElementsAre;
 
 class ObservableTest : public testing::Test {
  protected:
-  /// Logs what is announced as "a1", and does more then.
+  /// Logs each announced value, for example "a1", then runs an action.
   Token observe(
       const std::string& who, const std::function<void(int)>& more = [](int) {}) {
     return property->observe([this, who, more](int value) {
@@ -20,7 +20,7 @@ class ObservableTest : public testing::Test {
   std::vector<std::string> log;
 };
 
-TEST_F(ObservableTest, AnnouncesEveryAssignmentInOrderOfObservation) {
+TEST_F(ObservableTest, CallsObserversForEveryAssignmentInTheirOrder) {
   property->set(1);
   const auto a = observe("a");
   const auto b = property->observe([&](int value) { log.push_back("b" + std::to_string(value)); },
@@ -31,7 +31,7 @@ TEST_F(ObservableTest, AnnouncesEveryAssignmentInOrderOfObservation) {
   EXPECT_EQ(property->get(), 2);
 }
 
-TEST_F(ObservableTest, EndsWithItsTokenOrWithWhatReplacesIt) {
+TEST_F(ObservableTest, EndsAnObservationWhenItsTokenIsDestroyedOrReplaced) {
   std::optional<Token> first = observe("a");
   Token second = observe("b");
   Token moved = std::move(second);
@@ -46,7 +46,7 @@ TEST_F(ObservableTest, EndsWithItsTokenOrWithWhatReplacesIt) {
   EXPECT_THAT(log, ElementsAre("a1", "b1", "b2", "c3"));
 }
 
-TEST_F(ObservableTest, LetsAnObserverEndItselfAndOthersAndAddOneThatTheNextAssignmentTells) {
+TEST_F(ObservableTest, AllowsAnObserverToEndAndAddObserversDuringAnAssignment) {
   Token a;
   Token b;
   Token late;
@@ -62,7 +62,7 @@ TEST_F(ObservableTest, LetsAnObserverEndItselfAndOthersAndAddOneThatTheNextAssig
   EXPECT_THAT(log, ElementsAre("a1", "c1", "c2", "late2"));
 }
 
-TEST_F(ObservableTest, AnnouncesAnInnerAssignmentBeforeTheOuterGoesOn) {
+TEST_F(ObservableTest, CallsObserversForAnInnerAssignmentBeforeTheOuterOneContinues) {
   const auto a = observe("a", [&](int value) {
     if (value == 1) property->set(2);
   });
@@ -72,7 +72,7 @@ TEST_F(ObservableTest, AnnouncesAnInnerAssignmentBeforeTheOuterGoesOn) {
   EXPECT_EQ(property->get(), 2);
 }
 
-TEST_F(ObservableTest, EndsAnAnnouncementWithAnObserverThatThrows) {
+TEST_F(ObservableTest, StopsAnAssignmentWhenAnObserverThrows) {
   const auto held = std::make_shared<int>();
   const auto refuse = [held](int value) {
     if (value < 2) throw std::runtime_error("refused");
@@ -87,7 +87,7 @@ TEST_F(ObservableTest, EndsAnAnnouncementWithAnObserverThatThrows) {
   EXPECT_EQ(held.use_count(), 2) << "held by `refuse` and here: ended observers are destroyed";
 }
 
-TEST_F(ObservableTest, MayBeDestroyedBeforeItsTokensAndByItsObserver) {
+TEST_F(ObservableTest, CanBeDestroyedBeforeItsTokensAndByItsObserver) {
   Token outlives = observe("destroys", [&](int) { property.reset(); });
   property->set(1);
   outlives.reset();

@@ -10,7 +10,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// Runs until `end` is called, on any thread; or, when `work` is given, ends with it inside `start`.
+/// Runs until `end` is called, on any thread; with `work`, runs that and ends inside `start`.
 class ManualOperation final : public Operation {
  public:
   explicit ManualOperation(std::function<void()> work = {}) : work_(std::move(work)) {}
@@ -50,7 +50,7 @@ class ManualOperation final : public Operation {
 
 }  // namespace
 
-TEST(OperationTest, TellsObserversAfterEachChangeAndThenTheCompletionBlock) {
+TEST(OperationTest, CallsObserversAfterEachChangeAndThenTheCompletionBlock) {
   auto operation = std::make_shared<ManualOperation>();
   std::vector<std::string> told;
   operation->observeExecuting(
@@ -65,7 +65,7 @@ TEST(OperationTest, TellsObserversAfterEachChangeAndThenTheCompletionBlock) {
   EXPECT_THAT(told, testing::Contains("block").Times(1));
 }
 
-TEST(OperationTest, AnObserverMayAddObserversAndTheBlockMayLetGoOfTheOperation) {
+TEST(OperationTest, AllowsObserversToAddObserversAndTheBlockToReleaseTheOperation) {
   auto owner = std::make_shared<ManualOperation>();
   auto& operation = *owner;
   operation.observeFinished([&](const Operation&) {
@@ -78,7 +78,7 @@ TEST(OperationTest, AnObserverMayAddObserversAndTheBlockMayLetGoOfTheOperation) 
   EXPECT_TRUE(destroyed);
 }
 
-TEST(OperationQueueTest, HoldsAConcurrentOperationUntilItHasFinishedAlsoWithoutTheQueue) {
+TEST(OperationTest, IsHeldByItsQueueUntilItHasFinishedEvenIfTheQueueIsDestroyed) {
   std::promise<void> destroyed;
   auto operation = std::make_shared<ManualOperation>();
   operation->onDestruction = [&] { destroyed.set_value(); };
@@ -94,9 +94,9 @@ TEST(OperationQueueTest, HoldsAConcurrentOperationUntilItHasFinishedAlsoWithoutT
   destroyed.get_future().wait();
 }
 
-TEST(OperationQueueTest, RunsOperationsBesideOneAnotherAndLetsGoOfThem) {
+TEST(OperationTest, RunsConcurrentlyWithOthersAndIsReleasedByItsQueue) {
   OperationQueue queue("beside");
-  std::latch bothRun(2);  // reached only when the two are under way at once
+  std::latch bothRun(2);  // reached only when both are in progress at once
   std::latch completed(2);
   std::latch destroyed(3);
   for (int i = 0; i < 3; ++i) {
@@ -110,7 +110,7 @@ TEST(OperationQueueTest, RunsOperationsBesideOneAnotherAndLetsGoOfThem) {
   destroyed.wait();
 }
 
-TEST(OperationQueueTest, CancelsWhatHasNotFinished) {
+TEST(OperationTest, IsCancelledByItsQueueUnlessItHasFinished) {
   OperationQueue queue("cancel");
   const auto finished = std::make_shared<ManualOperation>();
   const auto running = std::make_shared<ManualOperation>();

@@ -9,12 +9,12 @@
 
 using namespace tarn;
 
-TEST(RegularExpressionTest, FindsCapturesAndCountsThemInCodePoints) {
+TEST(RegularExpressionTest, ReportsCapturesWithPositionsInCodePoints) {
   const char* const id = R"(\#([\w-_]+))";
   const char* const className = R"(\.([^\.]+))";
   const std::size_t whole = 10'000'000;
   using Captures = std::vector<std::tuple<std::string, std::size_t, std::size_t>>;
-  // The pattern, the text, how much of it is looked at, and what is captured.
+  // The pattern, the text, the length that is searched, and the captures.
   const std::tuple<const char*, std::string, std::size_t, Captures> table[] = {
       {id, "div#main-part_2.b", whole, {{"main-part_2", 4, 11}}},
       {className, "a.b.c", whole, {{"b", 2, 1}, {"c", 4, 1}}},
@@ -37,7 +37,7 @@ TEST(RegularExpressionTest, FindsCapturesAndCountsThemInCodePoints) {
   }
 }
 
-TEST(RegularExpressionTest, RefusesAMalformedPattern) {
+TEST(RegularExpressionTest, RejectsAMalformedPattern) {
   std::string logged;
   const auto sink = installLogSink([&](std::string_view line) { logged = line; });
   EXPECT_THROW(RegularExpression("(a"), ProgrammingError);

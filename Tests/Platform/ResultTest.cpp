@@ -4,7 +4,7 @@
 
 using namespace tarn;
 
-TEST(ResultTest, HoldsEitherAValueOrAnErrorAndHandsOutWhatCanOnlyMove) {
+TEST(ResultTest, HoldsAValueOrAnErrorAndMovesOutMoveOnlyValues) {
   Result<std::unique_ptr<int>> value(std::make_unique<int>(5));
   EXPECT_THROW((void)value.error(), std::bad_variant_access);
   EXPECT_EQ(*std::unique_ptr<int>(*std::move(value)), 5);
@@ -15,7 +15,7 @@ TEST(ResultTest, HoldsEitherAValueOrAnErrorAndHandsOutWhatCanOnlyMove) {
   EXPECT_EQ(nothing.error().code, 7);
 }
 
-TEST(ErrorTest, ComparesAndDescribesTheChain) {
+TEST(ResultTest, ComparesAndDescribesErrorChains) {
   const Error bare{.domain = "Load", .code = -1};
   const Error middle{.domain = "Net", .code = 7, .description = "Could not fetch\r\n the document"};
   const Error full{.domain = "Load",

@@ -11,7 +11,7 @@ static std::string textOf(std::string_view text) {
   return url ? url->absoluteString() : "(none)";
 }
 
-TEST(URLTest, EncodesWhatAURLMayNotHold) {
+TEST(URLTest, EncodesCharactersThatAURLMayNotContain) {
   for (const auto& [text, encoded] : std::vector<std::pair<std::string, std::string>>{
            {"http://a.com/p?q=1&r=2#f", "http://a.com/p?q=1&r=2#f"},
            {"\n\t  http://a.com/p \r\n", "http://a.com/p"},
@@ -36,7 +36,7 @@ TEST(URLTest, EncodesWhatAURLMayNotHold) {
   }
 }
 
-TEST(URLTest, RefusesWhatIsNoURL) {
+TEST(URLTest, RejectsTextsThatAreNotURLs) {
   std::istringstream words(
       "/relative/path //a.com/p www.a.com/p :x 1http://a.com http http: http:a.com http:/a.com http:// "
       "http:///p https://?q http://:80/ http://u@/ foo://:80 http://a.com:x/ http://a.com:65536/ "
@@ -50,7 +50,7 @@ TEST(URLTest, RefusesWhatIsNoURL) {
   EXPECT_EQ(textOf(std::string("http://[::1\0]/", 14)), "(none)");
 }
 
-TEST(URLTest, TellsItsParts) {
+TEST(URLTest, ReturnsItsParts) {
   using Row = std::tuple<const char*, const char*, const char*, std::optional<int>, const char*>;
   for (const auto& [text, scheme, host, port, origin] : std::vector<Row>{
            {"HTTP://A.Com/p:1", "http", "A.Com", std::nullopt, "http://a.com:80"},
@@ -72,7 +72,7 @@ TEST(URLTest, TellsItsParts) {
   }
 }
 
-TEST(URLTest, TakesHugeTextsInLinearTime) {
+TEST(URLTest, ReadsHugeTextsInLinearTime) {
   const std::string noise(1'000'000, '[');
   EXPECT_EQ(textOf("http://a.com/" + noise).size(), 13 + 3 * noise.size());
   EXPECT_EQ(textOf("http://" + noise), "(none)");

@@ -29,60 +29,60 @@ std::string textOf(const std::tuple<T...>& tuple) {
   return text;
 }
 
-/// What a subscription was told, as one line: values, "|" for the completion, "!name" for the error. Told
-/// anything after the end it shows that too.
-class Record {
+/// What subscriptions received, as one line: values, "|" for the completion, "!name" for the error. Anything
+/// received after the end is recorded too.
+class Recording {
  public:
   void add(const std::string& entry) { *line_ += (line_->empty() ? "" : " ") + entry; }
   [[nodiscard]] const std::string& line() const { return *line_; }
 
-  /// Each call makes a subscription that writes here; `onValue` is told of each value's text after it was
-  /// written. The witness is held by the subscription's callbacks, and by nothing else.
+  /// Adds a subscription that is recorded here. `onValue` is called with each value's text after it was
+  /// recorded. Only the subscription's callbacks hold `witness`.
   template <typename T>
-  Tarn_RACDisposable listen(
+  Tarn_RACDisposable subscribeTo(
       const Tarn_RACSignal<T>& signal, std::shared_ptr<int> witness = nullptr,
       std::function<void(const std::string&)> onValue = [](const auto&) {}) const {
-    auto record = *this;
+    auto recording = *this;
     return signal.subscribeNext(
-        [record, witness, onValue](const T& value) mutable {
-          record.add(textOf(value));
+        [recording, witness, onValue](const T& value) mutable {
+          recording.add(textOf(value));
           onValue(textOf(value));
         },
-        [record, witness](const Error& error) mutable { record.add("!" + error.domain); },
-        [record, witness]() mutable { record.add("|"); });
+        [recording, witness](const Error& error) mutable { recording.add("!" + error.domain); },
+        [recording, witness]() mutable { recording.add("|"); });
   }
 
  private:
   std::shared_ptr<std::string> line_ = std::make_shared<std::string>();
 };
 
-/// Three subjects and a subscription, played by a script of steps: "a1" sends 1 on a, "a|" completes it, "a!"
-/// fails it with an error named a, "-" disposes of the subscription.
-struct Stage {
+/// Three subjects and a subscription, driven by a script of steps: "a1" sends 1 on a, "a|" completes it, "a!"
+/// ends it with an error named a, "-" disposes of the subscription.
+struct ScriptedSubjects {
   Tarn_RACSubject<int> a;
   Tarn_RACSubject<int> b;
   Tarn_RACSubject<int> c;
   Tarn_RACDisposable disposable;
 
-  void play(const std::string& script) const {
+  void run(const std::string& script) const {
     std::istringstream steps(script);
     for (std::string step; steps >> step;) {
       const auto& subject = step[0] == 'a' ? a : step[0] == 'b' ? b : c;
-      const auto what = step.substr(1);
+      const auto action = step.substr(1);
       if (step == "-") {
         disposable.dispose();
-      } else if (what == "|") {
+      } else if (action == "|") {
         subject.sendCompleted();
-      } else if (what == "!") {
+      } else if (action == "!") {
         subject.sendError(errorNamed(step.substr(0, 1)));
       } else {
-        subject.sendNext(std::stoi(what));
+        subject.sendNext(std::stoi(action));
       }
     }
   }
 
-  /// The names of the subjects that somebody listens to.
-  [[nodiscard]] std::string heard() const {
+  /// The names of the subjects that have subscribers.
+  [[nodiscard]] std::string subscribedSubjects() const {
     return std::string(a.hasSubscribers() ? "a" : "") + (b.hasSubscribers() ? "b" : "") +
            (c.hasSubscribers() ? "c" : "");
   }

@@ -9,19 +9,19 @@
 namespace tarn {
 namespace {
 
-using test::Record;
+using test::Recording;
 
 using Command = Tarn_RACCommand<int, int>;
 const std::string kRefused = std::string("!") + Tarn_RACCommandErrorDomain;
 
-/// The line that a subscription to `signal` writes at once.
+/// What a subscription to `signal` receives inside the subscribing call.
 std::string lineOf(const Tarn_RACSignal<int>& signal) {
-  const Record record;
-  record.listen(signal);
-  return record.line();
+  const Recording recording;
+  recording.subscribeTo(signal);
+  return recording.line();
 }
 
-TEST(CommandTest, FollowsItsEnabledSignalAndIsEnabledBeforeIt) {
+TEST(Tarn_RACCommandTest, IsEnabledUntilItsSignalSendsFalseAndAfterItSendsTrue) {
   const Tarn_RACSubject<bool> enabled;
   int executed = 0;
   const Command command(enabled, [&](int input) {
@@ -31,7 +31,7 @@ TEST(CommandTest, FollowsItsEnabledSignalAndIsEnabledBeforeIt) {
   EXPECT_EQ(lineOf(command.execute(1)), "2 |");
   enabled.sendNext(false);
   std::optional<std::int64_t> refused;
-  command.execute(2).subscribeError([&](const Error& error) { refused = error.code; });
+  command.execute(2).subscribeNext(rac::Ignore(), [&](const Error& error) { refused = error.code; });
   EXPECT_EQ(refused, Tarn_RACCommandErrorNotEnabled);
   EXPECT_EQ(executed, 1);
   enabled.sendNext(true);
@@ -39,7 +39,7 @@ TEST(CommandTest, FollowsItsEnabledSignalAndIsEnabledBeforeIt) {
   EXPECT_EQ(lineOf(command.execute(3)), "4 |");
 }
 
-TEST(CommandTest, ExecutesOnceAndSynchronouslySubscribedToOrNot) {
+TEST(Tarn_RACCommandTest, RunsTheWorkOnceAndSynchronouslyForAnyNumberOfSubscribers) {
   std::string log;
   const Tarn_RACCommand<Tarn_RACUnit, int> command([&](const Tarn_RACUnit&) {
     return Tarn_RACSignal<int>::create([&](const Tarn_RACSubscriber<int>& subscriber) {
@@ -55,14 +55,14 @@ TEST(CommandTest, ExecutesOnceAndSynchronouslySubscribedToOrNot) {
   EXPECT_EQ(log, "run returned ");
 }
 
-TEST(CommandTest, DoesNotRunBesideItselfButAgainAtItsEnd) {
+TEST(Tarn_RACCommandTest, IsDisabledWhileAnExecutionRunsAndEnabledWhenItEnds) {
   std::optional<Tarn_RACSubject<int>> work;
   const Command command([&](int) { return work.emplace().signal(); });
-  const Record first;
+  const Recording first;
   std::string second = "not run";
   const auto results = command.execute(1);
-  first.listen(results);
-  results.subscribeError([&](const Error&) { second = lineOf(command.execute(2)); });
+  first.subscribeTo(results);
+  results.subscribeNext(rac::Ignore(), [&](const Error&) { second = lineOf(command.execute(2)); });
   EXPECT_EQ(lineOf(command.execute(2)), kRefused);
   work->sendNext(5);
   const auto failing = *work;
@@ -75,10 +75,10 @@ TEST(CommandTest, DoesNotRunBesideItselfButAgainAtItsEnd) {
   command.execute(3);
   EXPECT_FALSE(command.isEnabled());
   work.reset();
-  EXPECT_TRUE(command.isEnabled()) << "work that was let go still runs";
+  EXPECT_TRUE(command.isEnabled()) << "the work was destroyed; its execution must be over";
 }
 
-TEST(CommandTest, LetsAnExecutionGoOnWithoutIt) {
+TEST(Tarn_RACCommandTest, ContinuesAnExecutionAfterTheCommandIsDestroyed) {
   const Tarn_RACSubject<bool> enabled;
   const Tarn_RACSubject<int> work;
   std::optional<Command> command;
@@ -86,12 +86,12 @@ TEST(CommandTest, LetsAnExecutionGoOnWithoutIt) {
     command.reset();
     return work.signal();
   });
-  const Record record;
-  record.listen(command->execute(1));
+  const Recording recording;
+  recording.subscribeTo(command->execute(1));
   EXPECT_FALSE(enabled.hasSubscribers());
   work.sendNext(1);
   work.sendCompleted();
-  EXPECT_EQ(record.line(), "1 |");
+  EXPECT_EQ(recording.line(), "1 |");
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ Tarn_RACDisposable writing(std::string& log, const char* text) {
   return Tarn_RACDisposable([&log, text] { log += text; });
 }
 
-TEST(DisposableTest, EndsOnceAndAllThatWasAddedInOrder) {
+TEST(Tarn_RACDisposableTest, RunsItsActionThenDisposesOfItsPartsInOrderAndOnce) {
   std::string log;
   Tarn_RACDisposable whole;
   whole = Tarn_RACDisposable([&] {
@@ -33,7 +33,7 @@ TEST(DisposableTest, EndsOnceAndAllThatWasAddedInOrder) {
   EXPECT_EQ(log, "whole a b late ");
 }
 
-TEST(DisposableTest, LetsTheActionDestroyTheHandle) {
+TEST(Tarn_RACDisposableTest, DisposesOfItsPartsAlsoWhenTheActionDestroysTheHandle) {
   std::string log;
   auto handle = std::make_optional<Tarn_RACDisposable>();
   *handle = Tarn_RACDisposable([&] { handle.reset(); });
@@ -42,7 +42,7 @@ TEST(DisposableTest, LetsTheActionDestroyTheHandle) {
   EXPECT_EQ(log, "part ");
 }
 
-TEST(DisposableTest, ForgetsPartsThatHaveEnded) {
+TEST(Tarn_RACDisposableTest, ReleasesPartsThatEndedOnTheirOwn) {
   const auto counted = std::make_shared<int>(0);
   const Tarn_RACDisposable whole;
   for (int i = 0; i < 1000; ++i) {
@@ -55,19 +55,19 @@ TEST(DisposableTest, ForgetsPartsThatHaveEnded) {
   EXPECT_EQ(counted.use_count(), 11);
 }
 
-TEST(DisposableTest, EndsWithItsOwnerButNotWithAHandle) {
+TEST(Tarn_RACDisposableTest, DisposesWhenItsOwnerIsDestroyedButNotWhenAHandleIs) {
   std::string log;
   { const auto dropped = writing(log, "dropped "); }
   {
     const Tarn_RACDeallocDisposable owner;
     owner.add(writing(log, "a "));
     owner.add(writing(log, "b "));
-    log += "owner goes ";
+    log += "end of scope ";
   }
-  EXPECT_EQ(log, "owner goes a b ");
+  EXPECT_EQ(log, "end of scope a b ");
 }
 
-TEST(DisposableTest, TakesPartsAndEndsOnDifferentThreads) {
+TEST(Tarn_RACDisposableTest, DisposesOfPartsThatAnotherThreadAddsMeanwhile) {
   for (int round = 0; round < 200; ++round) {
     const Tarn_RACDisposable whole;
     std::atomic<int> ended = 0;

@@ -4,14 +4,12 @@
 
 #include <vector>
 
-#include "Platform/Log.h"
-#include "Reactive/Tarn_RACBinding.h"
 #include "SignalScript.h"
 
 namespace tarn {
 namespace {
 
-using test::Record;
+using test::Recording;
 
 struct Tracker {
   Observable<int>& event() { return value; }
@@ -19,11 +17,11 @@ struct Tracker {
 };
 struct NamedTracker : Tracker {};
 
-TEST(ObserveTest, TellsTheCurrentValueThenEachAssignedOne) {
+TEST(Tarn_RACObserveTest, SendsTheCurrentValueThenEachAssignedOne) {
   Observable<int> property(1);
-  const Record all, later;
-  const auto disposable = all.listen(observe(property));
-  later.listen(observe(property, Observe::newValues));
+  const Recording all, later;
+  const auto disposable = all.subscribeTo(observe(property));
+  later.subscribeTo(observe(property, Observe::newValues));
   property.set(2);
   property.set(2);
   disposable.dispose();
@@ -32,22 +30,22 @@ TEST(ObserveTest, TellsTheCurrentValueThenEachAssignedOne) {
   EXPECT_EQ(later.line(), "2 2 3");
 }
 
-TEST(ObserveTest, ListensOnlyAsLongAsItMust) {
+TEST(Tarn_RACObserveTest, ReleasesItsCallbacksWhenItEndsOrThePropertyIsDestroyed) {
   auto witness = std::make_shared<int>(0);
   const std::weak_ptr<int> held = witness;
-  const Record record;
+  const Recording recording;
   {
     Observable<int> property(1);
-    record.listen(observe(property).take(1), witness);  // over inside the subscribing
+    recording.subscribeTo(observe(property).take(1), witness);  // ends inside the subscribing call
     EXPECT_EQ(witness.use_count(), 1);
-    record.listen(observe(property), std::move(witness));
+    recording.subscribeTo(observe(property), std::move(witness));
     EXPECT_FALSE(held.expired());
   }
-  EXPECT_TRUE(held.expired()) << "the property is gone";
-  EXPECT_EQ(record.line(), "1 | 1");
+  EXPECT_TRUE(held.expired()) << "the property is destroyed";
+  EXPECT_EQ(recording.line(), "1 | 1");
 }
 
-TEST(ObserveTest, GivesTheValueThatWasAssignedAlsoWhenThePropertyGoesMeanwhile) {
+TEST(Tarn_RACObserveTest, SendsTheAssignedValueAlsoWhenACallbackDestroysTheProperty) {
   auto property = std::make_unique<Observable<std::vector<int>>>(std::vector<int>{1});
   std::vector<std::size_t> sizes;
   observe(*property).subscribeNext([&](const std::vector<int>& value) {
@@ -60,40 +58,40 @@ TEST(ObserveTest, GivesTheValueThatWasAssignedAlsoWhenThePropertyGoesMeanwhile) 
   EXPECT_EQ(sizes, (std::vector<std::size_t>{2, 1, 2, 3, 3}));
 }
 
-/// What an observer holds may, when it dies, end other observations of the same property.
-TEST(ObserveTest, LetsACallbacksDestructorEndOtherObservations) {
+/// Destroying an observer's callback may end other observations of the same property.
+TEST(Tarn_RACObserveTest, AllowsACallbacksDestructorToEndOtherObservations) {
   Observable<int> property;
-  const Record record;
+  const Recording recording;
   auto others = std::make_shared<Tarn_RACDeallocDisposable>();
-  for (int i = 0; i < 3; ++i) others->add(record.listen(observe(property, Observe::newValues)));
+  for (int i = 0; i < 3; ++i) others->add(recording.subscribeTo(observe(property, Observe::newValues)));
   const auto disposable =
       observe(property, Observe::newValues).subscribeNext([others = std::move(others)](int) {});
   property.set(1);
   disposable.dispose();
   property.set(2);
-  EXPECT_EQ(record.line(), "1 1 1");
+  EXPECT_EQ(recording.line(), "1 1 1");
 }
 
-TEST(ObserveTest, DoesNotKeepTheOwnerOfThePropertyAlive) {
+TEST(Tarn_RACObserveTest, DoesNotKeepTheOwnerOfThePropertyAlive) {
   auto owner = std::make_shared<NamedTracker>();
   const auto signal = observe(owner, &NamedTracker::event);
-  const Record before;
-  before.listen(signal);
+  const Recording before;
+  before.subscribeTo(signal);
   owner->event().set(11);
   const std::weak_ptr<NamedTracker> watched = owner;
   owner.reset();
   EXPECT_TRUE(watched.expired());
-  const Record after;
-  after.listen(signal);
+  const Recording after;
+  after.subscribeTo(signal);
   EXPECT_EQ(before.line(), "10 11");
   EXPECT_EQ(after.line(), "|");
 }
 
-TEST(ObserveTest, FollowsAnObjectThatComesLaterAndChanges) {
+TEST(Tarn_RACObserveTest, FollowsThePropertyOfAnObjectThatIsAssignedLaterAndReplaced) {
   Observable<std::shared_ptr<Tracker>> tracker;
-  const Record all, later;
-  const auto both = all.listen(observe(tracker, &Tracker::event));
-  both.add(later.listen(observe(tracker, &Tracker::event, Observe::newValues)));
+  const Recording all, later;
+  const auto both = all.subscribeTo(observe(tracker, &Tracker::event));
+  both.add(later.subscribeTo(observe(tracker, &Tracker::event, Observe::newValues)));
   const auto first = std::make_shared<Tracker>();
   tracker.set(first);
   first->event().set(11);
@@ -107,37 +105,6 @@ TEST(ObserveTest, FollowsAnObjectThatComesLaterAndChanges) {
   EXPECT_EQ(all.line(), "0 10 11 10 13 0 12");
   EXPECT_EQ(later.line(), "10 11 10 13 0 12");
   EXPECT_EQ(first.use_count(), 2);
-}
-
-TEST(BindingTest, AssignsEachValueAndTheGivenOneForNil) {
-  const Tarn_RACSubject<std::optional<int>> optionals;
-  const Tarn_RACSubject<std::shared_ptr<const std::string>> pointers;
-  std::vector<std::string> texts;
-  {
-    const Tarn_RACDeallocDisposable owner;
-    const auto nil = std::make_shared<const std::string>("nil");
-    const auto add = [&](const std::string& text) { texts.push_back(text); };
-    owner.add(bindSignal(
-        optionals, [=](int value) { add(std::to_string(value)); }, -1));
-    owner.add(bindSignal(
-        pointers, [=](const auto& value) { add(*value); }, nil));
-    owner.add(bindSignal(optionals, [=](std::optional<int> value) { add(value ? "set" : "unset"); }));
-    optionals.sendNext(1);
-    optionals.sendNext(std::nullopt);
-    pointers.sendNext(std::make_shared<const std::string>("text"));
-    pointers.sendNext(nullptr);
-  }
-  optionals.sendNext(2);
-  EXPECT_EQ(texts, (std::vector<std::string>{"1", "set", "-1", "unset", "text", "nil"}));
-}
-
-TEST(BindingTest, SaysWhatEndedIt) {
-  std::string log;
-  const auto sink = installLogSink([&](std::string_view line) { log = line; });
-  const Tarn_RACSubject<int> subject;
-  bindSignal(subject, [](int) {});
-  subject.sendError(test::errorNamed("Host"));
-  EXPECT_EQ(log, "A binding ended with an error: Host 1");
 }
 
 }  // namespace

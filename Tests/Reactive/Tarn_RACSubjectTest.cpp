@@ -13,16 +13,16 @@
 namespace tarn {
 namespace {
 
-using test::Record;
+using test::Recording;
 
-/// A subject and the log of all its subscribers: "x1 x| y!".
+/// Runs the steps of a script on a subject, and logs what its subscribers receive: "x1 x| y!".
 template <typename Subject>
-class Stage {
+class SubjectScript {
  public:
   [[nodiscard]] const std::string& log() const { return log_; }
 
-  /// "1" sends 1, "|" completes, "!" fails, "+x" subscribes x, "-x" disposes of that, "~" lets go of the
-  /// subject; "x1=+y" takes the step "+y" inside the callback that writes "x1".
+  /// "1" sends 1, "|" completes, "!" sends an error, "+x" subscribes x, "-x" disposes of that subscription,
+  /// "~" destroys the subject; "x1=+y" runs the step "+y" inside the callback that logs "x1".
   void take(const std::string& step) {
     const auto rest = step.substr(1);
     if (const auto equals = step.find('='); equals != std::string::npos) {
@@ -43,10 +43,10 @@ class Stage {
   }
 
  private:
-  void subscribe(const std::string& who) {
-    subscriptions_[who] = subject_->signal().subscribeNext(
-        [this, who](int value) { write(who + std::to_string(value)); },
-        [this, who](const Error&) { write(who + "!"); }, [this, who] { write(who + "|"); });
+  void subscribe(const std::string& name) {
+    subscriptions_[name] = subject_->signal().subscribeNext(
+        [this, name](int value) { write(name + std::to_string(value)); },
+        [this, name](const Error&) { write(name + "!"); }, [this, name] { write(name + "|"); });
   }
   void write(const std::string& line) {
     log_ += (log_.empty() ? "" : " ") + line;
@@ -59,78 +59,78 @@ class Stage {
   std::string log_;
 };
 
-/// Begins anew at each step "new".
+/// Each step "new" starts with a new subject.
 template <typename Subject>
 void tell(const std::string& story) {
-  std::optional<Stage<Subject>> stage;
+  std::optional<SubjectScript<Subject>> stage;
   const auto take = [&stage](const std::string& step) {
     step == "new" ? (void)stage.emplace() : stage->take(step);
   };
   test::tellStory(story, take, [&stage](const std::string&) { return stage->log(); });
 }
 
-TEST(SubjectTest, TellsItsSubscribersInOrder) {
+TEST(Tarn_RACSubjectTest, SendsToItsSubscribersInOrderWhateverCallbacksDo) {
   tell<Tarn_RACSubject<int>>(R"(
-    // What happens inside a callback: a send, the end, disposal, a subscription.
+    // A callback sends, completes, disposes, subscribes.
     new y1=2 +x +y +z 1 => log: x1 y1 x2 y2 z2 z1
     new x1=| +x +y 1 2 ! => log: x1 x| y|
     new x1=-x y1=-z +x +y +z +w 1 2 => log: x1 y1 w1 y2 w2
     new x1=+late +x 1 2 => log: x1 x2 late2
-    // Who comes late is told of the end.
+    // A late subscriber receives the end.
     new | +x 1 => log: x|
     new ! +x 1 => log: x!
-    // The subject is let go of in the middle of a value, of the end.
+    // A callback for a value or an end destroys the subject.
     new x1=~ +x +y 1 => log: x1 y1
     new x|=~ +x +y | => log: x| y|
     new x!=~ +x +y ! => log: x! y!)");
 }
 
-TEST(ReplaySubjectTest, TellsThePastThenGoesOn) {
+TEST(Tarn_RACSubjectTest, ReplaysThePastValuesThenSendsNewOnes) {
   tell<Tarn_RACReplaySubject<int>>(R"(
     new x1=+inside +x 1 2 | 3 +y => log: x1 inside1 x2 inside2 x| inside| y1 y2 y|
-    // Fed while it tells the past.
+    // A callback sends during the replay.
     new x1=3 1 2 +x 4 => log: x1 x2 x3 x4)");
 }
 
-TEST(SubjectTest, KeepsAValueStableForAllSubscribers) {
+TEST(Tarn_RACSubjectTest, SendsAnUnchangedValueToAllSubscribersAlsoWhenACallbackChangesTheOriginal) {
   const Tarn_RACSubject<std::vector<int>> subject;
   std::vector<int> value = {1, 2, 3};
   std::size_t seen = 0;
   subject.subscribeNext([&](const std::vector<int>&) { value = {}; });
-  subject.subscribeNext([&](const std::vector<int>& told) { seen = told.size(); });
+  subject.subscribeNext([&](const std::vector<int>& received) { seen = received.size(); });
   subject.sendNext(value);
   EXPECT_EQ(seen, 3U);
 }
 
-TEST(SubjectTest, HoldsItsSubscribersWhoDoNotHoldIt) {
+TEST(Tarn_RACSubjectTest, HoldsItsSubscribersUntilItsLastHandleIsDestroyed) {
   auto subject = std::make_optional<Tarn_RACSubject<int>>();
   auto witness = std::make_shared<int>(0);
   const std::weak_ptr<int> held = witness;
-  const Record record;
-  // The disposable is dropped, and with the subject goes the subscription, without a word.
-  record.listen(subject->signal(), std::move(witness));
+  const Recording recording;
+  // The disposable is dropped, so only the subject holds the subscription.
+  recording.subscribeTo(subject->signal(), std::move(witness));
   EXPECT_FALSE(held.expired());
   auto signal = std::make_optional(subject->signal());
   subject.reset();
   EXPECT_FALSE(held.expired()) << "a signal made from the subject is a handle on it";
   signal.reset();
   EXPECT_TRUE(held.expired());
-  EXPECT_EQ(record.line(), "");
+  EXPECT_EQ(recording.line(), "");
 }
 
-/// What dies with a subscription may itself end and begin subscriptions of the same subject.
-TEST(SubjectTest, LetsACallbacksDestructorUseTheSubject) {
+/// Destroying a callback may dispose of and make subscriptions of the same subject.
+TEST(Tarn_RACSubjectTest, AllowsACallbacksDestructorToUseTheSubject) {
   const Tarn_RACSubject<int> subject;
-  const Record other;
-  const Record added;
-  const auto subscription = other.listen(subject.signal());
-  struct OnDeath {
+  const Recording other;
+  const Recording added;
+  const auto subscription = other.subscribeTo(subject.signal());
+  struct OnDestruction {
     std::function<void()> run;
-    ~OnDeath() { run(); }
+    ~OnDestruction() { run(); }
   };
-  const auto first = subject.subscribeNext([death = std::make_shared<OnDeath>([&] {
+  const auto first = subject.subscribeNext([atEnd = std::make_shared<OnDestruction>([&] {
                                               subscription.dispose();
-                                              added.listen(subject.signal());
+                                              added.subscribeTo(subject.signal());
                                               subject.sendNext(1);
                                             })](int) {});
   first.dispose();

@@ -5,7 +5,7 @@
 namespace tarn {
 namespace {
 
-/// Connection attempts side by side, enough to survive a lost packet or two without flooding a dead server.
+/// Simultaneous connection attempts: enough to survive a lost packet or two without flooding a dead server.
 constexpr int kMaxAttempts = 4;
 
 constexpr int kMaxPauseFactor = 16;

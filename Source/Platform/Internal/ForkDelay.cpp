@@ -11,7 +11,7 @@ namespace tarn {
 namespace {
 
 struct Gate {
-  std::mutex mutex;  // guards what follows
+  std::mutex mutex;  // guards the members below
   std::condition_variable changed;
   int inside = 0;
   int forks = 0;
@@ -24,7 +24,7 @@ PerProcess<Gate>& gates() {
 
 thread_local int depth = 0;
 
-/// A thread that is inside and forks does not wait for itself.
+/// A forking thread that is inside does not wait for itself.
 void beforeFork() {
   Gate& gate = gates().get();
   std::unique_lock lock(gate.mutex);
@@ -39,7 +39,8 @@ void afterFork() {
   gate.changed.notify_all();
 }
 
-/// The handlers are set late, and so run before those that lock what the threads inside may need.
+/// Registered late: fork handlers run in reverse order, so these run before those that lock what the threads
+/// inside may need.
 void enter() {
   [[maybe_unused]] static const int registered = pthread_atfork(beforeFork, afterFork, nullptr);
   if (depth++ > 0) return;
@@ -52,7 +53,7 @@ void enter() {
 void leave() {
   if (--depth > 0) return;
   Gate* const gate = gates().existing();
-  if (!gate) return;  // a child that was forked inside
+  if (!gate) return;  // this child was forked inside a delay
   const std::lock_guard lock(gate->mutex);
   --gate->inside;
   if (gate->forks > 0) gate->changed.notify_all();

@@ -2,8 +2,8 @@
 
 namespace tarn {
 
-/// While one lives, its thread is inside libcurl and the TLS library beneath it, and a fork waits: the child
-/// would get their locks and memory half changed. Any thread; they nest.
+/// Marks its thread as inside libcurl and its TLS library; a fork waits until it is destroyed. Otherwise the
+/// child would copy locks and memory in an inconsistent state. Any thread; they nest.
 class ForkDelay {
  public:
   ForkDelay();
@@ -11,7 +11,7 @@ class ForkDelay {
   ForkDelay& operator=(const ForkDelay&) = delete;
   ~ForkDelay();
 
-  /// Lets a fork through while it lives, inside exactly one delay.
+  /// Allows a fork during its lifetime, inside exactly one delay.
   class Pause {
    public:
     Pause();

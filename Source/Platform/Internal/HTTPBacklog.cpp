@@ -7,7 +7,7 @@
 namespace tarn {
 namespace {
 
-/// All origins together may have as many requests waiting as this many single ones.
+/// The limits for all origins together are this many times those of one origin.
 constexpr std::size_t kOriginsAtTheirBound = 4;
 
 std::size_t bytesOf(const HTTPRequest& request) {

@@ -10,17 +10,17 @@
 
 namespace tarn {
 
-/// A request on its way through a session.
+/// A request that a session has accepted.
 struct HTTPSubmission {
   HTTPRequest request;
   Queue* deliveryQueue = nullptr;        ///< Used only with a completion.
-  HTTPSession::Completion completion{};  ///< Absent: nobody waits for the outcome.
-  std::uint64_t number = 0;              ///< Set by the loop, as is the deadline; both grow.
+  HTTPSession::Completion completion{};  ///< Absent if the result is not needed.
+  std::uint64_t number = 0;              ///< Set by the inbox, as is the deadline; both ascend.
   std::chrono::steady_clock::time_point deadline{};
 };
 
-/// The requests that wait for their turn: a queue for each origin, bounded by count and bytes, and so is the
-/// sum of them all. Belongs to one thread.
+/// The waiting requests: one queue for each origin. The count and bytes of each queue and of all together are
+/// limited. Belongs to one thread.
 class HTTPBacklog {
   struct Entry;
 
@@ -45,14 +45,14 @@ class HTTPBacklog {
 
   /// Submission `number`, if `queue` holds it.
   std::optional<HTTPSubmission> take(OriginQueue& queue, std::uint64_t number);
-  /// The oldest of `queue` if that exceeds its bounds, or the oldest of all if they together exceed theirs.
+  /// The oldest of `queue` if that exceeds its limits, or the oldest of all if all together exceed theirs.
   std::optional<HTTPSubmission> takeExcess(OriginQueue& queue);
-  /// One whose deadline is not after `now`.
+  /// A request whose deadline is not after `now`.
   std::optional<HTTPSubmission> takeExpired(std::chrono::steady_clock::time_point now);
   /// The oldest of all.
   std::optional<HTTPSubmission> takeAny();
 
-  /// Absent when nothing waits.
+  /// Absent when no request waits.
   [[nodiscard]] std::optional<std::chrono::steady_clock::time_point> firstDeadline() const;
 
  private:

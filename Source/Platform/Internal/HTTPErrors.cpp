@@ -15,7 +15,7 @@ Error makeError(HTTPErrorCode code, std::string description, std::optional<std::
   return error;
 }
 
-/// For messages: controls made visible, so that a hostile name cannot forge a line of a log.
+/// For messages: control characters are escaped, so that a hostile name cannot fake a log line.
 std::string printable(std::string_view text) {
   std::string shown;
   for (const char c : text) {
@@ -76,7 +76,7 @@ Kind tooLarge(std::string_view what, std::size_t limit) {
 
 Kind classify(const HTTPFailure& failure, const HTTPConfiguration& configuration) {
   if (failure.bodyTooLarge) return tooLarge("response is", configuration.maximumBodySize);
-  if (failure.headerTooLarge) return tooLarge("response's header fields are", kMaximumHeaderSize);
+  if (failure.headerTooLarge) return tooLarge("response's header fields are", kMaxHeaderSize);
   switch (failure.code) {
     case CURLE_UNSUPPORTED_PROTOCOL:
       return unsupported(failure);

@@ -11,7 +11,7 @@
 
 namespace tarn {
 
-/// Why the request cannot be sent at all; absent when it can.
+/// Why the request cannot be sent; absent when it can.
 [[nodiscard]] std::optional<Error> refusal(const HTTPRequest& request);
 
 /// `HTTPTask::cancel` ended the request.
@@ -23,19 +23,19 @@ namespace tarn {
 /// The session itself could not be set up: `what` failed with the system error `number`.
 [[nodiscard]] Error setupError(std::string_view what, int number);
 
-/// The request's time was over before its turn came.
+/// The request's time was over before it was started.
 [[nodiscard]] Error expiredError(const URL& url, const HTTPConfiguration& configuration);
 
 /// The request was the oldest when too many waited.
 [[nodiscard]] Error droppedError(const URL& url);
 
-/// How an exchange ended, as far as it tells failures apart.
+/// The facts about a failed request that distinguish the errors.
 struct HTTPFailure {
   CURLcode code = CURLE_OK;
-  std::string text;          ///< libcurl's own words; may be empty.
+  std::string text;          ///< libcurl's message; may be empty.
   std::string effectiveURL;  ///< After the redirects so far.
   std::chrono::milliseconds timeAllowed{0};
-  bool sent = false;  ///< The request went onto the wire, behind the last redirect.
+  bool sent = false;  ///< The request was sent, to the last redirect's target.
   bool bodyTooLarge = false;
   bool headerTooLarge = false;
 };
@@ -43,7 +43,7 @@ struct HTTPFailure {
 [[nodiscard]] Error transportError(const URL& url, const HTTPFailure& failure,
                                    const HTTPConfiguration& configuration);
 
-/// Bound of a response's header fields, those of its redirects included: bytes.
-inline constexpr std::size_t kMaximumHeaderSize = std::size_t{256} << 10U;
+/// The most bytes of a response's header fields, those of its redirects included.
+inline constexpr std::size_t kMaxHeaderSize = std::size_t{256} << 10U;
 
 }  // namespace tarn

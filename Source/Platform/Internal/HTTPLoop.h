@@ -1,57 +1,51 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <unordered_map>
 #include <vector>
 
 #include "Platform/HTTPSession.h"
 #include "Platform/Internal/ConnectionPacing.h"
-#include "Platform/Internal/CurlHandles.h"
-#include "Platform/Internal/FileDescriptor.h"
+#include "Platform/Internal/CurlEventLoop.h"
 #include "Platform/Internal/HTTPBacklog.h"
+#include "Platform/Internal/HTTPInbox.h"
 #include "Platform/Internal/HTTPTransfer.h"
-#include "Platform/Internal/SocketWatches.h"
 
 namespace tarn {
 
-/// Drives the transfers of one session with libcurl's socket interface over epoll.
+/// Runs the requests of one session on a worker thread.
 ///
-/// Requests wait in lanes, one lane an origin, and take up a transfer only when they get their turn; so a
-/// dead server with ten thousand requests waiting costs their texts and delays no other origin. When a lane
-/// starts its next request is decided by its `ConnectionPacing`; how many may wait, and how long, by the
-/// `HTTPBacklog`.
+/// Requests wait in lanes, one lane an origin, and use a transfer only when their turn comes. So a dead
+/// server with ten thousand waiting requests needs memory for their texts only and delays no other origin.
+/// `ConnectionPacing` decides when a lane may start its next request; `HTTPBacklog` decides how many may
+/// wait, and how long.
 ///
-/// `submit`, `cancel`, `flush`, `stop` and `waitForEnd` may be called on any thread; `run` is the worker
-/// thread, to which all else belongs.
+/// The functions that forward to the inbox may be called on any thread; all else belongs to the worker
+/// thread, which calls `run`.
 class HTTPLoop {
  public:
-  /// Fails when the system gives no more descriptors or memory.
+  /// Fails when the system has no more descriptors or memory.
   static Result<std::shared_ptr<HTTPLoop>> make(const HTTPConfiguration& configuration);
   HTTPLoop(const HTTPLoop&) = delete;
   HTTPLoop& operator=(const HTTPLoop&) = delete;
   ~HTTPLoop() = default;
 
-  /// Returns the submission's number, by which it can be cancelled.
-  std::uint64_t submit(HTTPSubmission submission);
+  std::uint64_t submit(HTTPSubmission submission) { return inbox_.submit(std::move(submission)); }
   /// Ends submission `number`, whose URL has `origin`, unless it has ended.
-  void cancel(const std::string& origin, std::uint64_t number);
-  bool flush(std::chrono::milliseconds timeout);
-  [[nodiscard]] HTTPStatistics statistics();
+  void cancel(const std::string& origin, std::uint64_t number) { inbox_.cancel(origin, number); }
+  bool flush(std::chrono::milliseconds timeout) { return inbox_.flush(timeout); }
+  [[nodiscard]] HTTPStatistics statistics() { return inbox_.statistics(); }
   /// Makes `run` cancel all requests and return.
-  void stop();
-  /// Waits until `run` has returned, unless the worker itself asks.
-  void waitForEnd();
+  void stop() { inbox_.stop(); }
+  void waitForEnd() { inbox_.waitForEnd(); }
 
-  /// The worker thread's work, once.
+  /// The worker thread's work, called once.
   void run();
 
  private:
@@ -70,12 +64,7 @@ class HTTPLoop {
     std::optional<LaneTimers::iterator> timer;
   };
 
-  struct Cancellation {
-    std::string origin;
-    std::uint64_t number = 0;
-  };
-
-  /// A transfer with what it carries; kept for reuse.
+  /// A transfer and the request that it carries; reused for later requests.
   struct Slot {
     explicit Slot(HTTPLoop& loop);
     Lane* lane = nullptr;
@@ -85,58 +74,31 @@ class HTTPLoop {
   };
 
   explicit HTTPLoop(const HTTPConfiguration& configuration);
-  [[nodiscard]] std::optional<Error> setUp();
 
-  // Requests that wait.
+  // Waiting requests.
   bool takeSubmissions();
   void enqueue(HTTPSubmission submission);
-  void carryOut(const Cancellation& cancellation);
+  void cancelNow(const HTTPInbox::Cancellation& cancellation);
   void giveUpExpired();
   void giveUp(HTTPSubmission submission, Error error, std::uint64_t HTTPStatistics::*counter);
   void startReadyLanes();
   void wakeLanes();
-  void countOrigins();
-  void settle(Lane& lane);
+  void updateLane(Lane& lane);
 
   // Requests in flight.
   void startNext(Lane& lane);
   Slot& takeSlot();
   void connected(Slot& slot);
-  bool reap();
-  void conclude(Slot& slot, CURLcode code);
+  bool finishEndedTransfers();
+  void finish(Slot& slot, CURLcode code);
   void release(Slot& slot, Result<HTTPResponse> result);
-  void complete(HTTPSubmission submission, Result<HTTPResponse> result);
   void cancelEverything();
 
-  // Events.
-  void waitForEvents(int timeout);
-  void runTimers();
   [[nodiscard]] int millisecondsToNextTimer() const;
-  void wake();
-  static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void*);
-  static curl_socket_t openSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
-  static int closeSocket(void* self, curl_socket_t socket);
-  static int onTimer(CURLM* multi, long timeout, void* self);
 
   const HTTPConfiguration configuration_;
-
-  std::mutex mutex_;                 // guards what stands up to the blank line
-  std::condition_variable changed_;  // `outstanding_` has become 0, or `ended_` true
-  std::vector<HTTPSubmission> submissions_;
-  std::vector<Cancellation> cancellations_;
-  std::uint64_t lastNumber_ = 0;
-  HTTPStatistics statistics_;
-  std::size_t outstanding_ = 0;
-  bool stopping_ = false;
-  bool closed_ = false;  // takes no more submissions
-  bool ended_ = false;
-  std::thread::id worker_;
-
-  FileDescriptor epoll_;
-  FileDescriptor wakeUp_;
-  std::optional<SocketWatches> watches_;  // outlives the connections, which close with `multi_`
-  CurlMulti multi_;
-  std::optional<Clock::time_point> timer_;  // libcurl's
+  CurlEventLoop events_;
+  HTTPInbox inbox_;
   HTTPBacklog backlog_;
   std::unordered_map<std::string, Lane> lanes_;
   std::deque<Lane*> readyLanes_;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
 
-/// libcurl takes zero for "no limit" and nothing beyond an `int`.
+/// libcurl reads zero as "no limit" and accepts nothing beyond an `int`.
 long milliseconds(std::chrono::milliseconds limit) {
   return static_cast<long>(std::clamp<std::int64_t>(limit.count(), 1, std::numeric_limits<int>::max()));
 }
@@ -36,7 +36,7 @@ void HTTPTransfer::configure() {
   curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
   curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, milliseconds(configuration_.connectTimeout));
   curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-  // Without it, libcurl waits for a name look-up that was given up, and with it every other transfer.
+  // Otherwise libcurl waits for an abandoned name look-up, and every other transfer with it.
   curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
   if (!configuration_.discardBodies) curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "");
   curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText_.data());
@@ -89,7 +89,7 @@ Result<HTTPResponse> HTTPTransfer::finish(const URL& url, CURLcode code) {
                            .timeAllowed = timeAllowed_,
                            .sent = wasSent(),
                            .bodyTooLarge = bodySize_ > configuration_.maximumBodySize,
-                           .headerTooLarge = headerSize_ > kMaximumHeaderSize},
+                           .headerTooLarge = headerSize_ > kMaxHeaderSize},
                           configuration_);
   }
   long status = 0;
@@ -100,7 +100,7 @@ Result<HTTPResponse> HTTPTransfer::finish(const URL& url, CURLcode code) {
 
 bool HTTPTransfer::receiveHeader(std::string_view line) {
   headerSize_ += line.size();
-  if (headerSize_ > kMaximumHeaderSize) return false;
+  if (headerSize_ > kMaxHeaderSize) return false;
   if (configuration_.discardBodies) return true;
   if (line.starts_with("HTTP/")) {
     response_.headers.clear();  // those of an interim response or of a redirect

@@ -11,12 +11,12 @@
 
 namespace tarn {
 
-/// One exchange after another over one easy handle, which is set up once and then reused. Belongs to the
-/// thread that drives its multi handle.
+/// Performs requests one after another with one easy handle, which is set up once and then reused. Belongs to
+/// the thread that drives its multi handle.
 class HTTPTransfer {
  public:
-  /// `aboutToSend` is called from within libcurl when a connection is there and the request goes out next,
-  /// also for each redirect. `configuration` must outlive the transfer.
+  /// `aboutToSend` is called from within libcurl when a connection is open and the request is about to be
+  /// sent, also for each redirect. `configuration` must outlive the transfer.
   HTTPTransfer(const HTTPConfiguration& configuration, std::function<void()> aboutToSend);
   HTTPTransfer(const HTTPTransfer&) = delete;
   HTTPTransfer& operator=(const HTTPTransfer&) = delete;
@@ -24,11 +24,11 @@ class HTTPTransfer {
 
   [[nodiscard]] CURL* handle() const { return handle_.get(); }
 
-  /// Makes the handle ready to be added to a multi handle; the exchange may take `timeAllowed`. Anything but
-  /// CURLE_OK: the handle cannot be used.
+  /// Prepares the handle for a multi handle; the request may take `timeAllowed`. Unless CURLE_OK is returned
+  /// the handle cannot be used.
   [[nodiscard]] CURLcode prepare(const HTTPRequest& request, std::chrono::nanoseconds timeAllowed);
 
-  /// The outcome of the exchange for `url` that ended with `code`; leaves the transfer ready for the next.
+  /// The result of the request for `url` that ended with `code`; the transfer can then be used again.
   [[nodiscard]] Result<HTTPResponse> finish(const URL& url, CURLcode code);
 
  private:
@@ -37,7 +37,7 @@ class HTTPTransfer {
   bool receiveHeader(std::string_view line);
   bool receiveBody(std::string_view piece);
   [[nodiscard]] long redirects() const;
-  /// Whether the request went out since the last redirect.
+  /// Whether the request was sent after the last redirect.
   [[nodiscard]] bool wasSent() const;
   bool maySend();
 
@@ -53,8 +53,8 @@ class HTTPTransfer {
   HTTPResponse response_;
   std::size_t headerSize_ = 0;
   std::size_t bodySize_ = 0;
-  std::optional<long> redirectsWhenSent_;  // redirects behind the request that went out last
-  CurlEasy handle_;                        // last: it points at what stands above
+  std::optional<long> redirectsWhenSent_;  // the redirect count when a request was last sent
+  CurlEasy handle_;                        // last: it points to the members above
 };
 
 }  // namespace tarn

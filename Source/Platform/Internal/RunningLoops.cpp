@@ -10,7 +10,7 @@
 namespace tarn {
 
 void prepareCurl() {
-  // Destroyed in the opposite order: what libcurl registered to run at the exit comes after `AtExit`.
+  // Exit handlers run in reverse order: those that libcurl registered here run after `AtExit`'s destructor.
   static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
   (void)ready;
   static const struct AtExit {

@@ -8,16 +8,17 @@ namespace tarn {
 
 class HTTPLoop;
 
-/// Sets libcurl up, once in the process. Any thread; before anything else of libcurl.
+/// Initializes libcurl, once in the process. Any thread; before any other use of libcurl.
 void prepareCurl();
 
-/// The loops that run in this process. Those that still do when it exits are stopped and waited for before
-/// the TLS library, which libcurl set up, takes itself down beneath them.
+/// The loops that run in this process. When it exits, those still running are stopped and waited for before
+/// the TLS library, which libcurl initialized, is cleaned up.
 class RunningLoops {
  public:
   static RunningLoops& shared();
 
-  /// Counts `loop` as running while it lives; false when the process exits already and nothing may start.
+  /// Registers `loop` as running during its own lifetime; false when the process is exiting and nothing may
+  /// start.
   class Registration {
    public:
     explicit Registration(HTTPLoop& loop);

@@ -5,24 +5,24 @@
 
 namespace tarn {
 
-/// Which sockets an epoll instance watches, and for what.
+/// The sockets and events that an epoll instance watches.
 ///
-/// libcurl drops a connection's socket when a response is complete and wants it back with the next request.
-/// A connection therefore stays registered in between, which saves two system calls a request; an event on
-/// one that nobody wants (a server that closes an idle connection) ends that. Belongs to one thread.
+/// libcurl stops watching a connection's socket when a response is complete and watches it again for the next
+/// request. In between the socket stays registered, which saves two system calls a request; an unwanted event
+/// (a server closes an idle connection) unregisters it. Belongs to one thread.
 class SocketWatches {
  public:
   /// `epoll` outlives it.
   explicit SocketWatches(int epoll) : epoll_(epoll) {}
 
-  /// The socket is that of a connection, until it is closed.
+  /// The socket belongs to a connection until it is closed.
   void opened(int socket) { connections_[socket] = {}; }
   void closing(int socket);
 
-  /// `events` as epoll takes them, at least one.
+  /// `events` are epoll's flags, at least one.
   void want(int socket, std::uint32_t events);
   void drop(int socket);
-  /// An event has arrived: whether anybody wants to hear of it.
+  /// Called for an event: whether libcurl watches the socket now.
   [[nodiscard]] bool isWanted(int socket);
 
  private:

@@ -4,8 +4,8 @@
 
 namespace tarn {
 
-/// Runs `task` on one of the library's pool threads. Any thread; also while the process exits, when the task
-/// may be dropped.
+/// Runs `task` on one of the library's pool threads. Any thread; also while the process exits; the task may
+/// be dropped then.
 void runOnPool(Task task);
 
 }  // namespace tarn

@@ -8,30 +8,30 @@
 template <typename T>
 class Tarn_RACSignal;
 
-/// What operators are written with.
+/// The functions that operators are written with.
 namespace tarn::rac {
 
-/// A signal that is described by what `subscribe(receiver)` does, which is called as const.
+/// A signal that runs `subscribe(receiver)`, as const, for each subscription.
 template <typename T, typename Subscribe>
-[[nodiscard]] Tarn_RACSignal<T> describe(Subscribe subscribe) {
+[[nodiscard]] Tarn_RACSignal<T> makeSignal(Subscribe subscribe) {
   return Tarn_RACSignal<T>(std::make_shared<FunctionSource<T, Subscribe>>(std::move(subscribe)));
 }
 
-/// Puts one stage on `source`: `step(value, receiverBelow)`, of which each subscription has a copy.
+/// Adds one stage to `source`: `step(value, downstream)`. Each subscription has its own copy of `step`.
 template <typename U, typename T, typename Step>
-[[nodiscard]] Tarn_RACSignal<U> link(const Tarn_RACSignal<T>& source, Step step) {
-  return describe<U>([source, step = std::move(step)](const ReceiverPtr<U>& downstream) {
-    source.subscribeReceiver(std::make_shared<Link<T, U, Step>>(downstream, step));
+[[nodiscard]] Tarn_RACSignal<U> addStage(const Tarn_RACSignal<T>& source, Step step) {
+  return makeSignal<U>([source, step = std::move(step)](const ReceiverPtr<U>& downstream) {
+    source.subscribeReceiver(std::make_shared<Stage<T, U, Step>>(downstream, step));
   });
 }
 
-/// Subscribes with a life of its own, which also ends with that of `whole`.
+/// Subscribes as a part of `whole`: the subscription can end alone, and ends with `whole`.
 template <typename T, typename Next, typename Failed, typename Completed>
 void subscribeWithin(const Tarn_RACDisposable& whole, const Tarn_RACSignal<T>& signal, Next next,
                      Failed failed, Completed completed) {
   const Tarn_RACDisposable part;
   whole.add(part);
-  signal.subscribeReceiver(std::make_shared<End<T, Next, Failed, Completed>>(
+  signal.subscribeReceiver(std::make_shared<CallbackReceiver<T, Next, Failed, Completed>>(
       part, std::move(next), std::move(failed), std::move(completed)));
 }
 

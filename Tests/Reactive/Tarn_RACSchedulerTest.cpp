@@ -1,3 +1,5 @@
+#include "Reactive/Tarn_RACScheduler.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -10,11 +12,11 @@
 namespace tarn {
 namespace {
 
-using test::Record;
-using test::Stage;
+using test::Recording;
+using test::ScriptedSubjects;
 
-/// Runs its tasks when it is told to.
-class HandQueue final : public Queue {
+/// Runs its tasks when `run` is called.
+class ManualQueue final : public Queue {
  public:
   void async(Task task) override { tasks_.push_back(std::move(task)); }
   void run() {
@@ -25,50 +27,51 @@ class HandQueue final : public Queue {
   std::vector<Task> tasks_;
 };
 
-TEST(DeliveryTest, HappensInOrderAndNeverInsideTheSend) {
+TEST(Tarn_RACSchedulerTest, DeliversInOrderAndNeverInsideTheSendingCall) {
   for (const bool fails : {true, false}) {
-    Stage stage;
-    HandQueue queue;
-    const Record record;
-    record.listen(stage.a.deliverOn(Tarn_RACScheduler(queue)));
-    stage.play(fails ? "a1 a2 a!" : "a1 a2 a|");
-    EXPECT_EQ(record.line(), "");
-    EXPECT_EQ(stage.heard(), "") << "the sending side is over at once";
+    ScriptedSubjects subjects;
+    ManualQueue queue;
+    const Recording recording;
+    recording.subscribeTo(subjects.a.deliverOn(Tarn_RACScheduler(queue)));
+    subjects.run(fails ? "a1 a2 a!" : "a1 a2 a|");
+    EXPECT_EQ(recording.line(), "");
+    EXPECT_EQ(subjects.subscribedSubjects(), "") << "the subscription to the subject ends at once";
     queue.run();
-    EXPECT_EQ(record.line(), fails ? "1 2 !a" : "1 2 |");
+    EXPECT_EQ(recording.line(), fails ? "1 2 !a" : "1 2 |");
   }
 }
 
-TEST(DeliveryTest, DropsWhatIsOnItsWayWhenDisposedOf) {
-  Stage stage;
-  HandQueue queue;
-  const Record record;
+TEST(Tarn_RACSchedulerTest, DropsUndeliveredValuesWhenDisposedOf) {
+  ScriptedSubjects subjects;
+  ManualQueue queue;
+  const Recording recording;
   auto witness = std::make_shared<int>(0);
   const std::weak_ptr<int> held = witness;
-  stage.disposable = record.listen(stage.a.deliverOn(Tarn_RACScheduler(queue)).take(2), std::move(witness));
-  stage.play("a1 a2 a3 a4");
+  subjects.disposable =
+      recording.subscribeTo(subjects.a.deliverOn(Tarn_RACScheduler(queue)).take(2), std::move(witness));
+  subjects.run("a1 a2 a3 a4");
   queue.run();
-  EXPECT_EQ(record.line(), "1 2 |");
-  EXPECT_EQ(stage.heard(), "");
+  EXPECT_EQ(recording.line(), "1 2 |");
+  EXPECT_EQ(subjects.subscribedSubjects(), "");
   EXPECT_TRUE(held.expired());
-  stage.disposable = record.listen(stage.a.deliverOn(Tarn_RACScheduler(queue)));
-  stage.play("a5 -");
+  subjects.disposable = recording.subscribeTo(subjects.a.deliverOn(Tarn_RACScheduler(queue)));
+  subjects.run("a5 -");
   queue.run();
-  EXPECT_EQ(record.line(), "1 2 |");
+  EXPECT_EQ(recording.line(), "1 2 |");
 }
 
-TEST(DeliveryTest, ReachesTheMainThreadFromAnother) {
+TEST(Tarn_RACSchedulerTest, DeliversOnTheMainThreadWhenAnotherThreadSends) {
   Tarn_RACSubject<int> subject;
   std::vector<int> expected;
   for (int i = 0; i < 100; ++i) expected.push_back(2 * i);
-  std::vector<int> told;
+  std::vector<int> received;
   bool completed = false;
   subject.map([](int v) { return 2 * v; })
       .deliverOnMainThread()
       .subscribeNext(
           [&, main = std::this_thread::get_id()](int value) {
             EXPECT_EQ(std::this_thread::get_id(), main);
-            told.push_back(value);
+            received.push_back(value);
           },
           rac::Ignore(), [&] { completed = true; });
   std::thread sending([&] {
@@ -77,11 +80,11 @@ TEST(DeliveryTest, ReachesTheMainThreadFromAnother) {
   });
   EXPECT_TRUE(MainQueue::shared().runUntil([&] { return completed; }, std::chrono::seconds(30)));
   sending.join();
-  EXPECT_EQ(told, expected);
+  EXPECT_EQ(received, expected);
 }
 
-/// The owner on the main thread goes while another thread sends: no call comes afterwards, nothing is kept.
-TEST(DeliveryTest, MayBeDisposedOfOnTheMainThreadWhileAnotherSends) {
+/// The main thread disposes while another thread sends: no callback runs afterwards, and none is kept.
+TEST(Tarn_RACSchedulerTest, CallsNothingAfterTheMainThreadDisposesWhileAnotherSends) {
   const Tarn_RACSubject<int> subject;
   std::atomic<bool> stop = false;
   std::thread sending([&] {
@@ -91,17 +94,17 @@ TEST(DeliveryTest, MayBeDisposedOfOnTheMainThreadWhileAnotherSends) {
   for (int round = 0; round < 200; ++round) {
     auto witness = std::make_shared<int>(0);
     held.push_back(witness);
-    bool gone = false;
-    int told = 0;
+    bool disposed = false;
+    int received = 0;
     const auto disposable = subject.filter([](int v) { return v % 2 == 0; })
                                 .deliverOnMainThread()
                                 .subscribeNext([&, witness = std::move(witness)](int) {
-                                  EXPECT_FALSE(gone);
-                                  ++told;
+                                  EXPECT_FALSE(disposed);
+                                  ++received;
                                 });
-    MainQueue::shared().runUntil([&] { return told > 0; }, std::chrono::seconds(30));
+    MainQueue::shared().runUntil([&] { return received > 0; }, std::chrono::seconds(30));
     disposable.dispose();
-    gone = true;
+    disposed = true;
     MainQueue::shared().drain();
   }
   stop = true;
