@@ -24,7 +24,7 @@ PlayerItem wholeItem(CMTime duration) {
 }  // namespace
 
 SimulatedPlayer::SimulatedPlayer(VirtualClock& clock, SimulatedPlayerOptions options)
-    : PlayerBase(Seeks::replaced, Addresses::any),
+    : PlayerBase(Seeks::replaced, options.playsAnyAddress ? Addresses::any : Addresses::webOnly),
       clock_(clock),
       options_(options),
       layerObservation_(layerHidden_.observe(

@@ -18,10 +18,12 @@ struct SimulatedPlayerOptions {
   /// Makes each item ready by itself on a later turn; a duration as of `becomeReady`. Absent: `becomeReady`
   /// does.
   std::optional<CMTime> itemDuration = std::nullopt;
+  /// Plays addresses that are neither http nor https, too, which fail otherwise.
+  bool playsAnyAddress = false;
 };
 
-/// A player in virtual time without media: plays any address, and a seek lands exactly on its target. The
-/// stream and its server do what the operations below say. Main thread.
+/// A player in virtual time without media and network. A seek lands exactly on its target. The stream and its
+/// server do what the operations below say. Main thread.
 ///
 ///     tarn::VirtualClock clock;
 ///     auto player = std::make_shared<tarn::SimulatedPlayer>(clock);

@@ -50,7 +50,8 @@ class Simulation {
 
   std::shared_ptr<TarnPlayer> makePlayer(PlayerWatcher watcher) {
     const SimulatedPlayerOptions manner{.reportInterval = virtualTime(options_.tick),
-                                        .seekLatency = virtualTime(options_.seekLatency)};
+                                        .seekLatency = virtualTime(options_.seekLatency),
+                                        .playsAnyAddress = true};
     auto player = std::make_shared<WatchedPlayer<SimulatedPlayer>>(std::move(watcher), clock_, manner);
     player_ = player;
     return player;
