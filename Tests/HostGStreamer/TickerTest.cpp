@@ -1,4 +1,4 @@
-#include "HostGStreamer/Ticker.h"
+#include "HostGStreamer/Internal/Ticker.h"
 
 #include <gtest/gtest.h>
 

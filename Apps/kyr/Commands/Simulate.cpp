@@ -3,12 +3,11 @@
 #include <utility>
 
 #include "Document/DocumentAddress.h"
+#include "HostSimulated/SimulatedPlayer.h"
 #include "Terminal/Report.h"
 #include "Viewing/SessionView.h"
-#include "Viewing/SimulatedPlayer.h"
 #include "Viewing/Viewing.h"
 #include "Viewing/ViewingScript.h"
-#include "Viewing/VirtualClock.h"
 #include "Viewing/WatchedPlayer.h"
 
 namespace tarn::cli {
@@ -50,7 +49,9 @@ class Simulation {
   }
 
   std::shared_ptr<TarnPlayer> makePlayer(PlayerWatcher watcher) {
-    const SimulatedPlayer::Manner manner{virtualTime(options_.tick), virtualTime(options_.seekLatency)};
+    const SimulatedPlayerOptions manner{.reportInterval = virtualTime(options_.tick),
+                                        .seekLatency = virtualTime(options_.seekLatency),
+                                        .playsAnyAddress = true};
     auto player = std::make_shared<WatchedPlayer<SimulatedPlayer>>(std::move(watcher), clock_, manner);
     player_ = player;
     return player;

@@ -8,19 +8,19 @@
 #include "Platform/Observable.h"
 #include "Platform/Queue.h"
 
-namespace tarn::cli {
+namespace tarn {
 
-/// Time that passes only when it is told to. Begins at zero. Main thread.
+/// Time that passes only in `advance`. Begins at zero. Main thread.
 class VirtualClock {
  public:
   [[nodiscard]] CMTime now() const { return now_; }
 
-  /// `task` runs when the time has come, from `advance`, never inside this call; not when the token has died
-  /// before. What is due at one time runs in the order of the calls.
+  /// `task` runs from `advance` when the clock reaches `time`, never inside this call, and not at all once
+  /// the token has been destroyed. Tasks of the same time run in the order of the calls.
   [[nodiscard]] Token at(CMTime time, Task task);
 
-  /// Lets a time, not negative, pass: runs what is due until then, the end included, each at its time and
-  /// with everything on the main queue done before and after it.
+  /// Moves the clock on by a duration that is not negative. Runs the tasks that are due until then, the end
+  /// included, each at its time; runs the main queue until it is empty before and after each of them.
   void advance(CMTime duration);
 
  private:
@@ -38,4 +38,4 @@ class VirtualClock {
   std::shared_ptr<Schedule> schedule_ = std::make_shared<Schedule>();  // tokens may outlive the clock
 };
 
-}  // namespace tarn::cli
+}  // namespace tarn

@@ -1,8 +1,8 @@
-#include "Viewing/VirtualClock.h"
+#include "HostSimulated/VirtualClock.h"
 
 #include <utility>
 
-namespace tarn::cli {
+namespace tarn {
 namespace {
 
 void finishTurns() {
@@ -32,4 +32,4 @@ void VirtualClock::advance(CMTime duration) {
   now_ = end;
 }
 
-}  // namespace tarn::cli
+}  // namespace tarn

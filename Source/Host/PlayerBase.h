@@ -1,0 +1,174 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+#include "Host/TarnPlayer.h"
+#include "Platform/Liveness.h"
+#include "Platform/Queue.h"
+
+namespace tarn {
+
+/// What is known of an item when it becomes ready. Absent means unknown.
+struct PlayerItem {
+  std::optional<CMTime> duration = std::nullopt;
+  TarnPlayer::TimeRanges seekableRanges = std::nullopt;
+  TarnPlayer::TimeRanges loadedRanges = std::nullopt;
+};
+
+/// A seek that a player carries out.
+struct PlayerSeek {
+  CMTime time;  ///< Numeric, and within the item.
+  CMTime toleranceBefore;
+  CMTime toleranceAfter;
+  bool isToEnd = false;  ///< `time` is the item's duration; the landing counts as the duration exactly.
+};
+
+/// A player without its media engine: keeps the promises of `TarnPlayer` that are the same for every player.
+///
+/// A player derives from it, implements the `do…` operations and `playhead`, and reports what its engine does
+/// with the `report…` operations. The base decides what is announced, in which order, and when a seek starts
+/// and completes.
+///
+/// The state of the item:
+///
+///     empty ── loadURL ──► loading ── reportReady ──► ready ── reportEnd ──► ended
+///                             │                       │  ▲                     │
+///                             │                       │  └──── reportLanded ───┘
+///                             └──── reportFailure ────┴──► failed
+///
+/// `loadURL` leads from every state to `loading`, `reportFailure` from every one that has an item to
+/// `failed`.
+///
+/// The state of seeking:
+///
+///     none ── seekToTime ──► waiting ── doSeek ──► in flight ── reportLanded, reportSeekFailed ──► none
+///                            until ready                    └── seekToTime ──► in flight, another one
+///                            waiting
+///
+/// A seek that waits behind one in flight is given to `doSeek` when that one has landed; a newer one takes
+/// its place. With `Seeks::replaced` the newer one is given to `doSeek` at once, and the older one never
+/// lands.
+///
+/// **Reports.** Each is made on the main thread. One that comes too late, or makes no sense in the present
+/// state, is ignored. Ready, landed and failure may be reported inside a `do…` operation and are then
+/// announced on a later turn. A report returns false when a listener has destroyed the player or loaded
+/// another item: return then, and touch no member.
+class PlayerBase : public TarnPlayer {
+ public:
+  ~PlayerBase() override;
+
+  void loadURL(const URL& url) override;
+  void play() override;
+  void pause() override;
+  void seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranceAfter,
+                  SeekCompletion completion) override;
+  [[nodiscard]] CMTime currentTime() const final;
+
+ protected:
+  enum class Seeks {
+    oneAtATime,  ///< The engine finishes a seek before it is given the next one.
+    replaced,    ///< `doSeek` drops the seek in flight, which is not reported any more.
+  };
+  enum class Addresses {
+    webOnly,  ///< Others than http and https fail without `doLoad`.
+    any,      ///< Only for a player that opens nothing.
+  };
+
+  explicit PlayerBase(Seeks seeks = Seeks::oneAtATime, Addresses addresses = Addresses::webOnly);
+
+  // What a player implements. No listener is called inside, except by its own reports.
+
+  /// Begins to load; `reportReady` or `reportFailure` follows.
+  virtual void doLoad(const URL& url) = 0;
+  /// Releases the item, which is over: before another one loads, and before a failure is announced.
+  virtual void doUnload() {}
+  /// The playhead moves from now on. Called when the item is ready and no seek is in flight, also when it
+  /// moves already, and after each landing anew.
+  virtual void doPlay() = 0;
+  /// The playhead stops. Also called when it does not move.
+  virtual void doPause() = 0;
+  /// Moves the playhead, which is not asked for until `reportLanded` or `reportSeekFailed`. Called when the
+  /// item is ready or has ended.
+  virtual void doSeek(const PlayerSeek& seek) = 0;
+  /// Where the engine is; asked for only while the item is ready and no seek is in flight. Absent while
+  /// unknown. It is cut to the item, and a step back is not passed on.
+  [[nodiscard]] virtual std::optional<CMTime> playhead() const = 0;
+
+  // What a player reports.
+
+  /// The loaded item can be played. Starts the seek that waits, and plays if the player is meant to play.
+  bool reportReady(const PlayerItem& item);
+  /// The playhead, if it has moved since the last report. To be called steadily while the playhead moves.
+  bool reportPosition();
+  /// The engine has played everything. A player that is started on the item's end needs not report it.
+  bool reportEnd();
+  /// Playing has failed for good.
+  bool reportFailure(Error error);
+  /// The seek in flight has led to `landing`, within its tolerances.
+  bool reportLanded(CMTime landing);
+  /// The seek in flight has led nowhere; the playhead is where it was before.
+  bool reportSeekFailed();
+
+  /// Announced when it differs; an absent value is no report.
+  bool reportDuration(const std::optional<CMTime>& duration);
+  /// Announced when they differ.
+  bool reportSeekableRanges(TimeRanges ranges);
+  bool reportLoadedRanges(TimeRanges ranges);
+  /// Whether the engine waits for data. The engine itself stops for so long, if it does not anyway.
+  bool reportBuffering(bool isBuffering);
+
+  // What a player may ask.
+
+  /// A seek waits or is in flight.
+  [[nodiscard]] bool isSeeking() const { return waitingSeek_ || activeSeek_; }
+  /// A seek in flight is outdated by one that waits.
+  [[nodiscard]] bool isSeekWaiting() const { return waitingSeek_.has_value(); }
+  /// Numeric, or absent.
+  [[nodiscard]] std::optional<CMTime> knownDuration() const;
+
+  /// `task`, which does nothing once the player has been destroyed or has loaded another item. The result may
+  /// be copied and posted on any thread; it runs on the main queue.
+  [[nodiscard]] Task forThisItem(Task task) const;
+  /// The same, on a later turn of the main queue.
+  void onNextTurn(Task task) const;
+  [[nodiscard]] const Liveness& liveness() const { return liveness_; }
+
+ private:
+  class Turn;
+  struct Seek {
+    PlayerSeek aim;
+    SeekCompletion completion;
+  };
+
+  template <typename T>
+  [[nodiscard]] bool announce(Observable<T>& property, std::type_identity_t<T> value);
+  template <typename Operation>
+  void callPlayer(Operation operation);
+  [[nodiscard]] CMTime withinItem(CMTime time) const;
+  [[nodiscard]] bool announceEmptyItem();
+  void applyPlaying();
+  [[nodiscard]] bool report(CMTime time);
+  void refuse(SeekCompletion completion) const;
+  void dropSeeks();
+  void startWaitingSeek();
+  [[nodiscard]] bool land(CMTime landing);
+
+  const Seeks seeks_;
+  const Addresses addresses_;
+  std::uint64_t item_ = 0;           // counts loads, so that a listener that loads another item is noticed
+  std::uint64_t seekNumber_ = 0;     // counts the calls of doSeek
+  int calls_ = 0;                    // of the player's operations in progress
+  CMTime position_ = kCMTimeZero;    // as last reported, or where the seek began
+  bool hasReported_ = false;         // of this item
+  bool isAtEnd_ = false;             // the playhead is at the duration
+  bool playsAgain_ = false;          // requested while the end is announced
+  std::optional<Seek> waitingSeek_;  // not yet given to the player
+  std::optional<Seek> activeSeek_;
+  Liveness liveness_;
+};
+
+}  // namespace tarn
