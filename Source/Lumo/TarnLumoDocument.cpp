@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "Lumo/Internal/TarnLumoDocumentReader.h"
+#include "Lumo/ReadTimeline.h"
 #include "Lumo/TarnLumoTimeline.h"
 #include "Platform/Log.h"
 #include "Platform/Text.h"
@@ -125,4 +127,18 @@ tarn::Error TarnLumoDocument::fail(std::int64_t code, tarn::Error cause) {
   const std::lock_guard lock(mutex_);
   state_ = TarnLumoDocumentStateErrored;
   return withUnderlying(documentError(code), std::move(cause));
+}
+
+tarn::Result<std::shared_ptr<const TarnLumoTimeline>> TarnLumoDeserializeTimelineFromDataWithError(
+    TarnLumoDocument& document, std::string_view data) {
+  auto reading = tarn::readTimeline(data);
+  document.setVmapExtensionsNamespace(std::move(reading.prefix));
+  document.setWarnings(std::move(reading.warnings));
+  return std::move(reading.timeline);
+}
+
+tarn::Result<std::shared_ptr<const TarnLumoTimeline>> TarnLumoDeserializeTimelineFromXMLDocumentWithError(
+    const TarnLumoDocument& document, const TarnLumoONOXMLDocument& xml) {
+  tarn::ReadingObserver nobody;
+  return tarn::readDocument(xml, document.vmapExtensionsNamespace(), nobody);
 }

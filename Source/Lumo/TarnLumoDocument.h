@@ -10,12 +10,14 @@
 #include <utility>
 #include <vector>
 
+#include "Lumo/TarnLumoWarning.h"
 #include "Platform/HTTPSession.h"
 #include "Platform/Operation.h"
 #include "Platform/Queue.h"
 #include "Platform/Result.h"
 #include "Platform/URL.h"
 
+class TarnLumoONOXMLDocument;
 class TarnLumoTimeline;
 
 /// Domain of the document's errors.
@@ -30,15 +32,6 @@ enum TarnLumoDocumentState : std::int64_t {
   TarnLumoDocumentStateRetrieving = 1,
   TarnLumoDocumentStateDeserialized = 2,
   TarnLumoDocumentStateErrored = 3,
-};
-
-/// Something that a document's author would want to know although the document was read: one sentence, and
-/// the line where it stands (absent when it stands nowhere in particular).
-struct TarnLumoWarning {
-  std::optional<std::int64_t> line;
-  std::string message;
-
-  friend bool operator==(const TarnLumoWarning&, const TarnLumoWarning&) = default;
 };
 
 using TarnLumoHTTPHeaders = std::vector<std::pair<std::string, std::string>>;
@@ -105,7 +98,12 @@ class TarnLumoDocument : public std::enable_shared_from_this<TarnLumoDocument> {
   std::shared_ptr<tarn::HTTPSession> sharedURLSession_;
 };
 
-/// Reads a VMAP 1.0.1 document with VAST 3.0 ads and the service's extension. Sets the document's extension
-/// namespace and warnings. Errors are in `TarnLumoErrorDomain` with code 4011. Any thread.
+/// `tarn::readTimeline` for a document, whose extension namespace and warnings it sets, also when it fails.
 [[nodiscard]] tarn::Result<std::shared_ptr<const TarnLumoTimeline>>
 TarnLumoDeserializeTimelineFromDataWithError(TarnLumoDocument& document, std::string_view data);
+
+/// The same for XML that has been parsed already: `document` names the prefix of the service's extension, and
+/// keeps its warnings.
+[[nodiscard]] tarn::Result<std::shared_ptr<const TarnLumoTimeline>>
+TarnLumoDeserializeTimelineFromXMLDocumentWithError(const TarnLumoDocument& document,
+                                                    const TarnLumoONOXMLDocument& xml);

@@ -6,16 +6,17 @@
 
 #include "Lumo/Internal/TarnLumoValueReader.h"
 #include "Lumo/TarnLumoCommon.h"
+#include "Lumo/TarnLumoDocument.h"
 #include "Platform/LocalizedString.h"
-#include "Platform/NumberFormatter.h"
 #include "Platform/Text.h"
 
 namespace {
 
 using Element = TarnLumoONOXMLElement;
-using tarn::quoted;
+using tarn::lineOf;
+using tarn::placeOf;
+using tarn::ReadingObserver;
 using tarn::urlOfText;
-using tarn::WarningCollector;
 using NestedDictionaries = std::vector<tarn::Dictionary>;
 
 /// The children of `parent`'s first child of that tag.
@@ -49,49 +50,41 @@ using NestedDictionaries = std::vector<tarn::Dictionary>;
   return extensions.empty() ? std::nullopt : std::optional(std::move(extensions));
 }
 
-void appendURL(std::vector<tarn::URL>& urls, const Element& element, WarningCollector& warnings) {
-  if (auto url = urlOfText(element, warnings)) urls.push_back(*std::move(url));
+void appendURL(std::vector<tarn::URL>& urls, const Element& element, ReadingObserver& observer) {
+  if (auto url = urlOfText(element, observer)) urls.push_back(*std::move(url));
 }
 
 /// Reads one Ad element; a reader is used once.
 class AdReader {
  public:
-  AdReader(CMTime beginTime, CMTime logicalOffset, WarningCollector& warnings)
-      : beginTime_(beginTime), logicalOffset_(logicalOffset), warnings_(warnings) {}
+  AdReader(CMTime beginTime, CMTime logicalOffset, ReadingObserver& observer)
+      : beginTime_(beginTime), logicalOffset_(logicalOffset), observer_(observer) {}
 
   [[nodiscard]] tarn::Result<TarnLumoAdBuilder> read(const Element& ad) && {
     builder_.adId = ad.valueForAttribute("id");
     const auto inLine = ad.firstChildWithTag("InLine");
     if (!inLine) {
-      const bool wrapped = ad.firstChildWithTag("Wrapper").has_value();
-      warnings_.add(ad, name(ad) + (wrapped ? " is a Wrapper, which is not followed" : " has no InLine") +
-                            "; nothing but its id is read.");
+      observer_.adHasNoInLine(lineOf(ad), builder_.adId, ad.firstChildWithTag("Wrapper").has_value());
       return std::move(builder_);
     }
     if (const auto title = inLine->firstChildWithTag("AdTitle"))
       builder_.adTitle = std::string(tarn::trimmed(title->stringValue()));
     for (const Element& impression : inLine->childrenWithTag("Impression"))
-      appendURL(builder_.impressionURLs, impression, warnings_);
+      appendURL(builder_.impressionURLs, impression, observer_);
     for (const Element& creative : childrenOfFirst(*inLine, "Creatives")) {
       if (auto done = readCreative(creative); !done) return done.error();
     }
-    if (!hasLinear_)
-      warnings_.add(ad, name(ad) + " has no Linear creative, and so no duration and no begin time.");
+    if (!hasLinear_) observer_.adHasNoLinear(lineOf(ad), builder_.adId);
     builder_.vastAdExtensions = extensionsOfFirst(*inLine, "Extensions");
     return std::move(builder_);
   }
 
  private:
-  [[nodiscard]] static std::string name(const Element& ad) {
-    const auto id = ad.valueForAttribute("id");
-    return id ? "The ad " + quoted(*id) : "An ad without id";
-  }
-
   [[nodiscard]] tarn::Result<void> readCreative(const Element& creative) {
     if (const auto linear = creative.firstChildWithTag("Linear")) {
       if (hasLinear_) {
         TarnLumoLog("Cannot process multiple Linear elements within a single Ad element.");
-        warnings_.add(creative, "A further creative with a Linear was skipped, its companions included.");
+        observer_.creativeIsSkipped(lineOf(creative));
         return {};
       }
       if (auto done = readLinear(*linear); !done) return done;
@@ -109,8 +102,8 @@ class AdReader {
     builder_.logicalOffset = logicalOffset_;
     builder_.trackingEventsCollection = trackingEventsOf(linear, true);
     for (const Element& click : childrenOfFirst(linear, "VideoClicks")) {
-      if (click.tag() == "ClickThrough") builder_.clickThroughURL = urlOfText(click, warnings_);
-      if (click.tag() == "ClickTracking") appendURL(builder_.clickTrackingURLs, click, warnings_);
+      if (click.tag() == "ClickThrough") builder_.clickThroughURL = urlOfText(click, observer_);
+      if (click.tag() == "ClickTracking") appendURL(builder_.clickTrackingURLs, click, observer_);
     }
     return {};
   }
@@ -123,11 +116,9 @@ class AdReader {
       const Element& where = element ? *element : linear;
       return tarn::deserializationError("Linear Duration `%@` could not be parsed.", text,
                                         "Write the Duration of the Linear at line " +
-                                            std::to_string(where.lineNumber()) +
-                                            " as HH:MM:SS or HH:MM:SS.mmm.");
+                                            std::to_string(lineOf(where)) + " as HH:MM:SS or HH:MM:SS.mmm.");
     }
-    if (!CMTIME_IS_NUMERIC(builder_.duration))
-      warnings_.add(*element, "The Duration " + quoted(*text) + " is too long to be counted.");
+    observer_.durationIsRead(lineOf(*element), *text, builder_.duration);
     return {};
   }
 
@@ -135,13 +126,7 @@ class AdReader {
     const auto text = linear.valueForAttribute("skipoffset");
     if (!text) return kCMTimeInvalid;
     const CMTime offset = TarnLumoSkipOffsetFromStringWithDuration(text, builder_.duration);
-    if (CMTIME_IS_INVALID(offset)) {
-      const auto& plain = tarn::NumberFormatter::shared(tarn::NumberFormatter::Style::plain);
-      warnings_.add(linear, "The skipoffset " + quoted(*text) +
-                                (plain.numberFromString(*text) ? " is a percentage without its sign"
-                                                               : " is neither a percentage nor a time") +
-                                "; the ad cannot be skipped.");
-    }
+    if (CMTIME_IS_INVALID(offset)) observer_.skipOffsetIsUnreadable(lineOf(linear), *text);
     return offset;
   }
 
@@ -151,21 +136,16 @@ class AdReader {
     TarnLumoTrackingEventsCollectionBuilder events;
     for (const Element& tracking : childrenOfFirst(parent, "TrackingEvents")) {
       auto event = tracking.valueForAttribute("event");
-      if (!event) warnings_.add(tracking, tracking.tag() + " has no event attribute, so it is never sent.");
+      if (!event) observer_.trackingHasNoEvent(placeOf(tracking));
       const auto offset = withOffsets ? tracking.valueForAttribute("offset") : std::nullopt;
-      auto url = urlOfText(tracking, warnings_);
+      auto url = urlOfText(tracking, observer_);
       if (!offset) {
         events.addTrackingEventNamed(std::move(event), std::move(url));
         continue;
       }
-      if (!events.addTrackingEventNamed(std::move(event), *offset, std::move(url))) {
-        warnings_.add(tracking, "The offset " + quoted(*offset) + " of " + tracking.tag() +
-                                    " is no number of seconds and was read as 0.");
-      } else if (events.trackingEvents.back()->offset() > builder_.duration &&
-                 events.trackingEvents.back()->name() != "complete") {
-        warnings_.add(tracking, "The offset " + quoted(*offset) + " of " + tracking.tag() +
-                                    " lies behind the ad's end, so it is never sent.");
-      }
+      const bool isNumber = events.addTrackingEventNamed(std::move(event), *offset, std::move(url));
+      observer_.trackingOffsetIsRead({placeOf(tracking), *offset, isNumber}, *events.trackingEvents.back(),
+                                     builder_.duration);
     }
     return events.buildTrackingEventsCollection();
   }
@@ -176,36 +156,35 @@ class AdReader {
       companions.addCompanionAd(readCompanion(companion));
     // The companions of the last creative count.
     const auto& replaced = builder_.companionsCollection;
-    if (replaced && !replaced->orderedCompanionAdsWithWidthThenHeight().empty())
-      warnings_.add(creative,
-                    "This creative's companions (" + std::to_string(companions.companionAds.size()) +
-                        ") replace those of the creative before it (" +
-                        std::to_string(replaced->orderedCompanionAdsWithWidthThenHeight().size()) + ").");
+    if (replaced)
+      observer_.companionsAreReplaced(lineOf(creative),
+                                      replaced->orderedCompanionAdsWithWidthThenHeight().size(),
+                                      companions.companionAds.size());
     builder_.companionsCollection = companions.buildCompanionAdsCollection();
   }
 
   [[nodiscard]] std::shared_ptr<const TarnLumoCompanionAd> readCompanion(const Element& element) {
     TarnLumoCompanionAdBuilder companion;
-    companion.width = tarn::integerOfAttribute(element, "width", warnings_);
-    companion.height = tarn::integerOfAttribute(element, "height", warnings_);
+    companion.width = tarn::integerOfAttribute(element, "width", observer_);
+    companion.height = tarn::integerOfAttribute(element, "height", observer_);
     companion.identifier = element.valueForAttribute("id");
     if (const auto resource = element.firstChildWithTag("StaticResource")) {
-      companion.staticResourceURL = urlOfText(*resource, warnings_);
+      companion.staticResourceURL = urlOfText(*resource, observer_);
       companion.staticResourceCreativeType = resource->valueForAttribute("creativeType");
     } else {
-      warnings_.add(element, element.tag() + " has no StaticResource, so there is nothing to show.");
+      observer_.companionHasNoResource(placeOf(element));
     }
     companion.trackingEventsCollection = trackingEventsOf(element, false);
     for (const Element& click : element.children()) {
-      if (click.tag() == "CompanionClickThrough") companion.clickThroughURL = urlOfText(click, warnings_);
-      if (click.tag() == "CompanionClickTracking") appendURL(companion.clickTrackingURLs, click, warnings_);
+      if (click.tag() == "CompanionClickThrough") companion.clickThroughURL = urlOfText(click, observer_);
+      if (click.tag() == "CompanionClickTracking") appendURL(companion.clickTrackingURLs, click, observer_);
     }
     return companion.buildCompanionAd();
   }
 
   CMTime beginTime_;
   CMTime logicalOffset_;
-  WarningCollector& warnings_;
+  ReadingObserver& observer_;
   TarnLumoAdBuilder builder_;
   bool hasLinear_ = false;
 };
@@ -214,9 +193,9 @@ class AdReader {
 
 tarn::Result<TarnLumoAdBuilder> TarnLumoDeserializeAdBuilderFromElementAndBeginTimeWithError(
     const std::optional<TarnLumoONOXMLElement>& element, CMTime beginTime, CMTime logicalOffset,
-    tarn::WarningCollector& warnings) {
+    ReadingObserver& observer) {
   if (!element) return TarnLumoAdBuilder{};
-  return AdReader(beginTime, logicalOffset, warnings).read(*element);
+  return AdReader(beginTime, logicalOffset, observer).read(*element);
 }
 
 tarn::Error tarn::deserializationError(const char* format, const std::optional<std::string>& value,

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "Lumo/Internal/TarnLumoWarningCollector.h"
+#include "Lumo/Internal/ReadingObserver.h"
 #include "Lumo/TarnLumoAd+Private.h"
 #include "Platform/MediaTime.h"
 #include "Platform/Result.h"
@@ -15,12 +15,12 @@
 /// `beginTime` is absolute, `logicalOffset` content time.
 [[nodiscard]] tarn::Result<TarnLumoAdBuilder> TarnLumoDeserializeAdBuilderFromElementAndBeginTimeWithError(
     const std::optional<TarnLumoONOXMLElement>& element, CMTime beginTime, CMTime logicalOffset,
-    tarn::WarningCollector& warnings);
+    tarn::ReadingObserver& observer);
 
 namespace tarn {
 
 /// An error of the reader: the localised `format` with `value` ("(null)" when absent) for its "%@".
-/// `suggestion` tells people what to do.
+/// `suggestion` says what to change.
 [[nodiscard]] Error deserializationError(const char* format, const std::optional<std::string>& value,
                                          std::string suggestion);
 

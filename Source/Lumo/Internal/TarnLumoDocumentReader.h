@@ -1,14 +1,19 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
-#include "Lumo/Internal/TarnLumoWarningCollector.h"
-#include "Lumo/TarnLumoDocument.h"
+#include "Lumo/Internal/ReadingObserver.h"
+#include "Lumo/TarnLumoTimeline.h"
+#include "Platform/Result.h"
 #include "XML/TarnLumoONOXMLDocument.h"
 
-/// Reads a parsed VMAP 1.0.1 document; `document` names the prefix of the service's extension. Errors are in
+namespace tarn {
+
+/// Reads a parsed VMAP 1.0.1 document; `prefix` is that of the service's extension. Errors are in
 /// `TarnLumoErrorDomain` with code 4011. Any thread, one at a time for each document.
-[[nodiscard]] tarn::Result<std::shared_ptr<const TarnLumoTimeline>>
-TarnLumoDeserializeTimelineFromXMLDocumentWithError(const TarnLumoDocument& document,
-                                                    const TarnLumoONOXMLDocument& xml,
-                                                    tarn::WarningCollector& warnings);
+[[nodiscard]] Result<std::shared_ptr<const TarnLumoTimeline>> readDocument(const TarnLumoONOXMLDocument& xml,
+                                                                           const std::string& prefix,
+                                                                           ReadingObserver& observer);
+
+}  // namespace tarn

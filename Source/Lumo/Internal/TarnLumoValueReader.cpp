@@ -5,55 +5,54 @@
 #include <system_error>
 #include <utility>
 
+#include "Lumo/TarnLumoCommon.h"
 #include "Platform/NumberFormatter.h"
 #include "Platform/Text.h"
 
 namespace tarn {
 
-std::optional<URL> urlOfText(const TarnLumoONOXMLElement& element, WarningCollector& warnings) {
+std::int64_t lineOf(const TarnLumoONOXMLElement& element) {
+  return static_cast<std::int64_t>(element.lineNumber());
+}
+
+ElementPlace placeOf(const TarnLumoONOXMLElement& element) {
+  return {lineOf(element), element.tag()};
+}
+
+std::optional<URL> urlOfText(const TarnLumoONOXMLElement& element, ReadingObserver& observer) {
   const std::string text = element.stringValue();
   auto url = URL::fromString(text);
-  if (url) return url;
-  if (trimmed(text).empty()) {
-    warnings.add(element, element.tag() + " is empty where a URL is expected.");
-  } else {
-    warnings.add(element, "The text " + quoted(text) + " of " + element.tag() + " forms no absolute URL.");
-  }
-  return std::nullopt;
+  if (!url) observer.textIsNoURL(placeOf(element), text);
+  return url;
 }
 
 std::optional<URL> urlOfAttribute(const TarnLumoONOXMLElement& element, std::string_view name,
-                                  WarningCollector& warnings) {
-  const auto text = element.valueForAttribute(name);
+                                  ReadingObserver& observer) {
+  auto text = element.valueForAttribute(name);
   auto url = text ? URL::fromString(*text) : std::nullopt;
-  if (url) return url;
-  const std::string attribute = "The attribute " + std::string(name) + " of " + element.tag();
-  warnings.add(element, text ? attribute + ", " + quoted(*text) + ", forms no absolute URL."
-                             : attribute + " is missing.");
-  return std::nullopt;
+  if (!url)
+    observer.attributeIsUnreadable({placeOf(element), std::string(name), std::move(text)},
+                                   AttributeKind::url);
+  return url;
 }
 
 std::int64_t integerOfAttribute(const TarnLumoONOXMLElement& element, std::string_view name,
-                                WarningCollector& warnings) {
-  const auto text = element.valueForAttribute(name);
+                                ReadingObserver& observer) {
+  auto text = element.valueForAttribute(name);
   if (const auto value = leadingInteger(text.value_or(""))) return *value;
-  const std::string attribute = "The attribute " + std::string(name) + " of " + element.tag();
-  warnings.add(element, text ? attribute + ", " + quoted(*text) + ", is no integer and was read as 0."
-                             : attribute + " is missing and was read as 0.");
+  observer.attributeIsUnreadable({placeOf(element), std::string(name), std::move(text)},
+                                 AttributeKind::integer);
   return 0;
 }
 
 CMTime lengthOfAttribute(const TarnLumoONOXMLElement& element, std::string_view name,
-                         WarningCollector& warnings) {
-  const auto text = element.valueForAttribute(name);
+                         ReadingObserver& observer) {
+  auto text = element.valueForAttribute(name);
   const auto& formatter = NumberFormatter::shared(NumberFormatter::Style::plain);
   const auto seconds = text ? formatter.numberFromString(*text) : std::nullopt;
-  if (!seconds) {
-    const std::string attribute = "The attribute " + std::string(name) + " of " + element.tag();
-    warnings.add(element,
-                 text ? attribute + ", " + quoted(*text) + ", is no number of seconds and was read as 0."
-                      : attribute + " is missing and was read as 0.");
-  }
+  if (!seconds)
+    observer.attributeIsUnreadable({placeOf(element), std::string(name), std::move(text)},
+                                   AttributeKind::seconds);
   return CMTimeMakeWithSeconds(seconds.value_or(0.0), kDocumentTimescale);
 }
 

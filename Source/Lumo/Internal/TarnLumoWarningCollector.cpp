@@ -9,23 +9,19 @@
 namespace tarn {
 namespace {
 
-constexpr std::size_t kWarningsKept = 1000;
-/// libxml2 keeps a line in 16 bits; the largest means "this line or a later one".
+constexpr std::size_t kMaxWarnings = 1000;
+/// libxml2 keeps a line in 16 bits; the largest value means "this line or a later one".
 constexpr std::int64_t kFirstUncountedLine = std::numeric_limits<std::uint16_t>::max();
 
 }  // namespace
 
 void WarningCollector::add(std::optional<std::int64_t> line, std::string message) {
-  if (warnings_.size() == kWarningsKept) {
+  if (warnings_.size() == kMaxWarnings) {
     ++dropped_;
     return;
   }
   if (line && (*line <= 0 || *line >= kFirstUncountedLine)) line.reset();
   warnings_.push_back({line, std::move(message)});
-}
-
-void WarningCollector::add(const TarnLumoONOXMLElement& element, std::string message) {
-  add(static_cast<std::int64_t>(element.lineNumber()), std::move(message));
 }
 
 std::vector<TarnLumoWarning> WarningCollector::take() {

@@ -7,18 +7,16 @@
 #include <string_view>
 #include <vector>
 
-#include "Lumo/TarnLumoDocument.h"
-#include "XML/TarnLumoONOXMLElement.h"
+#include "Lumo/TarnLumoWarning.h"
 
 namespace tarn {
 
-/// Gathers what a document's author would want to know while the document is read. Keeps the first 1,000
-/// warnings, so that a hostile document cannot fill memory with them. Used by one thread at a time.
+/// Collects the warnings of one document. Keeps the first 1,000, so that a hostile document cannot fill the
+/// memory with them. Used by one thread at a time.
 class WarningCollector {
  public:
-  /// `message` is one sentence. Lines that the parser could not count to (65,535 on) are left out.
+  /// `message` is one sentence. A line that the parser cannot count to (from 65,535 on) is left out.
   void add(std::optional<std::int64_t> line, std::string message);
-  void add(const TarnLumoONOXMLElement& element, std::string message);
 
   /// In document order, those without a line last; then, if any were dropped, one that says how many.
   [[nodiscard]] std::vector<TarnLumoWarning> take();

@@ -1,3 +1,5 @@
+#include "Lumo/ReadTimeline.h"
+
 #include <gmock/gmock.h>
 #include <libintl.h>
 #include <unistd.h>
@@ -20,7 +22,7 @@ using namespace testing;
 
 struct Reading {
   tarn::Result<std::shared_ptr<const TarnLumoTimeline>> result;
-  std::string extensionPrefix;
+  std::string prefix;
   std::vector<TarnLumoWarning> warnings;
   std::vector<std::string> log;
 
@@ -33,9 +35,8 @@ struct Reading {
 Reading read(std::string_view bytes) {
   std::vector<std::string> log;
   const auto sink = tarn::installLogSink([&log](std::string_view line) { log.emplace_back(line); });
-  TarnLumoDocument document(*tarn::URL::fromString("https://ads.example/vmap"));
-  auto result = TarnLumoDeserializeTimelineFromDataWithError(document, bytes);
-  return {std::move(result), document.vmapExtensionsNamespace(), document.warnings(), std::move(log)};
+  auto reading = tarn::readTimeline(bytes);
+  return {std::move(reading.timeline), reading.prefix, reading.warnings, std::move(log)};
 }
 
 std::vector<std::string> texts(const std::vector<tarn::URL>& urls) {
@@ -54,12 +55,12 @@ std::vector<std::vector<double>> beginTimes(const TarnLumoTimeline& timeline) {
   return result;
 }
 
-TEST(DocumentReader, ReadsAWholeDocument) {
+TEST(ReadTimelineTest, ReadsAWholeDocument) {
   const auto film = read(sample("film.vmap.xml"));
   ASSERT_TRUE(film.result) << tarn::chainDescription(film.result.error());
   EXPECT_THAT(film.warnings, IsEmpty());
   EXPECT_THAT(film.log, IsEmpty());
-  EXPECT_EQ(film.extensionPrefix, "mh");
+  EXPECT_EQ(film.prefix, "mh");
   EXPECT_THAT(film.timeline().payloadLength(), IdenticalTo(CMTimeMake(3690 * 600, 600)));
   ASSERT_THAT(film.timeline().contentImpressions(), SizeIs(3));
   EXPECT_EQ(film.timeline().contentImpressions()[1]->url()->absoluteString(),
@@ -95,7 +96,7 @@ std::string breaks(const std::string& text) {
   return result;
 }
 
-TEST(DocumentReader, PutsAdsWhereTheStreamHasThem) {
+TEST(ReadTimelineTest, PutsAdsWhereTheStreamHasThem) {
   using Row = std::tuple<const char*, std::string, std::vector<std::vector<double>>>;
   const Row rows[] = {
       {"a mid-roll moved on by a sequence of two",
@@ -118,7 +119,7 @@ TEST(DocumentReader, PutsAdsWhereTheStreamHasThem) {
   }
 }
 
-TEST(DocumentReader, PassesAnInvalidDurationOnToAllThatFollows) {
+TEST(ReadTimelineTest, PassesAnInvalidDurationOnToAllThatFollows) {
   const auto reading = read(vmap(breaks("start 15") + "\n<vmap:AdBreak timeOffset='00:01:00'/>\n" +
                                  breaks("00:02:00 15, 00:03:00 15")));
   ASSERT_TRUE(reading.result);
@@ -129,7 +130,7 @@ TEST(DocumentReader, PassesAnInvalidDurationOnToAllThatFollows) {
   for (const std::size_t later : {2u, 3u}) EXPECT_THAT(reading.ad(later).beginTime(), IsInvalidTime());
 }
 
-TEST(DocumentReader, ReadsTheFirstLinearAndTheLastCompanions) {
+TEST(ReadTimelineTest, ReadsTheFirstLinearAndTheLastCompanions) {
   const auto readCreatives = [](const std::string& creatives) {
     return read(vmap(adBreak("start", ad("a", creatives))));
   };
@@ -161,7 +162,7 @@ TEST(DocumentReader, ReadsTheFirstLinearAndTheLastCompanions) {
   EXPECT_THAT(twice.log, ElementsAre("Cannot process multiple Linear elements within a single Ad element."));
 }
 
-TEST(DocumentReader, ReadsOffsetsAndClicksAsWritten) {
+TEST(ReadTimelineTest, ReadsOffsetsAndClicksAsWritten) {
   const std::string content =
       "<TrackingEvents><Tracking event='progress' offset='5'>https://t.example/5</Tracking>"
       "<Tracking event='odd' offset='abc'>https://t.example/0</Tracking>"
@@ -185,7 +186,7 @@ TEST(DocumentReader, ReadsOffsetsAndClicksAsWritten) {
   EXPECT_THAT(reading.log, SizeIs(2));
 }
 
-TEST(DocumentReader, ChoosesTheExtensionByThePlainText) {
+TEST(ReadTimelineTest, ChoosesTheExtensionByThePlainText) {
   const std::string none = "xmlns:vmap='urn:v' ";
   const std::string zl = none + "xmlns:zl='urn:z' ";
   const std::string extension = "<zl:zephyrLumo payloadlength='2'/>";
@@ -205,14 +206,14 @@ TEST(DocumentReader, ChoosesTheExtensionByThePlainText) {
     SCOPED_TRACE(document);
     const auto reading = read(document);
     ASSERT_TRUE(reading.result);
-    EXPECT_EQ(reading.extensionPrefix, prefix);
+    EXPECT_EQ(reading.prefix, prefix);
     EXPECT_THAT(reading.timeline().payloadLength(), SecondsEq(payload));
     EXPECT_THAT(reading.timeline().contentLength(), IdenticalTo(CMTimeMake(0, 600)));
     EXPECT_THAT(reading.timeline().contentImpressions(), IsEmpty());
   }
 }
 
-TEST(DocumentReader, FailsWithTheReason) {
+TEST(ReadTimelineTest, FailsWithTheReason) {
   using Row = std::pair<std::string, std::optional<std::string>>;
   const std::string noDuration = adBreak("start", ad("a", "<Creative><Linear/></Creative>"));
   for (const auto& [bytes, description] :
@@ -223,7 +224,7 @@ TEST(DocumentReader, FailsWithTheReason) {
         Row{vmap(noDuration + breaks("#1 10")), "Linear Duration `(null)` could not be parsed."}}) {
     const auto reading = read(bytes);
     ASSERT_FALSE(reading.result) << bytes;
-    EXPECT_EQ(reading.extensionPrefix, bytes.empty() ? "" : "mh");
+    EXPECT_EQ(reading.prefix, bytes.empty() ? "" : "mh");
     const auto& error = reading.result.error();
     EXPECT_EQ(error.domain, "TarnLumoErrorDomain");
     EXPECT_EQ(error.code, 4011);
@@ -233,7 +234,7 @@ TEST(DocumentReader, FailsWithTheReason) {
   }
 }
 
-TEST(DocumentReader, TakesTheTextOfAnErrorFromTheCatalogueOfTheApplication) {
+TEST(ReadTimelineTest, TakesTheTextOfAnErrorFromTheCatalogueOfTheApplication) {
   const auto folder = std::filesystem::temp_directory_path() / ("catalogue-" + std::to_string(::getpid()));
   const std::string key = "AdBreak timeOffset `%@` could not be parsed.";
   const std::string text = "Zeit „%@“?";
@@ -255,7 +256,7 @@ TEST(DocumentReader, TakesTheTextOfAnErrorFromTheCatalogueOfTheApplication) {
   std::filesystem::remove_all(folder);
 }
 
-TEST(DocumentReader, WarnsOfEveryFlawOfASample) {
+TEST(ReadTimelineTest, WarnsOfEveryFlawOfASample) {
   const auto flawed = read(sample("flawed.vmap.xml"));
   ASSERT_TRUE(flawed.result);
   EXPECT_EQ(flawed.timeline().contentImpressions().at(0)->url(), std::nullopt) << "kept without a URL";
@@ -286,7 +287,7 @@ TEST(DocumentReader, WarnsOfEveryFlawOfASample) {
                   "one without a namespace is looked for) and yields one without id and duration."));
 }
 
-TEST(DocumentReader, WarnsOfDocumentsThatHoldNothing) {
+TEST(ReadTimelineTest, WarnsOfDocumentsThatHoldNothing) {
   const std::pair<const char*, const char*> rows[] = {
       {"<html><body/></html>", "“html”, not vmap:VMAP"},
       {"<VMAP xmlns='urn:v'/>", "“VMAP” in the namespace “urn:v”; only the prefix vmap"},
@@ -302,7 +303,7 @@ TEST(DocumentReader, WarnsOfDocumentsThatHoldNothing) {
   }
 }
 
-TEST(DocumentReader, WarnsOfStreamsThatDoNotAddUp) {
+TEST(ReadTimelineTest, WarnsOfStreamsThatDoNotAddUp) {
   const std::string late = "<TrackingEvents><T event='e' offset='11'>u:u</T></TrackingEvents>";
   const std::pair<std::string, const char*> rows[] = {
       {breaks("start 30"), "The payload length is 660 s, but content and ads add up to 630 s."},
@@ -338,7 +339,7 @@ TEST(DocumentReader, WarnsOfStreamsThatDoNotAddUp) {
   EXPECT_EQ(read(vmap(outside + outside)).warnings.at(0).line, 3) << "of the first break of the sequence";
 }
 
-TEST(DocumentReader, DoesNotWarnOfWhatIsInOrder) {
+TEST(ReadTimelineTest, DoesNotWarnOfWhatIsInOrder) {
   const auto warnings = [](const std::string& lengths, const std::string& impressions,
                            const std::string& creatives) {
     return read(vmap("xmlns:vmap='urn:v' xmlns:mh='urn:m'",
@@ -361,7 +362,7 @@ TEST(DocumentReader, DoesNotWarnOfWhatIsInOrder) {
                   Field(&TarnLumoWarning::message, HasSubstr("at 11 s lies outside"))));
 }
 
-TEST(DocumentReader, KeepsABoundedNumberOfWarnings) {
+TEST(ReadTimelineTest, KeepsABoundedNumberOfWarnings) {
   std::string impressions;
   for (int i = 0; i < 1500; ++i) impressions += "\n<mh:Impression/>";
   const auto reading = read(vmap("xmlns:vmap='urn:v' xmlns:mh='urn:m'",
