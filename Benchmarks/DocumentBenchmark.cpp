@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "Lumo/TarnLumoDocument.h"
+#include "Lumo/ReadTimeline.h"
 #include "Lumo/TarnLumoTimeline.h"
 
 namespace {
@@ -75,8 +75,7 @@ std::string documentOfSize(std::size_t size) {
 }
 
 std::shared_ptr<const TarnLumoTimeline> timelineOf(const std::string& bytes) {
-  TarnLumoDocument document(*tarn::URL::fromString("https://ads.example/vmap"));
-  return TarnLumoDeserializeTimelineFromDataWithError(document, bytes).value();
+  return tarn::readTimeline(bytes).timeline.value();
 }
 
 void parseBare(const std::string& bytes) {

@@ -6,24 +6,23 @@
 #include <string_view>
 
 #include "FuzzTarget.h"
+#include "Lumo/ReadTimeline.h"
 #include "Lumo/TarnLumoCommon.h"
-#include "Lumo/TarnLumoDocument.h"
-#include "Lumo/TarnLumoTimeline.h"
 #include "XML/TarnLumoONOXMLDocument.h"
 
 namespace {
 
 constexpr std::size_t kSmall = 48 << 10;
 constexpr std::size_t kLarge = 4 * kSmall;
-constexpr double kGrowthAllowed = 2.5;  // of the cost per byte, from the small document to the large one
-constexpr double kFactorAllowed = 100;  // of what a plain document of the same size costs
-constexpr double kSecondsOfInterest = 0.02;
-constexpr int kAttempts = 4;
+constexpr double kMaxGrowth = 2.5;  // of the cost per byte, from the small document to the large one
+constexpr double kMaxFactor = 100;  // of the cost of a plain document of the same size
+constexpr double kMinSecondsOfInterest = 0.02;
+constexpr int kMaxAttempts = 4;
 
 constexpr char kSeparator = '\x1e';
 constexpr char kCounter = '\x1f';
 
-/// What precedes the repeated part, the part, and what follows it.
+/// The text before the repeated part, the part, and the text after it.
 struct Pattern {
   std::string_view before;
   std::string_view unit;
@@ -60,8 +59,7 @@ struct Cost {
 
 double secondsFor(const std::string& document) {
   const double begin = cpuSeconds();
-  TarnLumoDocument retrieved(*tarn::URL::fromString("https://ads.example/vmap"));
-  static_cast<void>(TarnLumoDeserializeTimelineFromDataWithError(retrieved, document));
+  static_cast<void>(tarn::readTimeline(document));
   static_cast<void>(TarnLumoONOXMLDocument::HTMLDocumentWithData(document));
   return cpuSeconds() - begin;
 }
@@ -71,9 +69,8 @@ Cost costOf(const Pattern& pattern) {
 }
 
 bool isOutOfProportion(const Cost& cost, const Cost& plain) {
-  if (cost.large < kSecondsOfInterest || cost.large < 2 * plain.large) return false;
-  return cost.large > kGrowthAllowed * (kLarge / kSmall) * cost.small ||
-         cost.large > kFactorAllowed * plain.large;
+  if (cost.large < kMinSecondsOfInterest || cost.large < 2 * plain.large) return false;
+  return cost.large > kMaxGrowth * (kLarge / kSmall) * cost.small || cost.large > kMaxFactor * plain.large;
 }
 
 }  // namespace
@@ -95,6 +92,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (!isOutOfProportion(cost, plain)) return 0;
     std::fprintf(stderr, "%zu bytes take %.4f s, %zu bytes %.4f s, as many plain ones %.4f s\n", kSmall,
                  cost.small, kLarge, cost.large, plain.large);
-    if (attempt == kAttempts) std::abort();
+    if (attempt == kMaxAttempts) std::abort();
   }
 }

@@ -3,45 +3,30 @@
 #include <string_view>
 
 #include "FuzzTarget.h"
+#include "Lumo/ReadTimeline.h"
 #include "Lumo/TarnLumoCommon.h"
-#include "Lumo/TarnLumoDocument.h"
 #include "Lumo/TarnLumoTimeline.h"
 #include "Platform/Text.h"
 
-namespace {
-
-struct Reading {
-  tarn::Result<std::shared_ptr<const TarnLumoTimeline>> result;
-  std::vector<TarnLumoWarning> warnings;
-};
-
-Reading read(std::string_view bytes) {
-  TarnLumoDocument document(*tarn::URL::fromString("https://ads.example/vmap"));
-  auto result = TarnLumoDeserializeTimelineFromDataWithError(document, bytes);
-  return {std::move(result), document.warnings()};
-}
-
-}  // namespace
-
-/// Any bytes read to an error or a timeline: the same one each time, made of proper text.
+/// Any bytes are read to an error or a timeline: the same one each time, with valid UTF-8 throughout.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   TarnLumoLogConfigure(TarnLumoLogConfigDisabled);
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-  const Reading first = read(bytes);
-  const Reading second = read(bytes);
+  const auto first = tarn::readTimeline(bytes);
+  const auto second = tarn::readTimeline(bytes);
   require(first.warnings == second.warnings && first.warnings.size() <= 1001);
   for (const auto& warning : first.warnings)
     require(tarn::isUTF8(warning.message) && warning.message.size() < 2000);
-  require(first.result.has_value() == second.result.has_value());
-  if (!first.result) {
-    require(first.result.error() == second.result.error());
-    require(tarn::isUTF8(tarn::chainDescription(first.result.error())));
+  require(first.timeline.has_value() == second.timeline.has_value());
+  if (!first.timeline) {
+    require(first.timeline.error() == second.timeline.error());
+    require(tarn::isUTF8(tarn::chainDescription(first.timeline.error())));
     return 0;
   }
-  const TarnLumoTimeline& timeline = **first.result;
+  const TarnLumoTimeline& timeline = **first.timeline;
   // Content impressions are equal by identity, and so are timelines that have any.
   const auto& sequences = timeline.adSequences();
-  const auto& others = (*second.result)->adSequences();
+  const auto& others = (*second.timeline)->adSequences();
   require(std::equal(sequences.begin(), sequences.end(), others.begin(), others.end(),
                      [](const auto& a, const auto& b) { return *a == *b && a->hash() == b->hash(); }));
   require(tarn::isUTF8(timeline.description()));

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Takes fields off the front of the input; zero once it is used up.
+/// Reads fields from the front of the input; zero at its end.
 struct Input {
   const std::uint8_t* data;
   std::size_t size;

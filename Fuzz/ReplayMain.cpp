@@ -6,7 +6,7 @@
 
 #include "FuzzTarget.h"
 
-/// Feeds every file of the given folder to the fuzz target: what the fuzzer once found stays found.
+/// Feeds every file of the given folder to the fuzz target, so that faults found once stay fixed.
 int main(int argc, char** argv) {
   if (argc != 2) {
     std::cerr << "usage: " << argv[0] << " FOLDER\n";

@@ -56,9 +56,11 @@ CMTime timeAfterLastAd(const TarnLumoTimeline& timeline) {
 }  // namespace
 
 TarnKyrSession::TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybackSession,
-                               TarnLumoHTTPHeaders httpHeaders, std::shared_ptr<tarn::BeaconSink> beaconSink)
+                               TarnLumoHTTPHeaders httpHeaders, std::shared_ptr<tarn::BeaconSink> beaconSink,
+                               tarn::Fetch fetch)
     : inner_(std::move(innerPlaybackSession)),
       httpHeaders_(std::move(httpHeaders)),
+      fetch_(std::move(fetch)),
       sharedDigester_(std::make_shared<TarnLumoAnalyticsDigester>(
           std::make_shared<GatedBeaconSink>(gate_, std::move(beaconSink)))),
       terminationSignal_(makeTerminationSignal(inner_)) {
@@ -84,6 +86,7 @@ void TarnKyrSession::load() {
   const auto operation =
       TarnLumoTimeline::timelineOperationForLumoUXURL(selected ? selected->url() : std::nullopt);
   operation->setHttpHeaders(httpHeaders_);
+  operation->setFetch(fetch_);
   operation->setCompletionBlock([weak = weakSelf(), weakOperation = std::weak_ptr(operation)] {
     const auto concluded = weakOperation.lock();
     if (!concluded) return;

@@ -46,9 +46,9 @@ class TarnKyrSession final : public TarnPlaybackSession,
  public:
   /// Without an inner session the operations that would go to it write a log line. `httpHeaders` go with the
   /// request for the document. `beaconSink` receives the beacons, until the session terminates; null:
-  /// `tarn::HTTPBeaconSink::shared()`.
+  /// `tarn::HTTPBeaconSink::shared()`. `fetch` fetches the document; empty: over HTTP.
   TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybackSession, TarnLumoHTTPHeaders httpHeaders,
-                 std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr);
+                 std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr, tarn::Fetch fetch = nullptr);
   ~TarnKyrSession() override;
 
   [[nodiscard]] const std::shared_ptr<TarnPlaybackSession>& innerPlaybackSession() const { return inner_; }
@@ -207,6 +207,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
 
   const std::shared_ptr<TarnPlaybackSession> inner_;
   const TarnLumoHTTPHeaders httpHeaders_;
+  const tarn::Fetch fetch_;
   const tarn::TerminationGate gate_;
   const CMTime defaultSeekTolerance_ = CMTimeMakeWithSeconds(2.0, tarn::kDocumentTimescale);
   const CMTime defaultMinimumSeekToleranceBuffer_ = CMTimeMakeWithSeconds(3.0, tarn::kDocumentTimescale);

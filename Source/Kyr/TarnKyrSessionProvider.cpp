@@ -44,8 +44,8 @@ struct TarnKyrSessionProvider::State {
   std::weak_ptr<TarnSessionCommonProperties> commonProperties;
 
   [[nodiscard]] Sessions loadedSession(const Session& upstreamSession) const {
-    const auto session =
-        std::make_shared<TarnKyrSession>(upstreamSession, options->httpHeaders, options->beaconSink);
+    const auto session = std::make_shared<TarnKyrSession>(upstreamSession, options->httpHeaders,
+                                                          options->beaconSink, options->fetch);
     session->setSessionCommonProperties(commonProperties.lock());
     session->load();
     // The subscription holds the session until its load has come to an end, and no longer.

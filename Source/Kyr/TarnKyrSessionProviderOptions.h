@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Lumo/BeaconSink.h"
+#include "Lumo/Fetch.h"
 #include "Lumo/TarnLumoDocument.h"
 
 /// What an application may set on a provider, for the sessions made from then on. Main thread.
@@ -13,6 +14,10 @@ struct TarnKyrSessionProviderOptions {
 
   /// Added to each request for a VMAP document. Not to beacons, which go to other parties.
   TarnLumoHTTPHeaders httpHeaders = {{"User-Agent", defaultUserAgent()}};
+
+  /// Fetches the sessions' VMAP documents, with those headers: from a file, a cache, a test. Empty: over
+  /// HTTP.
+  tarn::Fetch fetch;
 
   /// Receives the sessions' beacons. Null: `tarn::HTTPBeaconSink::shared()`. An application with an overlay
   /// gives it the same sink.

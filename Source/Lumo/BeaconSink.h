@@ -15,7 +15,7 @@ class BeaconSink {
   virtual ~BeaconSink() = default;
 
   /// Takes one beacon and returns at once. Called on the thread that feeds the tracker, and on the main
-  /// thread for the overlay's clicks, in the order in which the beacons fall due. It may destroy what sends:
+  /// thread for the overlay's clicks, in the order in which the beacons fall due. It may destroy the sender:
   /// the rest of a list of beacons is then not sent.
   virtual void send(const URL& url) = 0;
 

@@ -13,7 +13,7 @@ class TarnLumoTimeline;
 namespace tarn {
 
 struct ReadTimelineOptions {
-  /// Whether to look for what the document's author would want to know. Changes nothing but the warnings.
+  /// Whether to look for faults that the document's author would want to know. Changes only the warnings.
   bool review = true;
 };
 

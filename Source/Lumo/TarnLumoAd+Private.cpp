@@ -5,8 +5,6 @@
 #include "Lumo/TarnLumoCommon.h"
 #include "Platform/NumberFormatter.h"
 
-namespace {}  // namespace
-
 bool TarnLumoTrackingEventsCollectionBuilder::addTrackingEventNamed(std::optional<std::string> name,
                                                                     std::string_view offsetString,
                                                                     std::optional<tarn::URL> url) {

@@ -3,13 +3,13 @@
 #include "Lumo/TarnLumoAd.h"
 
 /// Builders of the ad model: plain mutable holders, used by one thread while a document is read. Building
-/// copies, so a later change never reaches what is built; a builder may be built repeatedly.
+/// copies, so a later change never reaches a built object; a builder may be built repeatedly.
 
 struct TarnLumoTrackingEventsCollectionBuilder {
   std::vector<std::shared_ptr<const TarnLumoTrackingEvent>> trackingEvents;
 
   /// `offsetString` is in-ad seconds (en_US). One that is no number counts as 0 seconds, a valid offset;
-  /// answers whether it was one.
+  /// returns whether it was one.
   bool addTrackingEventNamed(std::optional<std::string> name, std::string_view offsetString,
                              std::optional<tarn::URL> url);
   void addTrackingEventNamed(std::optional<std::string> name, std::optional<tarn::URL> url);
@@ -51,6 +51,6 @@ struct TarnLumoAdBuilder {
   std::optional<std::vector<tarn::Dictionary>> vastAdCreativeExtensions;
   std::optional<std::vector<tarn::Dictionary>> vastAdExtensions;
 
-  /// The ad's end time is begin time + duration as they stand now.
+  /// The ad's end time is begin time + duration, of their current values.
   [[nodiscard]] std::shared_ptr<const TarnLumoAd> buildAd() const;
 };

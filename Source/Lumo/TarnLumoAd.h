@@ -40,7 +40,7 @@ class TarnLumoTrackingEvent {
   std::optional<tarn::URL> url_;
 };
 
-/// Tells which beacon URLs are due by name or by in-ad time.
+/// Finds the beacon URLs that are due, by name or by in-ad time.
 class TarnLumoTrackingEventsCollection {
  public:
   using Events = std::vector<std::shared_ptr<const TarnLumoTrackingEvent>>;
@@ -50,7 +50,7 @@ class TarnLumoTrackingEventsCollection {
   /// Sorts `orderedEventsWithOffsets` if it is not; equal offsets keep their order. No element is null.
   TarnLumoTrackingEventsCollection(EventsByName eventsByName, Events orderedEventsWithOffsets);
 
-  /// The events of each name in document order; events without a name stand under the empty name.
+  /// The events of each name in document order; events without a name are under the empty name.
   [[nodiscard]] const EventsByName& eventsByName() const { return eventsByName_; }
   /// Ascending by offset. Events named "complete" are never here: they are due when the ad is left, not at a
   /// time.
@@ -116,7 +116,7 @@ class TarnLumoCompanionAd {
   std::vector<tarn::URL> clickTrackingURLs_;
 };
 
-/// Tells which companions fit a slot. Only exact sizes match: no scaling, no nearest fit.
+/// Finds the companions that fit a slot. Only exact sizes match: no scaling, no nearest fit.
 class TarnLumoCompanionAdsCollection {
  public:
   using Companions = std::vector<std::shared_ptr<const TarnLumoCompanionAd>>;
@@ -141,7 +141,7 @@ class TarnLumoCompanionAdsCollection {
   Companions companions_;
 };
 
-/// Keys of the nested dictionary that an extension element is kept as: its tag (`std::string`), its
+/// Keys of the nested dictionary that represents an extension element: its tag (`std::string`), its
 /// attributes (a `tarn::Dictionary` of `std::string`), and its content: `std::vector<tarn::Dictionary>` of
 /// its child elements, or its text (`std::string`) when it has none.
 inline constexpr const char* kTarnXMLElementTagKey = "tag";
@@ -208,7 +208,7 @@ class TarnLumoAd {
 };
 
 /// A beacon to be sent when playback reaches a content time. Inside lists it compares by identity: each is a
-/// beacon of its own, whatever its values.
+/// beacon of its own, even with equal values.
 class TarnLumoContentImpression {
  public:
   TarnLumoContentImpression(std::optional<tarn::URL> url, CMTime logicalTime);

@@ -70,7 +70,7 @@ std::shared_ptr<const TarnLumoCompanionAd> TarnLumoAdAnalyticsSession::companion
   return companions ? companions->companionAdWithIdentifier(identifier) : nullptr;
 }
 
-/// The sink may destroy this session. The ad, whose lists `urls` may be one of, lives until all is done.
+/// The sink may destroy this session. The ad, which may own `urls`, is kept alive until the end.
 void TarnLumoAdAnalyticsSession::digest(const URLs& urls) {
   const auto ad = ad_;
   const std::weak_ptr<void> alive = alive_;

@@ -7,7 +7,7 @@
 #include "Lumo/TarnLumoAd.h"
 #include "Lumo/TarnLumoAnalyticsDigester.h"
 
-/// Sends the VAST beacons of one play of one ad. Made when the ad is entered, dropped when it is left. One
+/// Sends the VAST beacons of one play of one ad. Made when the ad is entered, released when it is left. One
 /// thread at a time. Any of its operations may end with the destruction of the session, by the sink.
 class TarnLumoAdAnalyticsSession {
  public:
@@ -22,8 +22,8 @@ class TarnLumoAdAnalyticsSession {
   void trackImpression();
   void trackCreativeView();
   /// `time` is in-ad. The first report sends the creative view. A forward step of at most 1.5 s sends the
-  /// events in [previous report, `time`); a longer one counts as a seek and sends none of what it passed. So
-  /// does a report at or past the ad's `endTime`, which is compared as it stands: a position in the stream.
+  /// events in [previous report, `time`); a longer one counts as a seek and sends none of those it passed. So
+  /// does a report at or past the ad's `endTime`, which is compared unconverted: a position in the stream.
   void trackProgressToTime(CMTime time);
   void trackAdComplete();
   void trackAdSkip();

@@ -6,7 +6,7 @@
 #include "Lumo/TarnLumoContentAnalyticsSession.h"
 #include "Lumo/TarnLumoProgressTracker.h"
 
-/// Listens to a tracker and sends what its events and content times call for. Runs on the thread that feeds
+/// Observes a tracker and sends the beacons that its events and times require. Runs on the thread that feeds
 /// the tracker. The sink may destroy it: nothing more is then sent.
 class TarnLumoAnalyticsSession {
  public:

@@ -36,18 +36,19 @@ void TarnLumoLog(std::string_view format,
 /// Reads HH:MM:SS or HH:MM:SS.mmm (VAST 3.0 §2.3.1.4, VMAP 1.0.1 §2.3.1), rounded to a tick of
 /// `kDocumentTimescale`.
 ///
-/// What follows a "+" is dropped. Minutes and seconds are not range-checked, and a field that is made of the
-/// allowed characters but is no number counts as 0. Anything else logs one line and gives the invalid time.
+/// Everything from a "+" on is dropped. Minutes and seconds are not range-checked, and a field that is made
+/// of the allowed characters but is no number counts as 0. Anything else logs one line and gives the invalid
+/// time.
 [[nodiscard]] CMTime TarnLumoDurationFromString(std::optional<std::string_view> string);
 
 /// Reads an ad break's offset: "start" (zero) and "end" (positive infinity) in any case, or a duration.
 /// Percentages and positions ("#1") give the invalid time.
 [[nodiscard]] CMTime TarnLumoAdBreakTimeOffsetFromString(std::optional<std::string_view> string);
 
-/// Reads a skip offset: a percentage of `duration`, or what an ad break's offset may be. Anything else logs
+/// Reads a skip offset: a percentage of `duration`, or any form of an ad break's offset. Anything else logs
 /// and gives the invalid time.
 [[nodiscard]] CMTime TarnLumoSkipOffsetFromStringWithDuration(std::optional<std::string_view> string,
                                                               CMTime duration);
 
-/// Whether two times are equal or lie closer together than `tolerance`; a difference equal to it is outside.
+/// Whether two times are equal or closer together than `tolerance`; a difference equal to it is outside.
 [[nodiscard]] bool TarnLumoCMTimesWithinTolerance(CMTime a, CMTime b, CMTime tolerance);

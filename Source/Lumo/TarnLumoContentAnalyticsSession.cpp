@@ -35,7 +35,7 @@ void TarnLumoContentAnalyticsSession::trackProgressToTime(CMTime time) {
   if (seekThreshold_ < CMTimeSubtract(time, previous)) return;
 
   auto impression = orderedContentImpressions_.begin();
-  if (positionsAscend_) {  // What lies at or before the previous time is not due.
+  if (positionsAscend_) {  // Impressions at or before the previous time are not due.
     impression = std::partition_point(impression, orderedContentImpressions_.end(),
                                       [&](const Placed& placed) { return previous >= placed.position; });
   }

@@ -16,12 +16,12 @@ class TarnLumoContentAnalyticsSession {
   TarnLumoContentAnalyticsSession& operator=(const TarnLumoContentAnalyticsSession&) = delete;
 
   /// `time` is content time. An impression is sent when content time passes the stream position of its
-  /// content point, that is, later by the ads before it. A forward step of more than 1.5 s sends nothing of
-  /// what it passed.
+  /// content point, that is, later by the ads before it. A forward step of more than 1.5 s sends none of
+  /// those it passed.
   void trackProgressToTime(CMTime time);
 
  private:
-  /// Where an impression's content time stands in the stream.
+  /// The absolute time of an impression's content time.
   struct Placed {
     CMTime position;
     std::optional<tarn::URL> url;

@@ -84,6 +84,11 @@ void TarnLumoDocument::setSharedURLSession(std::shared_ptr<tarn::HTTPSession> se
   sharedURLSession_.swap(session);  // the old one may end, which takes time: not under the lock
 }
 
+void TarnLumoDocument::setFetch(tarn::Fetch fetch) {
+  const std::lock_guard lock(mutex_);
+  fetch_ = std::move(fetch);
+}
+
 void TarnLumoDocument::retrieveOnQueue(tarn::Queue& queue, TarnLumoHTTPHeaders headers,
                                        Completion completion) {
   retrievalQueue_.async([self = shared_from_this(), &queue, headers = std::move(headers),
@@ -94,28 +99,47 @@ void TarnLumoDocument::retrieveOnQueue(tarn::Queue& queue, TarnLumoHTTPHeaders h
 
 void TarnLumoDocument::retrieve(tarn::Queue& queue, TarnLumoHTTPHeaders headers, Completion completion) {
   std::shared_ptr<tarn::HTTPSession> session;
+  tarn::Fetch fetch;
   {
     const std::lock_guard lock(mutex_);
     if (state_ == TarnLumoDocumentStateInitial) session = sharedURLSession_;
     state_ = session ? TarnLumoDocumentStateRetrieving : TarnLumoDocumentStateErrored;
+    fetch = fetch_;
   }
   if (!session) return completion(nullptr, multipleRetrievalError(lumoURL_));
-  request_ =
-      session->start({lumoURL_, std::move(headers)}, connectionOperationQueue_,
-                     [self = shared_from_this(), &queue, completion = std::move(completion)](auto response) {
-                       auto error = self->receive(std::move(response));
-                       queue.async([self, completion, error = std::move(error)] { completion(self, error); });
-                     });
+  auto finish = [self = shared_from_this(), &queue, completion = std::move(completion)](auto bytes) {
+    self->retrievalQueue_.async([self] { self->cancelFetch_ = nullptr; });  // it may hold the document
+    self->connectionOperationQueue_.async([self, &queue, completion, bytes = std::move(bytes)]() mutable {
+      auto error = self->receive(std::move(bytes));
+      queue.async([self, completion, error = std::move(error)] { completion(self, error); });
+    });
+  };
+  tarn::HTTPRequest request{lumoURL_, std::move(headers)};
+  cancelFetch_ = fetch ? fetch(std::move(request), std::move(finish))
+                       : fetchOverHTTP(*session, std::move(request), std::move(finish));
+}
+
+tarn::CancelFetch TarnLumoDocument::fetchOverHTTP(tarn::HTTPSession& session, tarn::HTTPRequest request,
+                                                  tarn::FetchCompletion completion) {
+  const auto task =
+      session.start(std::move(request), connectionOperationQueue_,
+                    [completion = std::move(completion)](tarn::Result<tarn::HTTPResponse> response) {
+                      if (!response) return completion(std::move(response).error());
+                      completion(std::move(response->body));
+                    });
+  return [task] { task.cancel(); };
 }
 
 void TarnLumoDocument::abortRetrieval() {
-  retrievalQueue_.async([self = shared_from_this()] { self->request_.cancel(); });
+  retrievalQueue_.async([self = shared_from_this()] {
+    if (self->cancelFetch_) self->cancelFetch_();
+  });
 }
 
-std::optional<tarn::Error> TarnLumoDocument::receive(tarn::Result<tarn::HTTPResponse> response) {
-  if (!response) return fail(TarnLumoDocumentErrorCodeConnection, std::move(response).error());
-  logResponse(response->body);
-  auto timeline = TarnLumoDeserializeTimelineFromDataWithError(*this, response->body);
+std::optional<tarn::Error> TarnLumoDocument::receive(tarn::Result<std::string> bytes) {
+  if (!bytes) return fail(TarnLumoDocumentErrorCodeConnection, std::move(bytes).error());
+  logResponse(*bytes);
+  auto timeline = TarnLumoDeserializeTimelineFromDataWithError(*this, *bytes);
   if (!timeline) return fail(TarnLumoDocumentErrorCodeDeserialization, std::move(timeline).error());
   const std::lock_guard lock(mutex_);
   timeline_ = std::move(*timeline);

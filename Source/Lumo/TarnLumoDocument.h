@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "Lumo/Fetch.h"
 #include "Lumo/TarnLumoWarning.h"
 #include "Platform/HTTPSession.h"
 #include "Platform/Operation.h"
@@ -57,45 +58,50 @@ class TarnLumoDocument : public std::enable_shared_from_this<TarnLumoDocument> {
   [[nodiscard]] TarnLumoDocumentState state() const;
   /// Null until the document has been read.
   [[nodiscard]] std::shared_ptr<const TarnLumoTimeline> timeline() const;
-  /// "mh", "zl" or empty: the prefix of the service's extension, known once the bytes have been looked at.
+  /// "mh", "zl" or empty: the prefix of the service's extension, known once the bytes have been read.
   [[nodiscard]] std::string vmapExtensionsNamespace() const;
   void setVmapExtensionsNamespace(std::string prefix);
-  /// What the reader noticed, in document order.
+  /// The reader's warnings, in document order.
   [[nodiscard]] std::vector<TarnLumoWarning> warnings() const;
   void setWarnings(std::vector<TarnLumoWarning> warnings);
 
   [[nodiscard]] std::shared_ptr<tarn::HTTPSession> sharedURLSession() const;
   /// Several documents may share a session. Null makes a fresh one.
   void setSharedURLSession(std::shared_ptr<tarn::HTTPSession> session);
+  /// Takes the place of the HTTP session. Empty: the session fetches. Set before the retrieval.
+  void setFetch(tarn::Fetch fetch);
 
   /// Fetches and reads the document; returns at once. `completion` is called on `queue`, which must outlive
   /// the retrieval, and at once on the document's retrieval queue when the document was already retrieved
-  /// (4012). Any HTTP status's body is read. Errors: 4010 with the transport error beneath, 4011 with the
-  /// reader's error beneath. The session's total time limit applies (60 s by default, and not a limit on idle
+  /// (4012). The body of any HTTP status is read. Errors: 4010 caused by the error of the fetch, 4011 caused
+  /// by that of the reader. The session's total time limit applies (60 s by default, and not a limit on idle
   /// time): a viewer waits for the document, and a server that sends it a byte at a time must not keep the
-  /// load open for ever.
+  /// load open indefinitely.
   void retrieveOnQueue(tarn::Queue& queue, TarnLumoHTTPHeaders headers, Completion completion);
-  /// Aborts the request of a retrieval in progress: its completion is called with 4010 and the cause
-  /// `HTTPErrorCode::cancelled`. Without effect before a retrieval and after its response has arrived. Any
-  /// thread; returns at once.
+  /// Cancels the fetch of a retrieval in progress: its completion is called with 4010 and, over HTTP, the
+  /// cause `HTTPErrorCode::cancelled`. Without effect before a retrieval and after the bytes have arrived.
+  /// Any thread; returns at once.
   void abortRetrieval();
 
  private:
   void retrieve(tarn::Queue& queue, TarnLumoHTTPHeaders headers, Completion completion);
-  /// Reads what arrived; absent on success.
-  std::optional<tarn::Error> receive(tarn::Result<tarn::HTTPResponse> response);
+  [[nodiscard]] tarn::CancelFetch fetchOverHTTP(tarn::HTTPSession& session, tarn::HTTPRequest request,
+                                                tarn::FetchCompletion completion);
+  /// Reads the bytes; returns no error on success.
+  std::optional<tarn::Error> receive(tarn::Result<std::string> bytes);
   tarn::Error fail(std::int64_t code, tarn::Error cause);
 
   const tarn::URL lumoURL_;
   tarn::SerialQueue retrievalQueue_{"TarnLumoDocument.retrievalQueue"};
-  tarn::HTTPTask request_;  // belongs to the retrieval queue
+  tarn::CancelFetch cancelFetch_;  // belongs to the retrieval queue
   tarn::OperationQueue connectionOperationQueue_{"com.tarn.lumo.TarnLumoDocument"};
-  mutable std::mutex mutex_;  // guards what follows
+  mutable std::mutex mutex_;  // guards all members below
   TarnLumoDocumentState state_ = TarnLumoDocumentStateInitial;
   std::shared_ptr<const TarnLumoTimeline> timeline_;
   std::string vmapExtensionsNamespace_;
   std::vector<TarnLumoWarning> warnings_;
   std::shared_ptr<tarn::HTTPSession> sharedURLSession_;
+  tarn::Fetch fetch_;
 };
 
 /// `tarn::readTimeline` for a document, whose extension namespace and warnings it sets, also when it fails.

@@ -14,7 +14,7 @@ class TarnLumoTimeline;
 /// A media time on the content axis, or, inside an ad, on the in-ad axis.
 using TarnLumoLogicalTime = CMTime;
 
-/// One position in a stitched stream and what plays there. Immutable value, any thread.
+/// One position in a stitched stream and the ad that plays there. Immutable value, any thread.
 class TarnLumoPath {
  public:
   /// `adSequence` and `ad` may be null: none plays.
@@ -30,7 +30,7 @@ class TarnLumoPath {
   [[nodiscard]] std::shared_ptr<const TarnLumoAd> ad() && { return std::move(ad_); }
 
   /// In an ad, the time elapsed in it; elsewhere the absolute time less the durations of the ads that ended
-  /// before it; the absolute time itself when that has no valid answer.
+  /// before it; the absolute time itself when that is not valid.
   [[nodiscard]] TarnLumoLogicalTime logicalTime() const;
 
   [[nodiscard]] bool isEqualToPath(const TarnLumoPath& other) const;

@@ -7,7 +7,7 @@
 namespace {
 
 /// A step back into an ad that is shorter than this is jitter of the player, not a seek.
-constexpr double kShortestBackwardSeekIntoAd = 5.0;
+constexpr double kMinBackwardSeekIntoAd = 5.0;
 
 bool isEarlier(const TarnLumoPath& path, const TarnLumoPath& other) {
   return path.absoluteTime() < other.absoluteTime();
@@ -19,39 +19,41 @@ bool differ(const std::shared_ptr<const T>& a, const std::shared_ptr<const T>& b
 }
 
 template <typename T>
-const T* read(const std::optional<tarn::Dictionary>& properties, std::string_view key) {
-  return properties ? properties->get<T>(key) : nullptr;
+std::shared_ptr<const T> read(const tarn::Dictionary& properties, std::string_view key) {
+  const auto* object = properties.get<std::shared_ptr<const T>>(key);
+  return object ? *object : nullptr;
 }
 
-template <typename T>
-std::optional<tarn::Dictionary> propertiesOf(std::string_view key, const std::shared_ptr<const T>& object) {
-  if (!object) return std::nullopt;
-  tarn::Dictionary properties;
-  properties.set(key, object);
-  return properties;
+TarnLumoProgressTrackerEvent::Fields fieldsOf(const std::optional<tarn::Dictionary>& properties) {
+  if (!properties) return {};
+  TarnLumoProgressTrackerEvent::Fields fields;
+  fields.ad = read<TarnLumoAd>(*properties, kTarnLumoProgressTrackerEventPropertiesKeyAd);
+  fields.adSequence =
+      read<TarnLumoAdSequence>(*properties, kTarnLumoProgressTrackerEventPropertiesKeyAdSequence);
+  if (const auto* time = properties->get<CMTime>(kTarnLumoProgressTrackerEventPropertiesKeyAdProgress))
+    fields.adProgress = *time;
+  return fields;
 }
 
 }  // namespace
 
 TarnLumoProgressTrackerEvent::TarnLumoProgressTrackerEvent(TarnLumoProgressTrackerEventType type,
+                                                           Fields fields)
+    : type_(type), fields_(std::move(fields)) {}
+
+TarnLumoProgressTrackerEvent::TarnLumoProgressTrackerEvent(TarnLumoProgressTrackerEventType type,
                                                            std::optional<tarn::Dictionary> properties)
-    : type_(type), properties_(std::move(properties)) {}
+    : type_(type), fields_(fieldsOf(properties)), givenProperties_(std::move(properties)) {}
 
-std::shared_ptr<const TarnLumoAd> TarnLumoProgressTrackerEvent::ad() const {
-  const auto* ad =
-      read<std::shared_ptr<const TarnLumoAd>>(properties_, kTarnLumoProgressTrackerEventPropertiesKeyAd);
-  return ad ? *ad : nullptr;
-}
-
-std::shared_ptr<const TarnLumoAdSequence> TarnLumoProgressTrackerEvent::adSequence() const {
-  const auto* sequence = read<std::shared_ptr<const TarnLumoAdSequence>>(
-      properties_, kTarnLumoProgressTrackerEventPropertiesKeyAdSequence);
-  return sequence ? *sequence : nullptr;
-}
-
-std::optional<CMTime> TarnLumoProgressTrackerEvent::adProgress() const {
-  const auto* progress = read<CMTime>(properties_, kTarnLumoProgressTrackerEventPropertiesKeyAdProgress);
-  return progress ? std::optional(*progress) : std::nullopt;
+std::optional<tarn::Dictionary> TarnLumoProgressTrackerEvent::properties() const {
+  if (givenProperties_) return givenProperties_;
+  tarn::Dictionary properties;
+  if (fields_.ad) properties.set(kTarnLumoProgressTrackerEventPropertiesKeyAd, fields_.ad);
+  if (fields_.adSequence)
+    properties.set(kTarnLumoProgressTrackerEventPropertiesKeyAdSequence, fields_.adSequence);
+  if (fields_.adProgress)
+    properties.set(kTarnLumoProgressTrackerEventPropertiesKeyAdProgress, *fields_.adProgress);
+  return properties.empty() ? std::nullopt : std::optional(std::move(properties));
 }
 
 TarnLumoProgressTracker::TarnLumoProgressTracker(std::shared_ptr<const TarnLumoTimeline> timeline)
@@ -86,7 +88,8 @@ void TarnLumoProgressTracker::progressTimeUpdate(CMTime time) {
   const tarn::Token accepted([this, &next] { previousPath_ = std::move(next); });  // also when one throws
   emitTransitions(next);
   if (next.ad()) {
-    emitAdProgress(next);
+    emitEvent(TarnLumoProgressTrackerEventTypeAdProgress,
+              {.ad = next.ad(), .adProgress = next.logicalTime()});
   } else {
     contentTime_.set(next.logicalTime());
   }
@@ -97,7 +100,7 @@ bool TarnLumoProgressTracker::goesBackInAd(const TarnLumoPath& next) const {
   if (previousPath_->ad()) return true;
   if (!next.ad()) return false;
   const CMTime distance = CMTimeSubtract(previousPath_->absoluteTime(), next.absoluteTime());
-  return CMTimeGetSeconds(distance) < kShortestBackwardSeekIntoAd;
+  return CMTimeGetSeconds(distance) < kMinBackwardSeekIntoAd;
 }
 
 void TarnLumoProgressTracker::emitTransitions(const TarnLumoPath& next) {
@@ -108,36 +111,19 @@ void TarnLumoProgressTracker::emitTransitions(const TarnLumoPath& next) {
   const bool adsDiffer = differ(previousAd, next.ad());
   const bool sequencesChange = adsDiffer && differ(previousSequence, next.adSequence());
 
-  if (adsDiffer || adExited) emitAdEvent(TarnLumoProgressTrackerEventTypeExitAd, previousAd);
+  if (adsDiffer || adExited) emitEvent(TarnLumoProgressTrackerEventTypeExitAd, {.ad = previousAd});
   if (adExited || sequencesChange) {
-    emitAdSequenceEvent(TarnLumoProgressTrackerEventTypeExitAdSequence, previousSequence);
+    emitEvent(TarnLumoProgressTrackerEventTypeExitAdSequence, {.adSequence = previousSequence});
   }
   if (adEntered || sequencesChange) {
-    emitAdSequenceEvent(TarnLumoProgressTrackerEventTypeEnterAdSequence, next.adSequence());
+    emitEvent(TarnLumoProgressTrackerEventTypeEnterAdSequence, {.adSequence = next.adSequence()});
   }
-  if (adEntered || adsDiffer) emitAdEvent(TarnLumoProgressTrackerEventTypeEnterAd, next.ad());
-}
-
-void TarnLumoProgressTracker::emitAdEvent(TarnLumoProgressTrackerEventType type,
-                                          const std::shared_ptr<const TarnLumoAd>& ad) {
-  emitEvent(type, propertiesOf(kTarnLumoProgressTrackerEventPropertiesKeyAd, ad));
-}
-
-void TarnLumoProgressTracker::emitAdSequenceEvent(
-    TarnLumoProgressTrackerEventType type, const std::shared_ptr<const TarnLumoAdSequence>& adSequence) {
-  emitEvent(type, propertiesOf(kTarnLumoProgressTrackerEventPropertiesKeyAdSequence, adSequence));
-}
-
-void TarnLumoProgressTracker::emitAdProgress(const TarnLumoPath& path) {
-  tarn::Dictionary properties;
-  properties.set(kTarnLumoProgressTrackerEventPropertiesKeyAd, path.ad());
-  properties.set(kTarnLumoProgressTrackerEventPropertiesKeyAdProgress, path.logicalTime());
-  emitEvent(TarnLumoProgressTrackerEventTypeAdProgress, std::move(properties));
+  if (adEntered || adsDiffer) emitEvent(TarnLumoProgressTrackerEventTypeEnterAd, {.ad = next.ad()});
 }
 
 void TarnLumoProgressTracker::emitEvent(TarnLumoProgressTrackerEventType type,
-                                        std::optional<tarn::Dictionary> properties) {
-  event_.set(std::make_shared<const TarnLumoProgressTrackerEvent>(type, std::move(properties)));
+                                        TarnLumoProgressTrackerEvent::Fields fields) {
+  event_.set(std::make_shared<const TarnLumoProgressTrackerEvent>(type, std::move(fields)));
 }
 
 void TarnLumoProgressTracker::setAbsoluteSeekableTimeRanges(TimeRanges ranges) {

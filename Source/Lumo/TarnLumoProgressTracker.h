@@ -27,34 +27,48 @@ inline constexpr const char* kTarnLumoProgressTrackerEventPropertiesKeyAdSequenc
 inline constexpr const char* kTarnLumoProgressTrackerEventPropertiesKeyAdProgress =
     "kTarnLumoProgressTrackerEventPropertiesKeyAdProgress";
 
-/// Immutable. `properties` is absent where the object that it would carry is.
+/// Immutable.
 class TarnLumoProgressTrackerEvent {
  public:
+  /// The subject of an event; its type says which fields are present.
+  struct Fields {
+    std::shared_ptr<const TarnLumoAd> ad = nullptr;
+    std::shared_ptr<const TarnLumoAdSequence> adSequence = nullptr;
+    std::optional<CMTime> adProgress = std::nullopt;  ///< In-ad time.
+  };
+
+  TarnLumoProgressTrackerEvent(TarnLumoProgressTrackerEventType type, Fields fields);
+  /// Takes the fields from the properties, by their keys.
   TarnLumoProgressTrackerEvent(TarnLumoProgressTrackerEventType type,
                                std::optional<tarn::Dictionary> properties);
 
   [[nodiscard]] TarnLumoProgressTrackerEventType type() const { return type_; }
-  [[nodiscard]] const std::optional<tarn::Dictionary>& properties() const { return properties_; }
-  /// Typed reads of the properties: null or absent when there is none.
-  [[nodiscard]] std::shared_ptr<const TarnLumoAd> ad() const;
-  [[nodiscard]] std::shared_ptr<const TarnLumoAdSequence> adSequence() const;
-  [[nodiscard]] std::optional<CMTime> adProgress() const;
+  /// Null or absent when the event has none.
+  [[nodiscard]] const std::shared_ptr<const TarnLumoAd>& ad() const { return fields_.ad; }
+  [[nodiscard]] const std::shared_ptr<const TarnLumoAdSequence>& adSequence() const {
+    return fields_.adSequence;
+  }
+  [[nodiscard]] const std::optional<CMTime>& adProgress() const { return fields_.adProgress; }
+  /// The dictionary that the event was made from, or one that each call makes of the fields; absent without
+  /// either.
+  [[nodiscard]] std::optional<tarn::Dictionary> properties() const;
 
  private:
   TarnLumoProgressTrackerEventType type_;
-  std::optional<tarn::Dictionary> properties_;
+  Fields fields_;
+  std::optional<tarn::Dictionary> givenProperties_;
 };
 
 /// Turns the playhead of the stitched stream into content time and an ordered stream of ad events.
 ///
-/// The owner writes the inputs; the tracker answers, synchronously and before the write returns, by assigning
+/// The owner writes the inputs; the tracker reacts, synchronously and before the write returns, by assigning
 /// its observable outputs. It has no timer and no lock: inputs are written from one thread at a time. While
-/// an ad plays the tracker only moves forward, and content time stands still.
+/// an ad plays the tracker only moves forward, and content time does not change.
 ///
-/// An observer may write inputs. A position that is written while another is being announced is taken up
+/// An observer may write inputs. A position that is written while another is being announced is processed
 /// when that one is finished, still before the outer write returns, so that observers see whole, ordered
-/// transitions. An observer may also release a tracker that is held by a `std::shared_ptr`. An exception of
-/// an observer leaves the write: the position counts as announced, those written meanwhile are dropped.
+/// transitions. An observer may also release a tracker that is owned by a `std::shared_ptr`. An exception of
+/// an observer leaves the write: the position counts as announced, those written during it are dropped.
 class TarnLumoProgressTracker : public std::enable_shared_from_this<TarnLumoProgressTracker> {
  public:
   using TimeRanges = std::optional<std::vector<CMTimeRange>>;
@@ -94,11 +108,7 @@ class TarnLumoProgressTracker : public std::enable_shared_from_this<TarnLumoProg
   void progressTimeUpdate(CMTime time);
   [[nodiscard]] bool goesBackInAd(const TarnLumoPath& next) const;
   void emitTransitions(const TarnLumoPath& next);
-  void emitAdEvent(TarnLumoProgressTrackerEventType type, const std::shared_ptr<const TarnLumoAd>& ad);
-  void emitAdSequenceEvent(TarnLumoProgressTrackerEventType type,
-                           const std::shared_ptr<const TarnLumoAdSequence>& adSequence);
-  void emitAdProgress(const TarnLumoPath& path);
-  void emitEvent(TarnLumoProgressTrackerEventType type, std::optional<tarn::Dictionary> properties);
+  void emitEvent(TarnLumoProgressTrackerEventType type, TarnLumoProgressTrackerEvent::Fields fields);
   void rangesUpdate(const TimeRanges& absolute, tarn::Observable<TimeRanges>& content) const;
 
   std::shared_ptr<const TarnLumoTimeline> timeline_;

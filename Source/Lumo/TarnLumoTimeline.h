@@ -15,8 +15,8 @@ class TarnLumoTimelineOperation;
 /// the stream, ads included) and content time (a position in the content alone). Immutable, any thread; made
 /// by `make`, shared.
 ///
-/// Mapping and `pathAtTime` take logarithmic time in the number of breaks for sequences that stand in stream
-/// order without overlap; for others they walk, so that every result is what the definitions say.
+/// Mapping and `pathAtTime` take logarithmic time in the number of breaks for sequences that are in stream
+/// order without overlap; for others they walk the list. The results are the same.
 class TarnLumoTimeline : public std::enable_shared_from_this<TarnLumoTimeline> {
   struct Key {};
 
@@ -47,15 +47,15 @@ class TarnLumoTimeline : public std::enable_shared_from_this<TarnLumoTimeline> {
   /// length zero.
   [[nodiscard]] std::vector<TarnLumoContentSegment> contentSegments() const;
 
-  /// Content time at an absolute time; inside a break, the content time at which the break sits. Invalid when
-  /// the time lies behind all segments and they add up to nothing.
+  /// Content time at an absolute time; inside a break, the content time of the break. Invalid when
+  /// the time is after all segments and they add up to nothing.
   [[nodiscard]] CMTime contentTimeAtAbsoluteTime(CMTime absoluteTime) const;
 
   /// Absolute time at a content time. On a break it is the break's end; at the content's end (and for a
-  /// negative time) the payload length; behind it, invalid.
+  /// negative time) the payload length; after it, invalid.
   [[nodiscard]] CMTime absoluteTimeAtContentTime(CMTime contentTime) const;
 
-  /// What plays at an absolute time.
+  /// The ad, if any, and the logical time at an absolute time.
   [[nodiscard]] TarnLumoPath pathAtTime(CMTime absoluteTime) const;
 
   /// Content impressions compare by identity.

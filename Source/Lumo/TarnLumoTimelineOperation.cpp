@@ -46,6 +46,7 @@ void TarnLumoTimelineOperation::begin() {
     executing_ = true;
   }
   const auto document = std::make_shared<TarnLumoDocument>(*lumoUXURL_);
+  document->setFetch(fetch_);
   document->retrieveOnQueue(tarn::MainQueue::shared(), httpHeaders_,
                             [self = shared_from_this(), this](const auto& retrieved, const auto& error) {
                               conclude(retrieved.get(), error);

@@ -25,10 +25,12 @@ class TarnLumoTimelineOperation final : public tarn::Operation {
   [[nodiscard]] const TarnLumoHTTPHeaders& httpHeaders() const { return httpHeaders_; }
   /// Set before the operation starts.
   void setHttpHeaders(TarnLumoHTTPHeaders headers) { httpHeaders_ = std::move(headers); }
+  /// As for `TarnLumoDocument::setFetch`. Set before the operation starts.
+  void setFetch(tarn::Fetch fetch) { fetch_ = std::move(fetch); }
 
   [[nodiscard]] std::shared_ptr<const TarnLumoTimeline> resultTimeline() const;
   [[nodiscard]] std::optional<tarn::Error> error() const;
-  /// What the reader noticed in the document; empty before the operation has finished.
+  /// The reader's warnings about the document; empty before the operation has finished.
   [[nodiscard]] std::vector<TarnLumoWarning> warnings() const;
 
   /// A second start is ignored, with one exception: on an operation that has been cancelled it announces
@@ -37,7 +39,7 @@ class TarnLumoTimelineOperation final : public tarn::Operation {
   /// first time.
   void start() override;
   /// Aborts the retrieval in progress, which then ends like one that fails: with 4010, on the main queue. For
-  /// an owner that has no more use for the result. Any thread; returns at once.
+  /// an owner that no longer needs the result. Any thread; returns at once.
   void abortRetrieval();
   [[nodiscard]] bool isConcurrent() const override { return true; }
   [[nodiscard]] bool isExecuting() const override;
@@ -50,6 +52,7 @@ class TarnLumoTimelineOperation final : public tarn::Operation {
 
   std::optional<tarn::URL> lumoUXURL_;
   TarnLumoHTTPHeaders httpHeaders_;
+  tarn::Fetch fetch_;
   tarn::SerialQueue isolationQueue_;
   std::weak_ptr<TarnLumoDocument> document_;  // belongs to the isolation queue
   mutable std::mutex lockObject_;

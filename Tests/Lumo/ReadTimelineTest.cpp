@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "Lumo/Internal/TarnLumoValueReader.h"
 #include "Lumo/TarnLumoDocument.h"
 #include "Lumo/TarnLumoTimeline.h"
 #include "Platform/Log.h"
@@ -119,7 +120,7 @@ TEST(ReadTimelineTest, PutsAdsWhereTheStreamHasThem) {
   }
 }
 
-TEST(ReadTimelineTest, PassesAnInvalidDurationOnToAllThatFollows) {
+TEST(ReadTimelineTest, InvalidatesTheBeginTimesAfterAnInvalidDuration) {
   const auto reading = read(vmap(breaks("start 15") + "\n<vmap:AdBreak timeOffset='00:01:00'/>\n" +
                                  breaks("00:02:00 15, 00:03:00 15")));
   ASSERT_TRUE(reading.result);
@@ -213,6 +214,15 @@ TEST(ReadTimelineTest, ChoosesTheExtensionByThePlainText) {
   }
 }
 
+TEST(ReadTimelineTest, ReadsTheIntegerThatATextBeginsWith) {
+  EXPECT_EQ(tarn::leadingInteger(" \n+42px"), 42);
+  EXPECT_EQ(tarn::leadingInteger("-7.9"), -7);
+  EXPECT_EQ(tarn::leadingInteger("99999999999999999999"), INT64_MAX);
+  EXPECT_EQ(tarn::leadingInteger("-99999999999999999999"), INT64_MIN);
+  for (const char* text : {"", "-", "+-1", "x1", "- 1"})
+    EXPECT_EQ(tarn::leadingInteger(text), std::nullopt) << text;
+}
+
 TEST(ReadTimelineTest, FailsWithTheReason) {
   using Row = std::pair<std::string, std::optional<std::string>>;
   const std::string noDuration = adBreak("start", ad("a", "<Creative><Linear/></Creative>"));
@@ -229,7 +239,7 @@ TEST(ReadTimelineTest, FailsWithTheReason) {
     EXPECT_EQ(error.domain, "TarnLumoErrorDomain");
     EXPECT_EQ(error.code, 4011);
     EXPECT_EQ(error.description, description);
-    EXPECT_EQ(error.underlying != nullptr, !description) << "the parser's error lies beneath";
+    EXPECT_EQ(error.underlying != nullptr, !description) << "caused by the parser's error";
     EXPECT_THAT(error.recoverySuggestion.value_or("line 3"), HasSubstr("line 3"));
   }
 }
@@ -239,7 +249,8 @@ TEST(ReadTimelineTest, TakesTheTextOfAnErrorFromTheCatalogueOfTheApplication) {
   const std::string key = "AdBreak timeOffset `%@` could not be parsed.";
   const std::string text = "Zeit „%@“?";
   const auto keySize = static_cast<std::uint32_t>(key.size());
-  // Magic, version, number of texts, where the two tables begin, no hash table; then the tables themselves.
+  // Magic, version, number of texts, the offsets of the two tables, no hash table; then the tables
+  // themselves.
   const std::uint32_t head[] = {
       0x950412de, 0, 1, 28, 36, 0, 44, keySize, 44, static_cast<std::uint32_t>(text.size()), 45 + keySize};
   std::filesystem::create_directories(folder / "xx/LC_MESSAGES");
@@ -287,7 +298,7 @@ TEST(ReadTimelineTest, WarnsOfEveryFlawOfASample) {
                   "one without a namespace is looked for) and yields one without id and duration."));
 }
 
-TEST(ReadTimelineTest, WarnsOfDocumentsThatHoldNothing) {
+TEST(ReadTimelineTest, WarnsOfDocumentsWithoutAds) {
   const std::pair<const char*, const char*> rows[] = {
       {"<html><body/></html>", "“html”, not vmap:VMAP"},
       {"<VMAP xmlns='urn:v'/>", "“VMAP” in the namespace “urn:v”; only the prefix vmap"},
@@ -339,7 +350,7 @@ TEST(ReadTimelineTest, WarnsOfStreamsThatDoNotAddUp) {
   EXPECT_EQ(read(vmap(outside + outside)).warnings.at(0).line, 3) << "of the first break of the sequence";
 }
 
-TEST(ReadTimelineTest, DoesNotWarnOfWhatIsInOrder) {
+TEST(ReadTimelineTest, DoesNotWarnOfCorrectDocuments) {
   const auto warnings = [](const std::string& lengths, const std::string& impressions,
                            const std::string& creatives) {
     return read(vmap("xmlns:vmap='urn:v' xmlns:mh='urn:m'",

@@ -100,7 +100,7 @@ TEST(TarnLumoAdTest, EqualityLooksAtEveryFieldButTheExtensions) {
   }
 }
 
-TEST(TarnLumoAdTest, DescribesItselfAndWhatHoldsItPieceByPiece) {
+TEST(TarnLumoAdTest, DescribesItselfAndItsOwnersPieceByPiece) {
   TarnLumoTrackingEventsCollectionBuilder events;
   events.addTrackingEventNamed("complete", "30", url("complete"));
   TarnLumoAdBuilder builder = fullAd();
@@ -127,7 +127,7 @@ TEST(TarnLumoAdTest, DescribesItselfAndWhatHoldsItPieceByPiece) {
       "(<TarnLumoContentImpression; url = https://t.example/c; logicalTime = 1;>);>;>");
 }
 
-TEST(TarnLumoAdSequenceTest, SpansItsAds) {
+TEST(TarnLumoAdTest, SequencesSpanTheirAds) {
   auto second = fullAd();
   second.beginTime = seconds(661);
   second.duration = seconds(15);
@@ -144,7 +144,7 @@ TEST(TarnLumoAdSequenceTest, SpansItsAds) {
     EXPECT_THAT(time, IdenticalTo(CMTime{}));
 }
 
-TEST(TarnLumoTrackingEventsTest, FindsTheEventsOfAHalfOpenInterval) {
+TEST(TarnLumoAdTest, TrackingEventsAreFoundByAHalfOpenInterval) {
   const auto events = startQuartileCompletePause();
   const CMTime tick = CMTimeMake(1, 600);
   const CMTime quartile = seconds(7.5);
@@ -166,7 +166,7 @@ TEST(TarnLumoTrackingEventsTest, FindsTheEventsOfAHalfOpenInterval) {
         << CMTimeCopyDescription(from) << " to " << CMTimeCopyDescription(to);
 }
 
-TEST(TarnLumoTrackingEventsTest, KeepsDocumentOrderWithinANameAndSkipsMissingURLs) {
+TEST(TarnLumoAdTest, TrackingEventsKeepDocumentOrderWithinANameAndSkipMissingURLs) {
   TarnLumoTrackingEventsCollectionBuilder builder;
   builder.addTrackingEventNamed("mute", url("1"));
   builder.addTrackingEventNamed("mute", "9", std::nullopt);
@@ -180,7 +180,7 @@ TEST(TarnLumoTrackingEventsTest, KeepsDocumentOrderWithinANameAndSkipsMissingURL
   EXPECT_THAT(paths(events->URLsForTrackingEventsAtOrAfter(kCMTimeZero, seconds(10))), ElementsAre("2"));
 }
 
-TEST(TarnLumoTrackingEventsTest, TakesAnOffsetThatIsNoNumberForTheStart) {
+TEST(TarnLumoAdTest, ATrackingOffsetThatIsNoNumberIsTheStart) {
   TarnLumoTrackingEventsCollectionBuilder builder;
   for (const char* text : {"", "7,5", "00:00:05", "25%", "1.2.3"}) {
     EXPECT_FALSE(builder.addTrackingEventNamed("progress", text, url("p"))) << text;
@@ -194,7 +194,7 @@ TEST(TarnLumoTrackingEventsTest, TakesAnOffsetThatIsNoNumberForTheStart) {
   EXPECT_EQ(events[0]->compareByOffset(*events[1]), 0);
 }
 
-TEST(TarnLumoCompanionAdsTest, StandInOrderOfWidthThenHeightAndMatchExactSizesOnly) {
+TEST(TarnLumoAdTest, CompanionsAreInOrderOfWidthThenHeightAndMatchExactSizesOnly) {
   TarnLumoCompanionAdsCollectionBuilder builder;
   const auto big = companion(300, 250, "x");
   const auto banner = companion(728, 90, "banner");
@@ -210,7 +210,7 @@ TEST(TarnLumoCompanionAdsTest, StandInOrderOfWidthThenHeightAndMatchExactSizesOn
   EXPECT_EQ(collection->companionAdWithIdentifier(""), nullptr);
 }
 
-/// Each makes a value that is equal to none of the others' but to what it makes itself again.
+/// Each makes a value that equals none of the others' values, but equals the next one it makes itself.
 template <typename T>
 void expectDistinct(const std::vector<std::function<std::shared_ptr<const T>()>>& makers) {
   for (const auto& make : makers) {
@@ -220,7 +220,7 @@ void expectDistinct(const std::vector<std::function<std::shared_ptr<const T>()>>
   }
 }
 
-TEST(TarnLumoCompanionAdsTest, EqualityLooksAtEveryField) {
+TEST(TarnLumoAdTest, EqualityOfCompanionsLooksAtEveryField) {
   using B = TarnLumoCompanionAdBuilder;
   const auto with = [](const std::function<void(B&)>& change) {
     return [change] {
@@ -238,7 +238,7 @@ TEST(TarnLumoCompanionAdsTest, EqualityLooksAtEveryField) {
        with([](B& b) { b.clickTrackingURLs = {url("k")}; })});
 }
 
-TEST(TarnLumoTrackingEventsTest, EqualityLooksAtNamesOffsetsAndURLs) {
+TEST(TarnLumoAdTest, EqualityOfTrackingEventsLooksAtNamesOffsetsAndURLs) {
   const auto events = [](std::optional<std::string> name, const char* offset, const char* path) {
     return [=] {
       TarnLumoTrackingEventsCollectionBuilder builder;
@@ -251,7 +251,7 @@ TEST(TarnLumoTrackingEventsTest, EqualityLooksAtNamesOffsetsAndURLs) {
                                                     events(std::nullopt, "1", "a")});
 }
 
-TEST(TarnLumoContentImpressionTest, EqualityLooksAtURLAndTime) {
+TEST(TarnLumoAdTest, EqualityOfContentImpressionsLooksAtURLAndTime) {
   using Impression = TarnLumoContentImpression;
   const Impression impression(url("a"), seconds(1));
   const Impression equal(url("a"), CMTimeMake(1, 1));

@@ -24,9 +24,9 @@ TEST(TarnLumoAnalyticsDigesterTest, SendsOnePlainRequestAURLAndReturnsAtOnce) {
   }
   digester.digestEvent(server.url("/impression?id=%5BX%5D"));
   ASSERT_TRUE(server.waitForRequests(1));
-  EXPECT_FALSE(HTTPBeaconSink::shared()->flush(0ms)) << "the answer is still held";
+  EXPECT_FALSE(HTTPBeaconSink::shared()->flush(0ms)) << "the response is still held";
   digester.digestEvent(server.url("/moved"));
-  ASSERT_TRUE(server.waitForRequests(3)) << "no beacon waits for another's answer";
+  ASSERT_TRUE(server.waitForRequests(3)) << "no beacon waits for another's response";
   server.release();
   EXPECT_TRUE(HTTPBeaconSink::shared()->flush(20s));
 

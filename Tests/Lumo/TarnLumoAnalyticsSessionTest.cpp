@@ -50,7 +50,27 @@ struct Played {
   TarnLumoAdAnalyticsSession session;
 };
 
-TEST(TarnLumoAdAnalyticsSessionTest, SendsTheBeaconsOfEachMomentInTheirOrder) {
+class TarnLumoAnalyticsSessionTest : public Test {
+ protected:
+  void watch(std::shared_ptr<const TarnLumoTimeline> timeline) {
+    watch(std::make_shared<TarnLumoProgressTracker>(std::move(timeline)));
+  }
+  void watch(std::shared_ptr<TarnLumoProgressTracker> watched) {
+    tracker = std::move(watched);
+    session = TarnLumoAnalyticsSession::initWithProgessTracker(
+        tracker, std::make_shared<TarnLumoAnalyticsDigester>(sink));
+  }
+  Beacons at(double time) {
+    tracker->setAbsoluteTime(seconds(time));
+    return sink->take();
+  }
+
+  std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>();
+  std::shared_ptr<TarnLumoProgressTracker> tracker;
+  std::unique_ptr<TarnLumoAnalyticsSession> session;
+};
+
+TEST_F(TarnLumoAnalyticsSessionTest, AnAdSendsTheBeaconsOfEachMomentInTheirOrder) {
   using Session = TarnLumoAdAnalyticsSession;
   const std::vector<std::pair<std::function<void(Session&)>, Beacons>> table = {
       {&Session::trackImpression, {"i1", "i2"}},
@@ -74,7 +94,7 @@ TEST(TarnLumoAdAnalyticsSessionTest, SendsTheBeaconsOfEachMomentInTheirOrder) {
   }
 }
 
-TEST(TarnLumoAdAnalyticsSessionTest, SendsTimeBasedEventsOnceAForwardPass) {
+TEST_F(TarnLumoAnalyticsSessionTest, AnAdSendsTimeBasedEventsOnceAForwardPass) {
   using Pass = std::tuple<const char*, double, std::vector<std::pair<CMTime, Beacons>>>;
   const CMTime tick = CMTimeMake(1, 600);
   const Beacons view = {"creativeView", "creativeView2"};
@@ -118,33 +138,13 @@ TEST(TarnLumoAdAnalyticsSessionTest, SendsTimeBasedEventsOnceAForwardPass) {
   }
 }
 
-class Analytics : public Test {
- protected:
-  void watch(std::shared_ptr<const TarnLumoTimeline> timeline) {
-    watch(std::make_shared<TarnLumoProgressTracker>(std::move(timeline)));
-  }
-  void watch(std::shared_ptr<TarnLumoProgressTracker> watched) {
-    tracker = std::move(watched);
-    session = TarnLumoAnalyticsSession::initWithProgessTracker(
-        tracker, std::make_shared<TarnLumoAnalyticsDigester>(sink));
-  }
-  Beacons at(double time) {
-    tracker->setAbsoluteTime(seconds(time));
-    return sink->take();
-  }
-
-  std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>();
-  std::shared_ptr<TarnLumoProgressTracker> tracker;
-  std::unique_ptr<TarnLumoAnalyticsSession> session;
-};
-
 /// Has every ad send an impression, the creative view, its progress and its completion.
 void giveBeacons(char letter, TarnLumoAdBuilder& ad) {
   ad.impressionURLs = {beacon({&letter, 1}), beacon(std::string(2, letter))};
   ad.trackingEventsCollection = fullAd(0).trackingEventsCollection;
 }
 
-TEST_F(Analytics, IgnoreEventsWithoutAnAdOrAnEntryAndEndWithTheSession) {
+TEST_F(TarnLumoAnalyticsSessionTest, IgnoresEventsWithoutAnAdOrAnEntryAndEndsWithTheSession) {
   watch(drawTimeline("aab", {.editAd = giveBeacons, .contentImpressions = {1}}));
   for (const auto type :
        {TarnLumoProgressTrackerEventTypeExitAd, TarnLumoProgressTrackerEventTypeAdProgress,
@@ -156,10 +156,9 @@ TEST_F(Analytics, IgnoreEventsWithoutAnAdOrAnEntryAndEndWithTheSession) {
   EXPECT_THAT(at(1), ElementsAre("a", "aa", "creativeView", "creativeView2", "0", "0.5"));
   EXPECT_EQ(session->adAnalaytics()->ad(), adNamed(*tracker->timeline(), 'a'));
   const auto announceEntry = [&] {
-    tarn::Dictionary ad;
-    ad.set(kTarnLumoProgressTrackerEventPropertiesKeyAd, adNamed(*tracker->timeline(), 'b'));
     tracker->event().set(std::make_shared<const TarnLumoProgressTrackerEvent>(
-        TarnLumoProgressTrackerEventTypeEnterAd, std::move(ad)));
+        TarnLumoProgressTrackerEventTypeEnterAd,
+        TarnLumoProgressTrackerEvent::Fields{.ad = adNamed(*tracker->timeline(), 'b')}));
     return sink->take();
   };
   EXPECT_THAT(announceEntry(), ElementsAre("b", "bb")) << "a was not left";
@@ -174,7 +173,7 @@ TEST_F(Analytics, IgnoreEventsWithoutAnAdOrAnEntryAndEndWithTheSession) {
   EXPECT_THAT(sink->take(), IsEmpty()) << "entered before the session was made";
 }
 
-TEST_F(Analytics, EndInTheMiddleOfAReportWhenTheSinkDestroysTheSession) {
+TEST_F(TarnLumoAnalyticsSessionTest, EndsInTheMiddleOfAReportWhenTheSinkDestroysIt) {
   const auto timeline = drawTimeline(".aab...", {.editAd = giveBeacons, .contentImpressions = {1, 1}});
   const auto sendUntil = [&](std::size_t last) {
     watch(timeline);
@@ -192,7 +191,7 @@ TEST_F(Analytics, EndInTheMiddleOfAReportWhenTheSinkDestroysTheSession) {
     EXPECT_EQ(sendUntil(last), Beacons(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(last)));
 }
 
-TEST_F(Analytics, SendContentImpressionsWhenContentTimeReachesTheirPlaceInTheStream) {
+TEST_F(TarnLumoAnalyticsSessionTest, SendsContentImpressionsWhenContentTimeReachesTheirAbsoluteTime) {
   // Three seconds of ad precede content 2 and 4, which are at 5 and 7 of the stream.
   //
   //   content   0 1 2     3 4 5 6 7
@@ -205,8 +204,8 @@ TEST_F(Analytics, SendContentImpressionsWhenContentTimeReachesTheirPlaceInTheStr
   EXPECT_THAT(sent, ElementsAre("1:impression-1", "8:impression-2", "8:impression-2", "10:impression-4"));
 }
 
-TEST(ContentImpressionsTest, FireInTheReportThatPassesThem) {
-  // Where impressions stand, the content times reported in turn, and what is sent. The stream has no ads.
+TEST_F(TarnLumoAnalyticsSessionTest, ContentImpressionsFireInTheReportThatPassesThem) {
+  // The impressions' times, the content times reported in turn, and the beacons. The stream has no ads.
   using Steps = std::tuple<const char*, std::vector<double>, std::vector<double>, Beacons>;
   const Steps table[] = {
       {"steps of a second", {1, 1.5, 3}, {1, 2, 3, 4}, {"impression-1", "impression-1.5", "impression-3"}},
@@ -217,14 +216,13 @@ TEST(ContentImpressionsTest, FireInTheReportThatPassesThem) {
       {"a jump and on", {1, 3}, {2, 3}, {"impression-3"}},
       {"back and over it again", {2}, {1, 2, 1, 2}, {"impression-2", "impression-2"}},
       {"behind the content never", {101}, {99, 100, 101, 102}, {}},
-      // A negative time stands at the payload's end, and stops the walk before what follows until then.
+      // A negative time maps to the payload's end, and stops the walk before the later ones until then.
       {"a negative time holds up the others", {-1, 2, 3}, {1, 2, 3}, {}},
       {"one at the end", {-1, 99.5}, {98.8, 99, 100, 101}, {"impression--1", "impression-99.5"}}};
   for (const auto& [situation, impressions, times, beacons] : table) {
     const auto timeline = drawTimeline(std::string(100, '.'), {.contentImpressions = impressions});
-    const auto sink = std::make_shared<RecordingSink>();
-    TarnLumoContentAnalyticsSession session(timeline, std::make_shared<TarnLumoAnalyticsDigester>(sink));
-    for (const double time : times) session.trackProgressToTime(seconds(time));
+    TarnLumoContentAnalyticsSession content(timeline, std::make_shared<TarnLumoAnalyticsDigester>(sink));
+    for (const double time : times) content.trackProgressToTime(seconds(time));
     EXPECT_EQ(sink->take(), beacons) << situation;
   }
 }

@@ -2,12 +2,10 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <future>
-#include <mutex>
+#include <thread>
 
 #include "Lumo/TarnLumoTimeline.h"
-#include "Lumo/TarnLumoTimelineOperation.h"
 #include "Platform/Log.h"
 #include "Support/LoopbackServer.h"
 
@@ -26,13 +24,13 @@ struct Outcome {
   std::optional<Error> error;
 };
 
-/// Keeps what it is given until it is told to run it: whatever completes meanwhile did so elsewhere.
+/// Holds its task until `runOne`: anything that completes before then used another queue.
 class HeldQueue final : public Queue {
  public:
   void async(Task task) override { task_.set_value(std::move(task)); }
   void runOne() {
     auto task = task_.get_future();
-    ASSERT_EQ(task.wait_for(20s), std::future_status::ready) << "nothing was delivered on this queue";
+    ASSERT_EQ(task.wait_for(20s), std::future_status::ready) << "no task was enqueued here";
     task.get()();
   }
 
@@ -67,7 +65,7 @@ class TarnLumoDocumentTest : public Test {
   SerialQueue queue{"completions"};
 };
 
-TEST_F(TarnLumoDocumentTest, RetrievesOnceAndHoldsTheTimeline) {
+TEST_F(TarnLumoDocumentTest, RetrievesOnceAndStoresTheTimeline) {
   const auto document = makeDocument("/vmap?a=b");
   EXPECT_EQ(document->state(), TarnLumoDocumentStateInitial);
   HeldQueue held;
@@ -83,7 +81,7 @@ TEST_F(TarnLumoDocumentTest, RetrievesOnceAndHoldsTheTimeline) {
   EXPECT_THAT(server.requests().front().values("x-twice"), ElementsAre("1", "2"));
 }
 
-TEST_F(TarnLumoDocumentTest, ReadsTheBodyOfAnyStatusAndWrapsWhatTheReaderSays) {
+TEST_F(TarnLumoDocumentTest, ReadsTheBodyOfAnyStatusAndWrapsTheErrorOfTheReader) {
   server.answer("/yields", {404, kVMAP});
   server.answer("/fails", {404, kNoXML});
   server.answer("/empty", {200, ""});
@@ -133,7 +131,7 @@ TEST_F(TarnLumoDocumentTest, ASecondRetrievalIsRefusedAtOnceAndTheFirstEndsWithI
   ASSERT_TRUE(server.waitForRequests(1));
   EXPECT_EQ(document->state(), TarnLumoDocumentStateRetrieving);
   HeldQueue neverRun;
-  const auto second = retrieve(*document, neverRun).get();  // told although its queue runs nothing
+  const auto second = retrieve(*document, neverRun).get();  // although its queue runs nothing
 
   EXPECT_EQ(second.document, nullptr);
   expectCode(second.error, TarnLumoDocumentErrorCodeMultipleRetrieval);
@@ -153,6 +151,39 @@ TEST_F(TarnLumoDocumentTest, ASecondRetrievalIsRefusedAtOnceAndTheFirstEndsWithI
   EXPECT_EQ(server.requests().size(), 1U);
 }
 
+TEST_F(TarnLumoDocumentTest, EndsAnAbortedRequestWithoutWaitingForTheServer) {
+  server.hold("/vmap");
+  const auto document = makeDocument("/vmap");
+  document->abortRetrieval();  // none is in progress
+  auto outcome = retrieve(*document, queue);
+  ASSERT_TRUE(server.waitForRequests(1));
+  document->abortRetrieval();
+  const auto error = outcome.get().error;
+  expectCode(error, TarnLumoDocumentErrorCodeConnection);
+  EXPECT_EQ(error->underlying->code, static_cast<std::int64_t>(HTTPErrorCode::cancelled));
+  server.release();
+}
+
+TEST_F(TarnLumoDocumentTest, TakesTheBytesOfAFetchFromAnyThreadAndReleasesItAfterwards) {
+  for (const bool isLater : {false, true}) {
+    std::thread other;
+    const auto released = std::make_shared<std::promise<void>>();
+    auto release = std::make_shared<Token>([released] { released->set_value(); });
+    const auto document = std::make_shared<TarnLumoDocument>(*URL::fromString("file:///film"));
+    document->setFetch([&, weak = std::weak_ptr(release)](const HTTPRequest& request, auto completion) {
+      EXPECT_EQ(request.url.absoluteString() + " " + request.headers.at(0).second, "file:///film tv/1");
+      if (isLater) other = std::thread([completion] { completion(std::string(kVMAP)); });
+      if (!isLater) completion(std::string(kVMAP));
+      return [completion, keptAlive = weak.lock()] {};
+    });
+    auto pending = retrieve(*document, queue, {{"User-Agent", "tv/1"}});
+    EXPECT_NE(pending.get().document->timeline(), nullptr);
+    release.reset();
+    EXPECT_EQ(released->get_future().wait_for(20s), std::future_status::ready);
+    if (other.joinable()) other.join();
+  }
+}
+
 TEST_F(TarnLumoDocumentTest, LivesUntilItsCompletionHasRun) {
   for (int i = 0; i < 20; ++i) {
     std::promise<std::weak_ptr<TarnLumoDocument>> completed;
@@ -164,7 +195,7 @@ TEST_F(TarnLumoDocumentTest, LivesUntilItsCompletionHasRun) {
   }
 }
 
-TEST_F(TarnLumoDocumentTest, SharesASessionAndMakesAFreshOneForNone) {
+TEST_F(TarnLumoDocumentTest, SharesASessionAndMakesAFreshOneForNull) {
   const auto session = std::make_shared<HTTPSession>(HTTPConfiguration{.maximumBodySize = 1});
   const auto document = makeDocument("/vmap");
   EXPECT_NE(document->sharedURLSession(), makeDocument("/vmap")->sharedURLSession());
@@ -195,143 +226,6 @@ TEST_F(TarnLumoDocumentTest, LogsTheRawResponseAtTheTrafficLevelOnly) {
               ElementsAre("VMAP response:\n\n(6 bytes that are not UTF-8)\n\n"));
   EXPECT_THAT(logged(5, std::string("a\0b", 3)), ElementsAre(std::string("VMAP response:\n\na\0b\n\n", 21)));
   EXPECT_THAT(logged(4, kNoXML), IsEmpty());
-}
-
-class TarnLumoTimelineOperationTest : public TarnLumoDocumentTest {
- protected:
-  std::shared_ptr<TarnLumoTimelineOperation> makeOperation(const std::string& target) {
-    return TarnLumoTimeline::timelineOperationForLumoUXURL(server.url(target));
-  }
-
-  static bool finish(const Operation& operation) {
-    return MainQueue::shared().runUntil([&operation] { return operation.isFinished(); }, 20s);
-  }
-
-  /// Runs `operation` on the queue to its completion block.
-  bool run(const std::shared_ptr<TarnLumoTimelineOperation>& operation) {
-    std::atomic<bool> completed = false;
-    operation->setCompletionBlock([&completed] { completed = true; });
-    operations.addOperation(operation);
-    return MainQueue::shared().runUntil([&completed] { return completed.load(); }, 20s);
-  }
-
-  OperationQueue operations{"load"};
-};
-
-std::string stateOf(const Operation& operation) {
-  return std::string(operation.isExecuting() ? "executing" : "idle") +
-         (operation.isFinished() ? ", finished" : "");
-}
-
-TEST_F(TarnLumoTimelineOperationTest, LoadsTheTimelineWithTheGivenHeadersOrPassesTheErrorOn) {
-  const auto operation = makeOperation("/vmap");
-  operation->setHttpHeaders({{"User-Agent", "tv/1"}});
-  ASSERT_TRUE(run(operation));
-  EXPECT_EQ(stateOf(*operation), "idle, finished");
-  EXPECT_NE(operation->resultTimeline(), nullptr);
-  EXPECT_FALSE(operation->error());
-  EXPECT_THAT(operation->warnings(), Not(IsEmpty())) << "the document names no stream";
-  ASSERT_EQ(server.requests().size(), 1U);
-  EXPECT_THAT(server.requests().front().values("user-agent"), ElementsAre("tv/1"));
-
-  server.answer("/text", {404, kNoXML});
-  const auto failing = makeOperation("/text");
-  ASSERT_TRUE(run(failing));
-  EXPECT_EQ(failing->resultTimeline(), nullptr);
-  expectCode(failing->error(), TarnLumoDocumentErrorCodeDeserialization);
-}
-
-TEST_F(TarnLumoTimelineOperationTest, EndsWithoutRequestOrResultWhenCancelledBeforeOrWithoutURL) {
-  const auto cancelled = makeOperation("/vmap");
-  cancelled->cancel();
-  const auto nowhere = TarnLumoTimeline::timelineOperationForLumoUXURL(std::nullopt);
-  for (const auto& operation : {cancelled, nowhere}) {
-    ASSERT_TRUE(run(operation));
-    EXPECT_EQ(stateOf(*operation), "idle, finished");
-    EXPECT_EQ(operation->resultTimeline(), nullptr);
-    EXPECT_FALSE(operation->error());
-  }
-  EXPECT_THAT(server.targets(), IsEmpty());
-}
-
-TEST_F(TarnLumoTimelineOperationTest, ObservesACancellationAfterTheStartOnlyWhenStartedAgain) {
-  for (const bool startedAgain : {false, true}) {
-    SCOPED_TRACE(startedAgain);
-    server.hold("/vmap");
-    const auto operation = makeOperation("/vmap");
-    std::vector<std::string> finishes;
-    std::promise<void> firstFinish;
-    int completions = 0;
-    operation->setCompletionBlock([&] { ++completions; });
-    operation->observeFinished([&, main = std::this_thread::get_id()](const auto&) {
-      finishes.push_back(std::string(operation->resultTimeline() ? "timeline" : "nothing") +
-                         (std::this_thread::get_id() == main ? " on the main queue" : " elsewhere"));
-      if (finishes.size() == 1) firstFinish.set_value();
-    });
-    operation->start();
-    ASSERT_TRUE(server.waitForRequests(startedAgain ? 2 : 1));
-    operation->cancel();
-    if (startedAgain) {
-      operation->start();
-      firstFinish.get_future().wait();
-    }
-    server.release();
-    ASSERT_TRUE(
-        MainQueue::shared().runUntil([&] { return operation->resultTimeline() && completions == 1; }, 20s));
-    std::vector<std::string> expected = {"timeline on the main queue"};
-    if (startedAgain) expected.insert(expected.begin(), "nothing elsewhere");
-    EXPECT_EQ(finishes, expected);
-  }
-}
-
-TEST_F(TarnLumoTimelineOperationTest, EndsAnAbortedRetrievalWithoutWaitingForTheServer) {
-  server.hold("/vmap");
-  const auto operation = makeOperation("/vmap");
-  operation->abortRetrieval();  // none is in progress
-  operation->start();
-  ASSERT_TRUE(server.waitForRequests(1));
-  operation->abortRetrieval();
-  ASSERT_TRUE(finish(*operation));
-  expectCode(operation->error(), TarnLumoDocumentErrorCodeConnection);
-  EXPECT_EQ(operation->error()->underlying->code, static_cast<std::int64_t>(HTTPErrorCode::cancelled));
-  server.release();
-}
-
-TEST_F(TarnLumoTimelineOperationTest, RetrievesOnceHoweverOftenItIsStarted) {
-  const auto operation = makeOperation("/vmap");
-  std::atomic<int> finished = 0;
-  operation->observeFinished([&finished](const Operation&) { ++finished; });
-  for (int i = 0; i < 3; ++i) operation->start();
-  ASSERT_TRUE(finish(*operation));
-  operation->start();
-
-  const auto after = makeOperation("/after");  // by its end, the last start above has been looked at
-  after->start();
-  ASSERT_TRUE(finish(*after));
-  EXPECT_THAT(server.targets(), ElementsAre("/vmap", "/after"));
-  EXPECT_EQ(finished, 1);
-}
-
-TEST_F(TarnLumoTimelineOperationTest, AnnouncesExecutingInsideFinishedWithTheResultInPlace) {
-  const auto operation = makeOperation("/vmap");
-  std::promise<void> executing;
-  std::mutex mutex;
-  std::vector<std::string> told;
-  operation->observeExecuting([&](const Operation& each) {
-    const std::lock_guard lock(mutex);
-    told.push_back("isExecuting: " + stateOf(each));
-    if (told.size() == 1) executing.set_value();
-  });
-  operation->observeFinished([&, weak = std::weak_ptr(operation)](const Operation& each) {
-    EXPECT_NE(weak.lock()->resultTimeline(), nullptr);
-    const std::lock_guard lock(mutex);
-    told.push_back("isFinished: " + stateOf(each));
-  });
-  operation->start();
-  executing.get_future().wait();  // the completion needs the main queue, which runs only from here on
-  ASSERT_TRUE(finish(*operation));
-  EXPECT_THAT(told, ElementsAre("isExecuting: executing", "isExecuting: idle, finished",
-                                "isFinished: idle, finished"));
 }
 
 }  // namespace

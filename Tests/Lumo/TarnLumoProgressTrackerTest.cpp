@@ -40,7 +40,7 @@ std::string eventText(const TarnLumoProgressTrackerEvent& event) {
   }
 }
 
-/// A tracker with a log of what it publishes, in order; content time reads "=12".
+/// A tracker with a log of its outputs, in order; content time reads "=12".
 struct Watched {
   explicit Watched(std::shared_ptr<const TarnLumoTimeline> timeline)
       : tracker(std::make_shared<TarnLumoProgressTracker>(std::move(timeline))) {
@@ -56,7 +56,7 @@ struct Watched {
     return std::exchange(log, {});
   }
 
-  /// Goes to the time that each part of "5 =5, 6 =6" begins with, and writes the same with what is published.
+  /// Goes to the time at the start of each part of "5 =5, 6 =6", and returns that text with the real outputs.
   std::string travel(const std::string& journey) {
     std::string travelled;
     std::istringstream parts(journey);
@@ -75,8 +75,8 @@ struct Watched {
   tarn::Token times;
 };
 
-// A cell is 10 s. The second ad of the first break stands before a gap; two breaks touch at 60. Content time
-// behind all ads is the absolute time less the 50 s of ads: the gap counts as content.
+// A cell is 10 s. The second ad of the first break is before a gap; two breaks touch at 60. Content time
+// after all ads is the absolute time less the 50 s of ads: the gap counts as content.
 //
 //   absolute  0    10   20   30   40   50   60   70   80   90   100
 //             |.   |a   |b   |-   |c   |d   |e   |.   |.   |.   |
@@ -149,7 +149,8 @@ TEST(TarnLumoProgressTrackerTest, LeavesOutThePropertiesOfWhatIsAbsent) {
   EXPECT_EQ(tracker.event().get(), nullptr);
   tracker.setAbsoluteTime(seconds(1));
   std::vector<std::string> keys;
-  for (const auto& [key, value] : *tracker.event().get()->properties()) keys.push_back(key);
+  const auto properties = tracker.event().get()->properties();
+  for (const auto& [key, value] : *properties) keys.push_back(key);
   EXPECT_THAT(keys, UnorderedElementsAre("kTarnLumoProgressTrackerEventPropertiesKeyAd",
                                          "kTarnLumoProgressTrackerEventPropertiesKeyAdProgress"));
 }
@@ -178,7 +179,7 @@ TEST(TarnLumoProgressTrackerTest, AnObserverMaySuspendFromWithinAnUpdate) {
   EXPECT_THAT(watched.at(11), IsEmpty());
 }
 
-TEST(TarnLumoProgressTrackerTest, GoesOnBehindAPositionWhoseObserverThrows) {
+TEST(TarnLumoProgressTrackerTest, ContinuesAfterAPositionWhoseObserverThrows) {
   Watched watched(drawTimeline(kDrawing, {.secondsPerCell = 10}));
   const auto refuse = watched.tracker->event().observe([&](const auto& event) {
     if (event->type() != TarnLumoProgressTrackerEventTypeEnterAd) return;
@@ -205,7 +206,7 @@ TEST(TarnLumoProgressTrackerTest, SurvivesAnObserverThatEndsItsObservationOrTheT
   EXPECT_EQ(events, 3);
 }
 
-TEST(TarnLumoProgressTrackerTest, RangesReachFromZeroToTheContentTimeOfTheirEndAndAreAnnouncedWhenNews) {
+TEST(TarnLumoProgressTrackerTest, RangesReachFromZeroToTheContentTimeOfTheirEndAndAreAnnouncedWhenChanged) {
   using Tracker = TarnLumoProgressTracker;
   using Ranges = Tracker::TimeRanges;
   const auto range = [](double start, double duration) {

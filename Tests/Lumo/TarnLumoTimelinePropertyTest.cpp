@@ -1,13 +1,15 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <random>
 
+#include "Lumo/Internal/TimeList.h"
 #include "Lumo/TarnLumoTimeline.h"
 #include "Support/TimePrinter.h"
 #include "Support/TimelineBuilder.h"
 
 /// The timeline's mappings against the plainest possible reading of their definitions: walks from the front,
-/// on timelines in order and out of it, with every kind of time in them, asked at every boundary, one tick
+/// on timelines in order and out of it, with every kind of time in them, queried at every boundary, one tick
 /// beside it, and at the special times. Results agree to the value, timescale, flags and epoch.
 namespace {
 
@@ -213,7 +215,7 @@ void expectAsWalked(const TarnLumoTimeline& timeline) {
   for (const CMTime& time : probesOf(timeline)) expectAsWalked(timeline, segments, time);
 }
 
-TEST(TimelineProperty, AgreesWithTheWalkFromTheFront) {
+TEST(TarnLumoTimelinePropertyTest, AgreesWithTheWalkFromTheFront) {
   for (const auto& shape : {Shape{"in order"}, Shape{"rounding", true}, Shape{"overlapping", false, 30},
                             Shape{"special times", true, 0, 15}, Shape{"shuffled", false, 0, 0, true},
                             Shape{"everything at once", true, 20, 20, true}}) {
@@ -221,6 +223,22 @@ TEST(TimelineProperty, AgreesWithTheWalkFromTheFront) {
     Random random(20240607);
     for (int round = 0; round < 150 && !testing::Test::HasFailure(); ++round)
       expectAsWalked(*Maker(shape, random).make());
+  }
+}
+
+// The test above and the timeline's own tests query all other times.
+TEST(TarnLumoTimelinePropertyTest, ListsFindTimesBeyondTheRangeOfTheirTicks) {
+  const CMTime times[] = {CMTimeMake(INT64_MIN, 600), CMTimeMake(-1, 1), CMTimeMake(INT64_MAX, 600)};
+  tarn::TimeList list;
+  for (const CMTime& time : times) list.add(time);
+  list.close();
+  for (const CMTime& time : {CMTimeMake(INT64_MIN, 1), CMTimeMake(INT64_MAX, 1), CMTimeMake(INT64_MIN, 600),
+                             CMTimeMake(INT64_MAX, 600), CMTimeMake(-601, 601), CMTimeMake(-602, 601)}) {
+    SCOPED_TRACE(CMTimeCopyDescription(time));
+    const auto notEarlier = std::lower_bound(std::begin(times), std::end(times), time) - times;
+    const auto later = std::upper_bound(std::begin(times), std::end(times), time) - times;
+    EXPECT_EQ(list.firstNotEarlier(time, 0, 3), static_cast<std::size_t>(notEarlier));
+    EXPECT_EQ(list.firstLater(time, 0, 3), static_cast<std::size_t>(later));
   }
 }
 

@@ -38,8 +38,8 @@ void expectMapped(const char* text, const std::function<CMTime(CMTime)>& map) {
 
 using Spans = std::vector<std::pair<double, double>>;
 
-/// A stream, its seconds a cell, its content as begins and lengths in seconds, and what absolute and content
-/// times map to.
+/// A stream, its seconds a cell, its content as begins and lengths in seconds, and how absolute and content
+/// times map.
 using Stream = std::tuple<const char*, std::string_view, double, Spans, const char*, const char*>;
 
 TEST(TarnLumoTimelineTest, MapsAbsoluteAndContentTime) {
@@ -80,7 +80,7 @@ void expectLogicalTimes(const TarnLumoTimeline& timeline, const char* absoluteTo
   expectMapped(absoluteToLogical, [&](CMTime t) { return timeline.pathAtTime(t).logicalTime(); });
 }
 
-TEST(TarnLumoPathTest, LogicalTimeIsInAdTimeInAnAdAndContentTimeElsewhere) {
+TEST(TarnLumoTimelineTest, PathsLogicalTimeIsInAdTimeInAnAdAndContentTimeElsewhere) {
   // A cell is 15 s. 15 is the second ad's first instant, 30 the instant at which its last ad ends.
   //
   //   absolute  0 15 30                  330 360
@@ -97,7 +97,7 @@ TEST(TarnLumoPathTest, LogicalTimeIsInAdTimeInAnAdAndContentTimeElsewhere) {
                      "20:20 20+:10+ 30-:20- 30:0 40:30 40+:20+");
 }
 
-TEST(TarnLumoPathTest, ComparesTimeAdSequenceAndTimelineByValue) {
+TEST(TarnLumoTimelineTest, PathsCompareTimeAdSequenceAndTimelineByValue) {
   const auto timeline = drawTimeline(".a|b.");
   const auto& sequences = timeline->adSequences();
   const auto& ad = timeline->pathAtTime(seconds(1)).ad();

@@ -7,7 +7,7 @@
 #include <memory>
 #include <utility>
 
-#include "Document/DocumentAddress.h"
+#include "Document/DocumentSource.h"
 #include "HostGStreamer/GStreamerPlayer.h"
 #include "Terminal/Report.h"
 #include "Terminal/UserInput.h"
@@ -43,9 +43,10 @@ std::unique_ptr<SessionView> makeView(const PlayOptions& options) {
   return options.json ? makeJsonSessionView(elapsed) : makeTextSessionView(elapsed, terminal);
 }
 
-ViewingOptions viewingOptions(const DocumentAddress& address, const Script& script) {
-  return {.document = address.url,
-          .headers = address.headers,
+ViewingOptions viewingOptions(const SessionDocument& document, const Script& script) {
+  return {.document = document.url,
+          .headers = document.headers,
+          .fetch = document.fetch,
           .beacons = Beacons::shownAndSent,
           .autoPlay = !script};
 }
@@ -57,9 +58,9 @@ Viewing::MakePlayer playerMaker(const GStreamerPlayerOptions& playerOptions) {
   };
 }
 
-std::optional<Error> play(const PlayOptions& options, const DocumentAddress& address, const Script& script) {
+std::optional<Error> play(const PlayOptions& options, const SessionDocument& document, const Script& script) {
   const auto view = makeView(options);
-  Viewing viewing(viewingOptions(address, script), playerMaker({}), *view);
+  Viewing viewing(viewingOptions(document, script), playerMaker({}), *view);
   Show show(viewing, options.seconds, runMainQueueUntil);
   const UserInput input(isLive(options), {[&show](char key) { show.press(key); }, [&show] { show.quit(); }});
   auto error = show.run(script);
@@ -69,13 +70,13 @@ std::optional<Error> play(const PlayOptions& options, const DocumentAddress& add
 }
 
 #ifdef KYR_WITH_WINDOW
-std::optional<Error> playInWindow(const PlayOptions& options, const DocumentAddress& address,
+std::optional<Error> playInWindow(const PlayOptions& options, const SessionDocument& document,
                                   const Script& script) {
   const auto window = PlayWindow::open(options.fullScreen, options.json);
   if (!window) return window.error();
   const auto printed = makeView(options);
   TeeSessionView views{printed.get(), &(*window)->view()};
-  Viewing viewing(viewingOptions(address, script), playerMaker((*window)->playerOptions()), views);
+  Viewing viewing(viewingOptions(document, script), playerMaker((*window)->playerOptions()), views);
   const auto overlay = (*window)->makeOverlay(viewing.beaconSink());
   viewing.addSessionConsumer(overlay);
   Show show(viewing, options.seconds,
@@ -91,7 +92,7 @@ std::optional<Error> playInWindow(const PlayOptions& options, const DocumentAddr
   return error;
 }
 #else
-std::optional<Error> playInWindow(const PlayOptions&, const DocumentAddress&, const Script&) {
+std::optional<Error> playInWindow(const PlayOptions&, const SessionDocument&, const Script&) {
   return callError("this kyr was built without a window; --headless plays in the terminal");
 }
 #endif
@@ -105,12 +106,12 @@ int runPlay(const PlayOptions& options) {
     if (!steps) return reportFailure(steps.error(), options.json);
     script = std::move(*steps);
   }
-  const auto address = addressOf(options.source);
-  if (!address) return reportFailure(address.error(), options.json);
+  const auto document = documentForSession(options.source);
+  if (!document) return reportFailure(document.error(), options.json);
 
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a reader sees each line when it happens
   const auto error =
-      options.headless ? play(options, *address, script) : playInWindow(options, *address, script);
+      options.headless ? play(options, *document, script) : playInWindow(options, *document, script);
   return error ? reportFailure(*error, options.json) : kDone;
 }
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Document/DocumentAddress.h"
+#include "Document/DocumentSource.h"
 #include "HostSimulated/SimulatedPlayer.h"
 #include "Terminal/Report.h"
 #include "Viewing/SessionView.h"
@@ -22,11 +22,11 @@ CMTime virtualTime(double seconds) {
 
 class Simulation {
  public:
-  Simulation(const SimulateOptions& options, const DocumentAddress& address)
+  Simulation(const SimulateOptions& options, const SessionDocument& document)
       : options_(options),
         view_(makeView()),
         viewing_(
-            {.document = address.url, .headers = address.headers},
+            {.document = document.url, .headers = document.headers, .fetch = document.fetch},
             [this](PlayerWatcher watcher) { return makePlayer(std::move(watcher)); }, *view_) {}
 
   /// The error that the session ended with.
@@ -77,9 +77,9 @@ class Simulation {
 int runSimulate(const SimulateOptions& options) {
   const auto script = readViewingScript(options.script);
   if (!script) return reportFailure(script.error(), options.json);
-  const auto address = addressOf(options.source);
-  if (!address) return reportFailure(address.error(), options.json);
-  const auto error = Simulation(options, *address).run(*script);
+  const auto document = documentForSession(options.source);
+  if (!document) return reportFailure(document.error(), options.json);
+  const auto error = Simulation(options, *document).run(*script);
   return error ? reportFailure(*error, options.json) : kDone;
 }
 

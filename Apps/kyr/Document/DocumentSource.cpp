@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 
+#include "Lumo/ReadTimeline.h"
 #include "Platform/HTTPSession.h"
 #include "Platform/Queue.h"
 #include "Platform/Text.h"
@@ -21,11 +22,11 @@ namespace tarn::cli {
 namespace {
 
 /// More than any request may take; a request ends by its own time-outs.
-constexpr std::chrono::minutes kLoadLimit{10};
+constexpr std::chrono::minutes kMaxLoadTime{10};
 
 bool isRemote(std::string_view source) {
-  constexpr std::size_t kLongestScheme = 8;  // "https://"
-  const std::string begin = asciiLowerCase(source.substr(0, kLongestScheme));
+  constexpr std::size_t kMaxSchemeSize = 8;  // "https://"
+  const std::string begin = asciiLowerCase(source.substr(0, kMaxSchemeSize));
   return begin.starts_with("http://") || begin == "https://";
 }
 
@@ -34,9 +35,8 @@ Error unreadable(const std::string& path, int code) {
 }
 
 Error tooLarge(const std::string& path) {
-  Error cause =
-      Error::make(kHTTPErrorDomain, HTTPErrorCode::responseTooLarge,
-                  fmt::format("{}: the document is larger than {} bytes", path, kMaximumDocumentSize));
+  Error cause = Error::make(kHTTPErrorDomain, HTTPErrorCode::responseTooLarge,
+                            fmt::format("{}: the document is larger than {} bytes", path, kMaxDocumentSize));
   return withUnderlying(Error::make(TarnLumoErrorDomain, TarnLumoDocumentErrorCodeConnection),
                         std::move(cause));
 }
@@ -48,7 +48,7 @@ Result<std::string> readFile(const std::string& path) {
   std::array<char, 65536> buffer;
   while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file.get())) {
     bytes.append(buffer.data(), count);
-    if (bytes.size() > kMaximumDocumentSize) return tooLarge(path);
+    if (bytes.size() > kMaxDocumentSize) return tooLarge(path);
   }
   if (std::ferror(file.get()) != 0) return unreadable(path, errno);
   return bytes;
@@ -69,18 +69,15 @@ Result<URL> fileURL(const std::string& path) {
   return *std::move(url);
 }
 
-Result<LoadedTimeline> readTimeline(const std::string& path) {
+Result<LoadedTimeline> timelineOfFile(const std::string& path) {
   const auto bytes = readFile(path);
   if (!bytes) return bytes.error();
-  const auto url = fileURL(path);
-  if (!url) return url.error();
-  const auto document = std::make_shared<TarnLumoDocument>(*url);
-  auto timeline = TarnLumoDeserializeTimelineFromDataWithError(*document, *bytes);
-  if (!timeline) return timeline.error();
-  return LoadedTimeline{*std::move(timeline), document->vmapExtensionsNamespace(), document->warnings()};
+  auto reading = readTimeline(*bytes);
+  if (!reading.timeline) return reading.timeline.error();
+  return LoadedTimeline{*std::move(reading.timeline), std::move(reading.prefix), std::move(reading.warnings)};
 }
 
-/// A completion may come when nobody waits for it any more: it owns the place of its result.
+/// Shared with the completion, which may be called after the waiting has been given up.
 template <typename T>
 using Slot = std::shared_ptr<std::optional<Result<T>>>;
 
@@ -92,9 +89,9 @@ Slot<T> makeSlot() {
 /// Runs the main queue until `slot` is filled.
 template <typename T>
 Result<T> awaited(const Slot<T>& slot, const std::string& source) {
-  if (!MainQueue::shared().runUntil([&slot] { return slot->has_value(); }, kLoadLimit)) {
+  if (!MainQueue::shared().runUntil([&slot] { return slot->has_value(); }, kMaxLoadTime)) {
     return Error::make(TarnLumoErrorDomain, TarnLumoDocumentErrorCodeConnection,
-                       fmt::format("{}: no answer within {} minutes", source, kLoadLimit.count()));
+                       fmt::format("{}: no answer within {} minutes", source, kMaxLoadTime.count()));
   }
   return **std::move(slot);
 }
@@ -129,8 +126,7 @@ Result<std::string> fetchBytes(const URL& url, TarnLumoHTTPHeaders headers) {
   return awaited(result, url.absoluteString());
 }
 
-}  // namespace
-
+/// The headers that the options add to a request, in their order.
 Result<TarnLumoHTTPHeaders> requestHeaders(const SourceOptions& options) {
   TarnLumoHTTPHeaders headers;
   for (const std::string_view text : options.headers) {
@@ -146,6 +142,7 @@ Result<TarnLumoHTTPHeaders> requestHeaders(const SourceOptions& options) {
   return headers;
 }
 
+/// The source's URL; absent when it is a path.
 Result<std::optional<URL>> remoteURL(const SourceOptions& options) {
   if (!isRemote(options.source)) return std::optional<URL>();
   auto url = URL::fromString(options.source);
@@ -153,12 +150,32 @@ Result<std::optional<URL>> remoteURL(const SourceOptions& options) {
   return url;
 }
 
+}  // namespace
+
+Result<SessionDocument> documentForSession(const SourceOptions& options) {
+  auto headers = requestHeaders(options);
+  if (!headers) return headers.error();
+  const auto remote = remoteURL(options);
+  if (!remote) return remote.error();
+  if (*remote) return SessionDocument{**remote, *std::move(headers), nullptr};
+
+  auto bytes = readFile(options.source);
+  if (!bytes) return bytes.error();
+  const auto url = fileURL(options.source);
+  if (!url) return url.error();
+  return SessionDocument{*url, *std::move(headers),
+                         [bytes = *std::move(bytes)](const HTTPRequest&, const FetchCompletion& completion) {
+                           completion(bytes);
+                           return nullptr;
+                         }};
+}
+
 Result<LoadedTimeline> loadTimeline(const SourceOptions& options) {
   auto headers = requestHeaders(options);
   if (!headers) return headers.error();
   const auto url = remoteURL(options);
   if (!url) return url.error();
-  return *url ? fetchTimeline(**url, *std::move(headers)) : readTimeline(options.source);
+  return *url ? fetchTimeline(**url, *std::move(headers)) : timelineOfFile(options.source);
 }
 
 Result<std::string> loadBytes(const SourceOptions& options) {

@@ -13,16 +13,16 @@
 namespace tarn::cli {
 namespace {
 
-constexpr std::size_t kLongestName = 48;
+constexpr std::size_t kMaxNameLength = 48;
 
 std::string urlText(const std::optional<URL>& url) {
   return url ? printable(url->absoluteString()) : "none";
 }
 
 std::string adName(const TarnLumoAd& ad) {
-  const auto id = ad.adId() ? clipped(printable(*ad.adId()), kLongestName) : std::string("no id");
+  const auto id = ad.adId() ? clipped(printable(*ad.adId()), kMaxNameLength) : std::string("no id");
   if (!ad.title()) return id;
-  return fmt::format("{} “{}”", id, clipped(printable(*ad.title()), kLongestName));
+  return fmt::format("{} “{}”", id, clipped(printable(*ad.title()), kMaxNameLength));
 }
 
 std::string offsetText(CMTime offset) {

@@ -7,7 +7,7 @@
 
 namespace tarn::cli {
 
-/// What `inspect` prints for people: the facts, the stream as a bar, tables, and the warnings last.
+/// The text that `inspect` prints: the facts, the stream as a bar, tables, and the warnings last.
 [[nodiscard]] std::string inspectText(const LoadedTimeline& loaded, const std::string& source,
                                       const Terminal& terminal);
 

@@ -73,6 +73,7 @@ Viewing::Viewing(const ViewingOptions& options, MakePlayer makePlayer, SessionVi
   });
   const auto providerOptions = std::make_shared<TarnKyrSessionProviderOptions>();
   addHeaders(providerOptions->httpHeaders, options.headers);
+  providerOptions->fetch = options.fetch;
   beaconSink_ = std::make_shared<ShowingBeaconSink>(options.beacons, [weakView](const URL& url) {
     if (const auto told = weakView.lock()) told->beacon(url);
   });

@@ -8,6 +8,7 @@
 
 #include "Host/TarnPlaybackController.h"
 #include "Kyr/TarnKyrSession.h"
+#include "Lumo/Fetch.h"
 #include "Viewing/EventLoop.h"
 #include "Viewing/SessionView.h"
 #include "Viewing/ShowingBeaconSink.h"
@@ -18,6 +19,7 @@ namespace tarn::cli {
 struct ViewingOptions {
   URL document;
   TarnLumoHTTPHeaders headers;  ///< Besides the session's own; one of the same name takes its place.
+  Fetch fetch;                  ///< Of the document; empty: over HTTP.
   Beacons beacons = Beacons::shown;
   bool autoPlay = false;
 };

@@ -13,7 +13,7 @@ namespace tarn {
 /// Makes warnings for the document's author from the facts that the reader reports. Reviews one document.
 class AuthorReview final : public ReadingObserver {
  public:
-  /// Leaves none behind.
+  /// The review then has none.
   [[nodiscard]] std::vector<TarnLumoWarning> takeWarnings() { return warnings_.take(); }
 
   void bytesAreNotUTF8() override;

@@ -40,7 +40,7 @@ struct AdBreakHead {
   CMTime beginTime;  ///< Absolute time.
 };
 
-/// How much of AdSource, VASTData (or VASTAdData), VAST and Ad a break holds, whatever their namespaces.
+/// How much of AdSource, VASTData (or VASTAdData), VAST and Ad a break holds, in any namespace.
 struct PathToAd {
   bool hasSource = false;
   bool hasAdTagURI = false;

@@ -39,7 +39,7 @@ ContentIndex::ContentIndex(const TarnLumoTimeline::AdSequences& adSequences, CMT
 }
 
 CMTime ContentIndex::contentTimeAtAbsoluteTime(CMTime absoluteTime) const {
-  // Segments that end before the time count whole, which is what the sums before a segment hold.
+  // Segments that end before the time count whole; the sum before a segment is of those.
   std::size_t i = ends_.ascends() ? ends_.firstNotEarlier(absoluteTime, 0, ends_.size()) : 0;
   CMTime accumulated = lengthBefore_[i];
   for (; i < segments_.size(); ++i) {
@@ -52,7 +52,7 @@ CMTime ContentIndex::contentTimeAtAbsoluteTime(CMTime absoluteTime) const {
       return accumulated;
     }
   }
-  // Running off the end with nothing counted means that nothing maps; standing before a segment does not.
+  // Reaching the end with nothing counted means that nothing maps; stopping before a segment does not.
   return accumulated == kCMTimeZero ? kCMTimeInvalid : accumulated;
 }
 
@@ -60,7 +60,7 @@ CMTime ContentIndex::absoluteTimeAtContentTime(CMTime contentTime) const {
   const std::size_t count = segments_.size();
   std::size_t i = 0;
   std::size_t stop = count;
-  if (lengthBefore_.ascends()) {  // Only the first segment that ends behind the time can hold it.
+  if (lengthBefore_.ascends()) {  // Only the first segment that ends after the time can hold it.
     i = lengthBefore_.firstLater(contentTime, 1, count + 1) - 1;
     stop = std::min(i + 1, count);
   }

@@ -7,9 +7,9 @@
 #include "Lumo/Internal/TimeList.h"
 #include "Lumo/TarnLumoTimeline.h"
 
-/// What the mappings look up, computed once, since a timeline never changes.
+/// The tables that the mappings look up, computed once, since a timeline never changes.
 ///
-/// Every answer is what a walk over the lists from the front gives, to the value, timescale and flags. Where
+/// Every result equals that of a walk over the lists from the front, to the value, timescale and flags. Where
 /// the times that a search relies on ascend, the walk starts at the place that a binary search finds instead
 /// of at the front; where they do not (a faulty document), it starts at the front.
 
@@ -28,7 +28,7 @@ class ContentIndex {
   CMTime payloadLength_;
   std::vector<TarnLumoContentSegment> segments_;
   TimeList ends_;
-  TimeList lengthBefore_;  // of content before each segment, and behind the last
+  TimeList lengthBefore_;  // of content before each segment, and after the last
 };
 
 /// Half-open spans of stream time.
@@ -51,7 +51,7 @@ class BreakIndex {
     std::shared_ptr<const TarnLumoAdSequence> adSequence;
     std::shared_ptr<const TarnLumoAd> ad;
   };
-  /// What plays at `time`, of the sequences that the index was made from.
+  /// The sequence and ad at `time`, of those that the index was made from.
   [[nodiscard]] Position positionAt(CMTime time, const TarnLumoTimeline::AdSequences& adSequences) const;
 
   /// The summed durations of the ads that end before `time`, in the sequences that do not begin after it.

@@ -15,7 +15,7 @@ namespace tarn {
 /// The line of the first break at each offset.
 using BreakLines = std::map<CMTime, std::optional<std::int64_t>, TarnLumoAdSequencesBuilder::ByIdentity>;
 
-/// Warns of what is odd about a whole stream: sequences that overlap, share a place or lie outside the
+/// Warns of oddities of a whole stream: sequences that overlap, share a place or are outside the
 /// payload, lengths that do not add up, impressions that are never reached. `offsets` are the sequences' own,
 /// in order.
 void reviewTimeline(const TarnLumoTimeline& timeline, const std::vector<CMTime>& offsets,

@@ -10,7 +10,7 @@ namespace tarn {
 
 /// Times that are searched often and never change once closed.
 ///
-/// Bisection asks for times that ascend; a list in which they do not is for its owner to walk. Lists whose
+/// Bisection needs times that ascend; the owner of a list in which they do not walks it instead. Lists whose
 /// times are whole ticks of one timescale, which real documents give, are searched as plain integers.
 class TimeList {
  public:

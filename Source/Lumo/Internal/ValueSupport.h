@@ -14,7 +14,7 @@
 #include "Platform/MediaTime.h"
 #include "Platform/URL.h"
 
-/// Equality, hash and description of what the model's value classes are made of: times, texts, URLs, shared
+/// Equality, hash and description of the parts of the model's value classes: times, texts, URLs, shared
 /// values and lists of them. Two absent objects are equal, hash to 0 and read "(null)".
 namespace tarn {
 

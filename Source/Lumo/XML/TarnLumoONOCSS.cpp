@@ -18,7 +18,7 @@ struct Expressions {
 };
 
 const Expressions& expressions() {
-  static const Expressions& shared = *new Expressions;  // outlives what still runs when the process ends
+  static const Expressions& shared = *new Expressions;  // never destroyed: used until the process ends
   return shared;
 }
 
@@ -78,7 +78,7 @@ const Expressions& expressions() {
   const std::string nameTest = special == 0 ? "*" : "";
 
   // The id is looked for in the whole selector up to the token's length, and cut out of the token at the
-  // place where the selector has it: right for a selector of one token, and kept so for longer ones.
+  // place where the selector has it: right for a selector of one token, and unchanged for longer ones.
   const auto ids = expressions().id.matches(codePoints(selector, 0, lengthInCodePoints(token)));
   if (!ids.empty() && ids.front().capture) {
     const auto id = codePoints(token, ids.front().captureBegin, ids.front().captureLength);

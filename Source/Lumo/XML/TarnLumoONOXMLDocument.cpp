@@ -4,6 +4,7 @@
 
 #include "Platform/Text.h"
 #include "XML/Internal/TarnLumoONOStringEncoding.h"
+#include "XML/Internal/TarnLumoONOXMLLimits.h"
 #include "XML/Internal/TarnLumoONOXMLParser.h"
 
 namespace {

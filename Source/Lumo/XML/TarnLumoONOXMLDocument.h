@@ -59,7 +59,7 @@ enum class TarnLumoONOStringEncoding : std::uint64_t {
   UTF32LittleEndian = 0x9c000100,
 };
 
-/// What the parser objected to in a document that it could read all the same.
+/// The faults of a document that the parser could read nevertheless.
 struct TarnLumoONOXMLFault {
   std::int64_t line = 0;
   std::string message;
@@ -83,11 +83,11 @@ struct TarnLumoONOXMLDocumentArchive {
 /// a time; different documents are independent.
 ///
 /// Parsing repairs what it can and never reads anything but the given bytes: no document type, entity or
-/// schema is fetched, and nothing is printed. Documents that would cost time or memory out of proportion are
-/// refused: entities that expand beyond 1 MiB or into themselves, more than 500 attributes or 50 namespaces
-/// on one tag (2,000 attributes in HTML), more than 256 namespaces in scope, a document type that declares
-/// more than 100 attributes or expands parameter entities beyond 4 KiB. What nests deeper than 256 elements
-/// is cut off there, which counts as a repair.
+/// schema is fetched, and nothing is printed. Documents that would cost far more time or memory than their
+/// size justifies are refused: entities that expand to over 1 MiB or into themselves, more than 500
+/// attributes or 50 namespaces on one tag (2,000 attributes in HTML), more than 256 namespaces in scope, a
+/// document type that declares more than 100 attributes or expands parameter entities to over 4 KiB. Elements
+/// nested deeper than 256 are cut off, which counts as a repair.
 class TarnLumoONOXMLDocument : public std::enable_shared_from_this<TarnLumoONOXMLDocument> {
   struct Key {};
 

@@ -4,74 +4,28 @@
 #include <utility>
 
 #include "Platform/ProgrammingError.h"
-#include "XML/Internal/TarnLumoONOXML.h"
 #include "XML/Internal/TarnLumoONOXMLChildPath.h"
+#include "XML/Internal/TarnLumoONOXMLNode.h"
+#include "XML/Internal/TarnLumoONOXPath.h"
 #include "XML/TarnLumoONOCSS.h"
+#include "XML/TarnLumoONOXMLDocument.h"
 
 namespace {
 
-using tarn::xml::TextHandle;
+using tarn::xml::attributeOf;
+using tarn::xml::contentOf;
+using tarn::xml::firstChildElement;
+using tarn::xml::namespacePrefixOf;
+using tarn::xml::namespaceURIOf;
+using tarn::xml::nextElement;
+using tarn::xml::takeText;
+using tarn::xml::valueOf;
 using tarn::xml::view;
 using tarn::xml::xmlText;
 
-[[nodiscard]] bool isText(const xmlNode* node) {
-  return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
-}
-
-/// The text of nodes that are nothing but text; absent when there are others among them.
-[[nodiscard]] std::optional<std::string> plainText(const xmlNode* nodes) {
-  std::string text;
-  for (const xmlNode* node = nodes; node != nullptr; node = node->next) {
-    if (!isText(node)) return std::nullopt;
-    text += view(node->content);
-  }
-  return text;
-}
-
-[[nodiscard]] std::string contentOf(const xmlNode* node) {
-  if (node->type == XML_ELEMENT_NODE || node->type == XML_ATTRIBUTE_NODE) {
-    if (auto text = plainText(node->children)) return *std::move(text);
-  }
-  return std::string(view(TextHandle(xmlNodeGetContent(node)).get()));
-}
-
-[[nodiscard]] std::optional<std::string> take(xmlChar* text) {
-  if (text == nullptr) return std::nullopt;
-  return std::string(view(TextHandle(text).get()));
-}
-
-/// The entities in it resolved.
-[[nodiscard]] std::string valueOf(const xmlNode* element, const xmlAttr* attribute) {
-  if (auto text = plainText(attribute->children)) return *std::move(text);
-  return take(xmlNodeListGetString(element->doc, attribute->children, 1)).value_or(std::string());
-}
-
-[[nodiscard]] std::optional<std::string> attributeOf(const xmlNode* node, std::string_view name) {
-  if (node->type != XML_ELEMENT_NODE) return std::nullopt;
-  const xmlAttr* attribute = node->properties;
-  while (attribute != nullptr && view(attribute->name) != name) attribute = attribute->next;
-  if (attribute != nullptr) return valueOf(node, attribute);
-  if (node->doc->intSubset == nullptr) return std::nullopt;
-  return take(xmlGetProp(node, xmlText(std::string(name))));
-}
-
-/// Other kinds of nodes have something else in its place.
-[[nodiscard]] const xmlNs* namespaceOf(const xmlNode* node) {
-  return node->type == XML_ELEMENT_NODE || node->type == XML_ATTRIBUTE_NODE ? node->ns : nullptr;
-}
-
-[[nodiscard]] xmlNode* nextElement(xmlNode* node) {
-  while (node != nullptr && node->type != XML_ELEMENT_NODE) node = node->next;
-  return node;
-}
-
-[[nodiscard]] xmlNode* firstChildElement(const xmlNode* node) {
-  return nextElement(node->children);
-}
-
 }  // namespace
 
-/// What has been computed; of an archived element, all there is.
+/// Computed values; an archived element has no others.
 struct TarnLumoONOXMLElement::Cache {
   std::string tag;
   std::optional<Attributes> attributes;
@@ -125,16 +79,12 @@ std::string TarnLumoONOXMLElement::tag() const {
 
 std::optional<std::string> TarnLumoONOXMLElement::namespacePrefix() const {
   const auto alive = document_.lock();
-  const xmlNs* space = alive ? namespaceOf(node_) : nullptr;
-  return space == nullptr || space->prefix == nullptr ? std::nullopt
-                                                      : std::optional<std::string>(view(space->prefix));
+  return alive ? namespacePrefixOf(node_) : std::nullopt;
 }
 
 std::optional<std::string> TarnLumoONOXMLElement::namespaceURI() const {
   const auto alive = document_.lock();
-  const xmlNs* space = alive ? namespaceOf(node_) : nullptr;
-  return space == nullptr || space->href == nullptr ? std::nullopt
-                                                    : std::optional<std::string>(view(space->href));
+  return alive ? namespaceURIOf(node_) : std::nullopt;
 }
 
 std::uint64_t TarnLumoONOXMLElement::lineNumber() const {
@@ -230,7 +180,7 @@ std::optional<std::string> TarnLumoONOXMLElement::valueForAttribute(std::string_
                                                                     std::string_view namespaceURI) const {
   const auto alive = document_.lock();
   if (!alive || node_->type != XML_ELEMENT_NODE) return std::nullopt;
-  return take(xmlGetNsProp(node_, xmlText(std::string(name)), xmlText(std::string(namespaceURI))));
+  return takeText(xmlGetNsProp(node_, xmlText(std::string(name)), xmlText(std::string(namespaceURI))));
 }
 
 std::vector<TarnLumoONOXMLElement> TarnLumoONOXMLElement::children() const {
@@ -395,20 +345,5 @@ std::size_t TarnLumoONOXMLElement::hash() const {
 std::string TarnLumoONOXMLElement::description() const {
   const auto alive = document_.lock();
   if (!alive) return {};
-  const tarn::xml::BufferHandle buffer(xmlBufferCreate());
-  if (!buffer || xmlNodeDump(buffer.get(), node_->doc, node_, 0, 0) < 0) return {};
-  return std::string(view(xmlBufferContent(buffer.get())));
-}
-
-bool TarnLumoONOXMLNodeMatchesTagInNamespace(const xmlNode* node, std::optional<std::string_view> tag,
-                                             std::optional<std::string_view> prefix) {
-  const auto matches = [](const xmlChar* name, std::string_view wanted) {
-    return view(name).size() == wanted.size() &&
-           xmlStrncasecmp(name, reinterpret_cast<const xmlChar*>(wanted.data()),
-                          static_cast<int>(wanted.size())) == 0;
-  };
-  if (tag && !matches(node->name, *tag)) return false;
-  if (!prefix) return true;
-  if (node->type != XML_ELEMENT_NODE || node->ns == nullptr || node->ns->prefix == nullptr) return false;
-  return matches(node->ns->prefix, *prefix);
+  return tarn::xml::serialised(node_);
 }

@@ -17,7 +17,7 @@
 struct _xmlNode;
 class TarnLumoONOXMLDocument;
 
-/// An element as a plain value: what is kept of it beyond its document.
+/// An element as a plain value, which outlives its document.
 struct TarnLumoONOXMLElementArchive {
   std::string tag;
   std::map<std::string, std::string, std::less<>> attributes;
@@ -27,10 +27,10 @@ struct TarnLumoONOXMLElementArchive {
 
 /// One node of a parsed document: a light value that wraps the node and holds the document weakly.
 ///
-/// An element does not keep its document alive. Once the document is gone it answers as an element without
+/// An element does not keep its document alive. Once the document is destroyed it acts as an element without
 /// name, attributes, text or relatives, except for what it had already computed. Every lookup makes a new
 /// wrapper; two wrappers are equal exactly when they wrap the same node. Attributes, text, number and date
-/// are computed on first use and kept. XPath results wrap nodes of any kind alike (attributes, text).
+/// are computed on first use and stored. XPath results wrap nodes of any kind alike (attributes, text).
 ///
 /// Used by one thread at a time, as is its document.
 class TarnLumoONOXMLElement {
@@ -51,9 +51,9 @@ class TarnLumoONOXMLElement {
   TarnLumoONOXMLElement& operator=(TarnLumoONOXMLElement other) noexcept;
   ~TarnLumoONOXMLElement();
 
-  /// Null when the document is gone.
+  /// Null when the document has been destroyed.
   [[nodiscard]] _xmlNode* xmlNode() const;
-  /// Null when the document is gone.
+  /// Null when the document has been destroyed.
   [[nodiscard]] std::shared_ptr<const TarnLumoONOXMLDocument> document() const { return document_.lock(); }
 
   /// The local name, as written.
@@ -61,7 +61,7 @@ class TarnLumoONOXMLElement {
   /// The prefix (not the URI) of the node's namespace; absent without namespace or prefix.
   [[nodiscard]] std::optional<std::string> namespacePrefix() const;
   [[nodiscard]] std::optional<std::string> namespaceURI() const;
-  /// From 1; libxml2 counts to 65535 and stays there. 0 for what stands on no line.
+  /// From 1; libxml2 counts to 65535 and stays there. 0 for a node without a line.
   [[nodiscard]] std::uint64_t lineNumber() const;
   /// By local name, entities resolved; of two with one local name the first.
   [[nodiscard]] Attributes attributes() const&;
@@ -69,7 +69,7 @@ class TarnLumoONOXMLElement {
   /// The text of the node and all below it, entities resolved; empty without any.
   [[nodiscard]] std::string stringValue() const&;
   [[nodiscard]] std::string stringValue() &&;
-  /// An element stands where text is expected.
+  /// An element converts to its text.
   explicit operator std::string() const { return stringValue(); }
   [[nodiscard]] bool isBlank() const { return cachedText().empty(); }
   /// The text as an en_US number, grouping commas allowed.
@@ -85,7 +85,7 @@ class TarnLumoONOXMLElement {
   [[nodiscard]] std::optional<TarnLumoONOXMLElement> previousSibling() const;
   [[nodiscard]] std::optional<TarnLumoONOXMLElement> nextSibling() const;
 
-  /// By local name, whatever its prefix; a default that the document type declares counts.
+  /// By local name, with any prefix; a default that the document type declares counts.
   [[nodiscard]] std::optional<std::string> valueForAttribute(std::string_view name) const;
   [[nodiscard]] std::optional<std::string> valueForAttribute(std::string_view name,
                                                              std::string_view namespaceURI) const;

@@ -2,7 +2,8 @@
 
 #include <utility>
 
-#include "XML/Internal/TarnLumoONOXML.h"
+#include "XML/Internal/TarnLumoONOXMLHandles.h"
+#include "XML/TarnLumoONOXMLDocument.h"
 
 void TarnLumoONOXPathEnumerator::Free::operator()(_xmlXPathObject* object) const {
   xmlXPathFreeObject(object);

@@ -38,7 +38,7 @@ class TarnLumoONOXPathEnumerator {
   [[nodiscard]] std::optional<TarnLumoONOXMLElement> nextObject();
   /// Absent when `index` is not below the number of nodes.
   [[nodiscard]] std::optional<TarnLumoONOXMLElement> objectAtIndex(std::size_t index) const;
-  /// Every node, whatever has been handed out.
+  /// Every node, also those that `nextObject` has returned.
   [[nodiscard]] std::vector<TarnLumoONOXMLElement> allObjects() const;
 
  private:

@@ -40,7 +40,7 @@ std::vector<std::string> texts(const std::vector<Element>& elements) {
   return result;
 }
 
-/// What matches, as text; "null" for no enumerator.
+/// The matches as text; "null" for no enumerator.
 std::vector<std::string> matches(const Element& element, std::string_view expression) {
   const auto enumerator = element.XPath(expression);
   return enumerator ? texts(enumerator->allObjects()) : std::vector<std::string>{"null"};
@@ -52,7 +52,7 @@ std::string repeated(std::string_view text, std::size_t times) {
   return result;
 }
 
-TEST(XMLDocument, ReadsTheTreeOfADocument) {
+TEST(TarnLumoONOXMLDocumentTest, ReadsTheTreeOfADocument) {
   const auto document = parse(
       "<?xml version='1.0' encoding='UTF-8'?>\n<a:root xmlns:a='urn:a' n='1' a:m='2'>\n <One> x "
       "<b>y</b></One>"
@@ -79,7 +79,7 @@ TEST(XMLDocument, ReadsTheTreeOfADocument) {
   EXPECT_THROW(static_cast<void>(root.objectAtIndexedSubscript(3)), tarn::ProgrammingError);
 }
 
-TEST(XMLDocument, FindsChildrenByTagAndPrefixWithoutRegardToCase) {
+TEST(TarnLumoONOXMLDocumentTest, FindsChildrenByTagAndPrefixWithoutRegardToCase) {
   const auto document =
       parse("<r xmlns:p='urn:p'> <AdBreak>1</AdBreak><p:adbreak>2</p:adbreak><x/><text/></r>");
   const Element root = *document->rootElement();
@@ -100,7 +100,7 @@ TEST(XMLDocument, FindsChildrenByTagAndPrefixWithoutRegardToCase) {
               Optional(ElementsAre(0, 2)));
 }
 
-TEST(XMLDocument, ReadsNumbersDatesAndEntities) {
+TEST(TarnLumoONOXMLDocumentTest, ReadsNumbersDatesAndEntities) {
   const auto document = parse(
       "<!DOCTYPE r [<!ENTITY who 'you &amp; me'>]><r a='&who;'><n>1,200.5</n><n>x</n>"
       "<d>2024-02-03T04:05:06+0000</d><e>for &who;<![CDATA[ <b> ]]></e></r>");
@@ -116,7 +116,7 @@ TEST(XMLDocument, ReadsNumbersDatesAndEntities) {
   EXPECT_THAT(document->rootElement()->attributes(), ElementsAre(Pair("a", "you & me")));
 }
 
-TEST(XMLDocument, IsSafeToAskAfterTheDocumentIsGone) {
+TEST(TarnLumoONOXMLDocumentTest, ElementsAreSafeToUseAfterTheDocumentIsDestroyed) {
   auto document = parse("<r a='1'><b>t</b></r>");
   const Element root = *document->rootElement();
   const Element child = root.children()[0];
@@ -130,7 +130,7 @@ TEST(XMLDocument, IsSafeToAskAfterTheDocumentIsGone) {
     EXPECT_EQ(none, std::nullopt);
 }
 
-TEST(XMLDocument, KeepsAnArchiveAndASharedCopy) {
+TEST(TarnLumoONOXMLDocumentTest, KeepsAnArchiveAndASharedCopy) {
   auto document = parse("<r a='1'><b>t</b><b/></r>");
   const auto archive = document->archive();
   const auto copy = document->copy();
@@ -148,7 +148,7 @@ TEST(XMLDocument, KeepsAnArchiveAndASharedCopy) {
   EXPECT_EQ(archive.rootElement->children[0].stringValue, "t");
 }
 
-TEST(XMLDocument, EvaluatesExpressionsFromAnyElement) {
+TEST(TarnLumoONOXMLDocumentTest, EvaluatesExpressionsFromAnyElement) {
   const auto document = parse(
       "<v:VMAP xmlns:v='urn:v'><v:A><k "
       "id='1'>one</k><k>two</k></v:A><v:A><k>three</k></v:A><n>7</n></v:VMAP>");
@@ -186,7 +186,7 @@ TEST(XMLDocument, EvaluatesExpressionsFromAnyElement) {
   EXPECT_FALSE(root.functionResultByEvaluatingXPath("k["));
 }
 
-TEST(XMLDocument, ResolvesPrefixesByTheOutermostDefinition) {
+TEST(TarnLumoONOXMLDocumentTest, ResolvesPrefixesByTheOutermostDefinition) {
   const auto document = parse(
       "<r xmlns:p='urn:out' xmlns='urn:d'><m xmlns:p='urn:in' xmlns:q='urn:q'><p:x>in</p:x><q:x>q</q:x></m>"
       "<p:x>out</p:x></r>");
@@ -205,7 +205,7 @@ TEST(XMLDocument, ResolvesPrefixesByTheOutermostDefinition) {
   EXPECT_EQ(document->firstChildWithXPath("/e:r/e:m"), inner);
 }
 
-TEST(XMLDocument, WalksPlainPathsAsTheXPathEngineWould) {
+TEST(TarnLumoONOXMLDocumentTest, WalksPlainPathsAsTheXPathEngineWould) {
   const auto document = parse(
       "<v:VMAP xmlns:v='urn:v' xmlns:w='urn:w'><v:A>1</v:A><w:A>2</w:A><A>3<v:B>4</v:B></A><v:A>5<v:B>6</v:B>"
       "<A xmlns='urn:d'>7</A></v:A><v:VMAP>8</v:VMAP><!-- A --></v:VMAP>");
@@ -228,7 +228,7 @@ TEST(XMLDocument, WalksPlainPathsAsTheXPathEngineWould) {
   }
 }
 
-TEST(XMLDocument, RepairsMalformedDocumentsAndSaysWhere) {
+TEST(TarnLumoONOXMLDocumentTest, RepairsMalformedDocumentsAndSaysWhere) {
   const auto cut = parse("<a>\n<b>text");
   EXPECT_EQ(cut->rootElement()->stringValue(), "\ntext");
   EXPECT_EQ(cut->faults().count, 1u);
@@ -247,7 +247,7 @@ TEST(XMLDocument, RepairsMalformedDocumentsAndSaysWhere) {
   EXPECT_EQ(parse("<a>ok \xff\xfe</a>")->rootElement()->stringValue(), "ok ÿþ");
 }
 
-TEST(XMLDocument, RefusesWhatIsNoDocument) {
+TEST(TarnLumoONOXMLDocumentTest, RefusesBytesThatAreNoDocument) {
   for (const std::string& bytes :
        {std::string(), std::string("not xml"), std::string(" \n "), std::string("{}"), std::string(8, '\0'),
         std::string("<?xml version='1.0'?><!-- c -->"),
@@ -263,7 +263,7 @@ TEST(XMLDocument, RefusesWhatIsNoDocument) {
   EXPECT_EQ(parse("<a/>")->faults().count, 0u) << "an old error is not reported again";
 }
 
-TEST(XMLDocument, ReadsOtherEncodingsAndHTML) {
+TEST(TarnLumoONOXMLDocumentTest, ReadsOtherEncodingsAndHTML) {
   using Encoding = TarnLumoONOStringEncoding;
   std::istringstream rows(
       "UTF-8 4 é ISO-8859-1 5 é csShiftJIS 8 語 windows-1252 12 € UTF-16 10 é ISO-8859-5 0x80000205 я "
@@ -297,7 +297,7 @@ TEST(XMLDocument, ReadsOtherEncodingsAndHTML) {
   EXPECT_EQ(seen, "xy w ");
 }
 
-TEST(XMLDocument, PrintsNothingAndKeepsTheHandlersOfTheApplication) {
+TEST(TarnLumoONOXMLDocumentTest, PrintsNothingAndKeepsTheHandlersOfTheApplication) {
   int calls = 0;
   const auto count = [](void* counter, xmlError*) { ++*static_cast<int*>(counter); };
   xmlSetStructuredErrorFunc(&calls, count);
@@ -317,7 +317,7 @@ TEST(XMLDocument, PrintsNothingAndKeepsTheHandlersOfTheApplication) {
   xmlSetStructuredErrorFunc(nullptr, nullptr);
 }
 
-TEST(XMLDocument, FetchesNothing) {
+TEST(TarnLumoONOXMLDocumentTest, FetchesNothing) {
   const auto file = std::filesystem::temp_directory_path() / ("secret-" + std::to_string(::getpid()));
   std::ofstream(file) << "<!ENTITY leak 'secret'>secret";
   const tarn::test::ScriptedServer server([](auto&) {});
@@ -340,7 +340,7 @@ TEST(XMLDocument, FetchesNothing) {
   std::filesystem::remove(file);
 }
 
-TEST(XMLDocument, RefusesEntitiesThatExpandBeyondMeasure) {
+TEST(TarnLumoONOXMLDocumentTest, RefusesEntitiesThatExpandAboveTheLimits) {
   std::string nested = "<!DOCTYPE r [<!ENTITY e0 'lollollollol'>";
   for (int i = 1; i < 12; ++i) {
     const std::string ten = repeated("&e" + std::to_string(i - 1) + ";", 10);
@@ -362,7 +362,7 @@ TEST(XMLDocument, RefusesEntitiesThatExpandBeyondMeasure) {
   }
 }
 
-TEST(XMLDocument, BoundsDepthAndTheSizeOfTags) {
+TEST(TarnLumoONOXMLDocumentTest, BoundsDepthAndTheSizeOfTags) {
   for (const std::size_t depth : {1'000u, 100'000u}) {
     const auto document = parse(repeated("<a>", depth) + repeated("</a>", depth));
     EXPECT_THAT(document->faults().first[0].message, HasSubstr("depth"));
@@ -406,7 +406,7 @@ TEST(XMLDocument, BoundsDepthAndTheSizeOfTags) {
   EXPECT_EQ(wide->XPath("//a/following-sibling::a"), nullptr);
 }
 
-TEST(XMLDocument, TellsUTF8FromOtherBytes) {
+TEST(TarnLumoONOXMLDocumentTest, DistinguishesUTF8FromOtherBytes) {
   const std::string padding(70, 'x');
   for (const char* text : {"", "plain", "é", "\u0800", "\u0fff", "\U0010ffff"}) {
     EXPECT_TRUE(tarn::isUTF8(padding + text)) << text;
@@ -420,7 +420,7 @@ TEST(XMLDocument, TellsUTF8FromOtherBytes) {
   }
 }
 
-TEST(XMLText, ClipsBetweenCharactersWhereMoreFollows) {
+TEST(TarnLumoONOXMLDocumentTest, ClipsTextBetweenCharactersWhereMoreFollows) {
   const std::string eighty(80, 'x');
   EXPECT_EQ(tarn::clippedText("a" + std::string(1'278, ' ') + "é"), "a é");
   EXPECT_EQ(tarn::clippedText("a" + std::string(1'278, ' ') + eighty), "a " + eighty.substr(2) + "…");
@@ -428,7 +428,7 @@ TEST(XMLText, ClipsBetweenCharactersWhereMoreFollows) {
   EXPECT_EQ(tarn::clippedText(eighty.substr(1) + "é"), eighty.substr(1) + "…");
 }
 
-TEST(CSSSelector, TranslatesToXPath) {
+TEST(TarnLumoONOXMLDocumentTest, TranslatesSelectorsToXPath) {
   const std::pair<const char*, const char*> rows[] = {
       {"*", ".//*"},
       {"div > *", ".//div//*"},

@@ -144,7 +144,7 @@ using Converter = std::unique_ptr<UConverter, decltype([](UConverter* converter)
   return error;
 }
 
-/// The name under which ICU keeps the converter that it knows as `name`; empty for an unknown one.
+/// ICU's own name of the converter that it finds as `name`; empty for an unknown one.
 [[nodiscard]] std::string canonicalName(const std::string& name) {
   UErrorCode status = U_ZERO_ERROR;
   const char* const canonical = ucnv_getAlias(name.c_str(), 0, &status);
@@ -153,7 +153,7 @@ using Converter = std::unique_ptr<UConverter, decltype([](UConverter* converter)
 
 [[nodiscard]] const std::map<std::string, std::uint64_t>& codesByConverter() {
   static const auto& shared = *[] {
-    auto* codes = new std::map<std::string, std::uint64_t>;  // outlives what still runs when the process ends
+    auto* codes = new std::map<std::string, std::uint64_t>;  // never destroyed: used until the process ends
     for (const Row& row : kRows) codes->emplace(canonicalName(row.name), row.code);
     codes->erase("");
     return codes;
@@ -171,7 +171,7 @@ using Converter = std::unique_ptr<UConverter, decltype([](UConverter* converter)
   return (converter.ends_with(",swaplfnl") ? kSwappedCodePage : kCodePage) + page;
 }
 
-/// A name by which ICU knows the converter of a code; empty for an unknown one.
+/// A name that ICU accepts for the converter of a code; empty for an unknown one.
 [[nodiscard]] std::string converterName(std::uint64_t code) {
   for (const Row& row : kRows) {
     if (row.code == code) return row.name;

@@ -4,14 +4,16 @@
 #include <cstdint>
 #include <utility>
 
-#include "XML/Internal/TarnLumoONOXML.h"
+#include "XML/Internal/TarnLumoONOXMLHandles.h"
+#include "XML/Internal/TarnLumoONOXPath.h"
+#include "XML/TarnLumoONOXMLDocument.h"
 
 namespace tarn::xml {
 namespace {
 
 // One bit for each alternative.
 using Alternatives = std::uint32_t;
-constexpr std::size_t kMaximumAlternatives = 32;
+constexpr std::size_t kMaxAlternatives = 32;
 
 [[nodiscard]] bool isLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
@@ -56,14 +58,14 @@ std::optional<ChildPath> ChildPath::parse(std::string_view expression) {
     result.fromRoot_ = fromRoot;
     path.remove_prefix(fromRoot ? 1 : path.starts_with("./") ? 2 : 0);
     auto steps = parseSteps(path);
-    if (!steps || result.alternatives_.size() == kMaximumAlternatives) return std::nullopt;
+    if (!steps || result.alternatives_.size() == kMaxAlternatives) return std::nullopt;
     result.alternatives_.push_back(*std::move(steps));
     if (bar == std::string_view::npos) return result;
     expression.remove_prefix(bar + 1);
   }
 }
 
-/// Goes down all alternatives at once, so that matches come in document order and none comes twice.
+/// Follows all alternatives at once, so that matches are in document order and none is there twice.
 class ChildPath::Walk {
  public:
   Walk(const ChildPath& path, const TarnLumoONOXMLDocument& document, const xmlNode* context,

@@ -21,7 +21,7 @@ class ChildPath {
   /// Absent for every other expression.
   [[nodiscard]] static std::optional<ChildPath> parse(std::string_view expression);
 
-  /// The first `limit` nodes of what the XPath engine would answer at `node`, in document order.
+  /// The first `limit` nodes of the XPath engine's result at `node`, in document order.
   [[nodiscard]] std::vector<xmlNode*> nodes(const TarnLumoONOXMLDocument& document, xmlNode* node,
                                             std::size_t limit) const;
 

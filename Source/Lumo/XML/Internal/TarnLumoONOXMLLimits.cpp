@@ -1,3 +1,5 @@
+#include "XML/Internal/TarnLumoONOXMLLimits.h"
+
 #include <strings.h>
 
 #include <algorithm>
@@ -9,7 +11,7 @@
 #include <vector>
 
 #include "Platform/Text.h"
-#include "XML/Internal/TarnLumoONOXML.h"
+#include "XML/TarnLumoONOXMLDocument.h"
 
 // libxml2 compares every attribute of a tag with every other, every value of an enumeration too, and looks
 // every prefixed name up in the list of all namespaces in scope, so a tag of 100,000 attributes takes
@@ -18,16 +20,16 @@
 namespace tarn::xml {
 namespace {
 
-constexpr std::size_t kMaximumAttributes = 500;
-constexpr std::size_t kMaximumNamespaceDefinitions = 50;
-constexpr std::size_t kShortestNamespaceDefinition = sizeof(" xmlns:a='b'") - 1;
-constexpr std::size_t kLongestHarmlessTag = kMaximumNamespaceDefinitions * kShortestNamespaceDefinition;
-constexpr std::size_t kMaximumAttributeListBytes = 4 * 1024;
-// Higher than for XML: a comparison in a script may look like the begin of a tag.
-constexpr std::size_t kMaximumHTMLAttributes = 2'000;
-constexpr std::size_t kMaximumSizeOfUncommonEncoding = 64 * 1024;
-constexpr std::size_t kMaximumEntityExpansion = 1024 * 1024;
-constexpr std::size_t kMaximumEntityDepth = 64;
+constexpr std::size_t kMaxAttributes = 500;
+constexpr std::size_t kMaxNamespaceDefinitions = 50;
+constexpr std::size_t kMinNamespaceDefinitionSize = sizeof(" xmlns:a='b'") - 1;
+constexpr std::size_t kMaxHarmlessTagSize = kMaxNamespaceDefinitions * kMinNamespaceDefinitionSize;
+constexpr std::size_t kMaxAttributeListBytes = 4 * 1024;
+// Higher than for XML: a comparison in a script may look like the start of a tag.
+constexpr std::size_t kMaxHTMLAttributes = 2'000;
+constexpr std::size_t kMaxSizeInUncommonEncoding = 64 * 1024;
+constexpr std::size_t kMaxEntityExpansion = 1024 * 1024;
+constexpr std::size_t kMaxEntityDepth = 64;
 
 [[nodiscard]] bool isXMLSpace(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
@@ -38,8 +40,8 @@ struct TagSize {
   std::size_t namespaceDefinitions = 0;
 };
 
-/// Counts the quoted values of a start tag. `tag` begins behind its "<" and holds no other, for an attribute
-/// value may not either; so the count is right in every tag that is one, whatever stands around it.
+/// Counts the quoted values of a start tag. `tag` begins after its "<" and has no other: not even an
+/// attribute value may contain one. So the count is right for every real tag, wherever it is in the text.
 [[nodiscard]] TagSize measureTag(std::string_view tag) {
   TagSize size;
   for (std::size_t i = 0; i < tag.size() && tag[i] != '>'; ++i) {
@@ -61,7 +63,7 @@ struct TagSize {
 /// which the parser may be. Where a character can be read in two ways, the larger count is taken.
 class HTMLAttributeCount {
  public:
-  /// The count for a tag whose name begins behind the last character put in front.
+  /// The count for a tag whose name begins after the last character put in front.
   [[nodiscard]] std::size_t ofTag() const { return name_; }
 
   void putInFront(char c) {
@@ -73,7 +75,7 @@ class HTMLAttributeCount {
     } else if (isXMLSpace(c)) {
       name_ = unquoted_ = between_;
     } else {
-      const std::size_t begun = std::min(next.name_ + 1, kMaximumHTMLAttributes + 1);
+      const std::size_t begun = std::min(next.name_ + 1, kMaxHTMLAttributes + 1);
       between_ = c == '=' ? std::max(begun, next.value_) : begun;
       if (c == '=') name_ = std::max(next.name_, next.value_);
       value_ = c == '"' ? next.doubleQuoted_ : c == '\'' ? next.singleQuoted_ : next.unquoted_;
@@ -89,7 +91,7 @@ class HTMLAttributeCount {
   std::size_t singleQuoted_ = 0;
 };
 
-/// Whether bytes of the encoding that look like ASCII markup are just that.
+/// Whether bytes of the encoding that look like ASCII markup are ASCII markup.
 [[nodiscard]] bool keepsASCII(std::string_view encoding) {
   static constexpr std::array<std::string_view, 15> kPrefixes = {
       "UTF-8", "UTF8",      "US-ASCII", "ASCII", "ISO-8859-", "ISO_8859-", "LATIN", "WINDOWS-125",
@@ -100,7 +102,7 @@ class HTMLAttributeCount {
   });
 }
 
-/// The first encoding that an HTML text names and in which its bytes mean something else than they look like.
+/// The first encoding that an HTML text names and in which bytes that look like ASCII may be something else.
 /// libxml2 changes to it in the middle of a tag.
 [[nodiscard]] std::string_view uncommonCharset(std::string_view text) {
   constexpr std::string_view kName = "charset=";
@@ -118,10 +120,10 @@ class ExpansionCheck {
  public:
   explicit ExpansionCheck(const xmlDoc* document) : document_(document) {}
 
-  /// What the references below `node` and its siblings expand to, text outside of them included if asked for.
-  /// Absent when it is beyond measure.
+  /// The size of the references below `node` and its siblings when expanded, with the text outside of them if
+  /// asked for. Absent above the limits.
   [[nodiscard]] std::optional<std::size_t> sizeOf(const xmlNode* first, bool countText, std::size_t depth) {
-    if (depth > kMaximumEntityDepth) return std::nullopt;
+    if (depth > kMaxEntityDepth) return std::nullopt;
     std::size_t total = 0;
     std::vector<const xmlNode*> pending;
     const auto push = [&pending](const xmlNode* list) {
@@ -142,7 +144,7 @@ class ExpansionCheck {
           push(attribute->children);
         push(node->children);
       }
-      if (total > kMaximumEntityExpansion) return std::nullopt;
+      if (total > kMaxEntityExpansion) return std::nullopt;
     }
     return total;
   }
@@ -165,7 +167,7 @@ class ExpansionCheck {
   std::unordered_set<const xmlEntity*> open_;
 };
 
-/// The text that a node holds by itself, not in nodes beneath.
+/// The node's own text, without that of its children.
 [[nodiscard]] std::string_view ownText(const xmlNode& node) {
   switch (node.type) {
     case XML_TEXT_NODE:
@@ -191,7 +193,7 @@ class ExpansionCheck {
   return true;
 }
 
-/// What an entity reference stands for is met where the entity is declared.
+/// The nodes that an entity reference refers to are visited where the entity is declared.
 [[nodiscard]] bool holdsNodes(const xmlNode& node) {
   return node.type == XML_ELEMENT_NODE || node.type == XML_ATTRIBUTE_NODE || node.type == XML_DTD_NODE;
 }
@@ -226,13 +228,13 @@ Result<void> checkMarkup(Markup markup) {
   while (begin != std::string_view::npos) {
     const std::size_t next = text.find('<', begin + 1);
     const std::string_view tag = text.substr(begin + 1, std::min(next, text.size()) - begin - 1);
-    if (tag.size() > kLongestHarmlessTag) {
+    if (tag.size() > kMaxHarmlessTagSize) {
       const TagSize size = measureTag(tag);
-      if (size.attributes > kMaximumAttributes || size.namespaceDefinitions > kMaximumNamespaceDefinitions)
+      if (size.attributes > kMaxAttributes || size.namespaceDefinitions > kMaxNamespaceDefinitions)
         return limitError("The tag at line " + lineOf(markup, begin) + " has more than " +
-                          std::to_string(kMaximumAttributes) + " attributes or " +
-                          std::to_string(kMaximumNamespaceDefinitions) + " namespace definitions");
-      if (tag.size() > kMaximumAttributeListBytes && tag.starts_with("!ATTLIST"))
+                          std::to_string(kMaxAttributes) + " attributes or " +
+                          std::to_string(kMaxNamespaceDefinitions) + " namespace definitions");
+      if (tag.size() > kMaxAttributeListBytes && tag.starts_with("!ATTLIST"))
         return limitError("The attribute list declared at line " + lineOf(markup, begin) +
                           " is longer than 4 KiB");
     }
@@ -243,16 +245,16 @@ Result<void> checkMarkup(Markup markup) {
 
 Result<void> checkHTMLMarkup(Markup markup) {
   const std::string_view text = markup.text;
-  if (text.size() > kMaximumSizeOfUncommonEncoding) {
+  if (text.size() > kMaxSizeInUncommonEncoding) {
     if (const auto encoding = uncommonCharset(text); !encoding.empty())
       return limitError("An HTML document in the encoding " + std::string(encoding) +
                         " may be at most 64 KiB; send it as UTF-8");
   }
   HTMLAttributeCount count;
   for (std::size_t i = text.size(); i-- > 0; count.putInFront(text[i])) {
-    if (text[i] == '<' && count.ofTag() > kMaximumHTMLAttributes)
+    if (text[i] == '<' && count.ofTag() > kMaxHTMLAttributes)
       return limitError("The tag at line " + lineOf(markup, i) + " has more than " +
-                        std::to_string(kMaximumHTMLAttributes) + " attributes");
+                        std::to_string(kMaxHTMLAttributes) + " attributes");
   }
   return {};
 }

@@ -1,3 +1,5 @@
+#include "XML/Internal/TarnLumoONOXMLParser.h"
+
 #include <libxml/HTMLparser.h>
 #include <libxml/SAX2.h>
 
@@ -8,19 +10,19 @@
 #include <utility>
 
 #include "Platform/Text.h"
-#include "XML/Internal/TarnLumoONOXMLParser.h"
+#include "XML/Internal/TarnLumoONOXMLLimits.h"
 
 namespace tarn::xml {
 namespace {
 
 /// Recover, and report neither errors nor warnings: libxml2 prints nothing that it reports about a document.
 constexpr int kParseOptions = XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-constexpr std::size_t kFaultsKept = 20;
-constexpr int kNamespacesInScope = 256;
-constexpr int kAttributeDeclarations = 100;
-constexpr std::size_t kDefaultedAttributes = 16;
-constexpr std::size_t kAttributeDefaultBytes = 256;
-constexpr std::size_t kParameterEntityBytes = 4 * 1024;
+constexpr std::size_t kMaxFaults = 20;
+constexpr int kMaxNamespacesInScope = 256;
+constexpr int kMaxAttributeDeclarations = 100;
+constexpr std::size_t kMaxDefaultedAttributes = 16;
+constexpr std::size_t kMaxAttributeDefaultBytes = 256;
+constexpr std::size_t kMaxParameterEntityBytes = 4 * 1024;
 
 using ParserHandle = std::unique_ptr<xmlParserCtxt, Deleter<xmlFreeParserCtxt>>;
 using HTMLParserHandle = std::unique_ptr<xmlParserCtxt, Deleter<htmlFreeParserCtxt>>;
@@ -29,7 +31,7 @@ void ignoreError(void* /*context*/, xmlError* /*error*/) {}
 
 void ignoreText(void* /*context*/, const char* /*format*/, ...) {}
 
-/// libxml2 quotes the document in its messages, whatever bytes that has.
+/// libxml2 quotes the document in its messages, also bytes that are not UTF-8.
 [[nodiscard]] std::string messageOf(const xmlError& error) {
   return repairedUTF8(error.message == nullptr ? "" : error.message);
 }
@@ -53,9 +55,9 @@ void decodeAll(xmlParserInput& input) {
           input.line};
 }
 
-/// Follows one parse through libxml2's callbacks: records faults, and stops the parser before it does work
-/// out of proportion. Only the parser knows which encodings a document really uses, so the text is checked in
-/// its buffer.
+/// Follows one parse through libxml2's callbacks: records faults, and stops the parser before a small
+/// document costs much time. Only the parser knows which encodings a document really uses, so the text is
+/// checked in its buffer.
 class Watch {
  public:
   /// The parser of an entity's content shares the document parser's watch.
@@ -82,7 +84,7 @@ class Watch {
     parser.sax->cdataBlock = addSection;
   }
 
-  /// What `parser` made of its document.
+  /// The result of `parser`.
   [[nodiscard]] Parse take(xmlParserCtxt& parser, xmlDoc* document) && {
     Parse parse{DocumentHandle(document), std::move(faults_), std::move(refusal_)};
     if (parse.error) {
@@ -108,7 +110,7 @@ class Watch {
   static void recordFault(void* context, xmlError* error) {
     auto& faults = of(context).faults_;
     ++faults.count;
-    if (faults.first.size() == kFaultsKept) return;
+    if (faults.first.size() == kMaxFaults) return;
     faults.first.push_back({error->line, foldedText(messageOf(*error)), error->level == XML_ERR_FATAL});
   }
 
@@ -125,7 +127,7 @@ class Watch {
     xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount,
                           defaultedCount, attributes);
     // Each prefixed name is looked up in a list of prefixes and URIs.
-    of(context).stopIf(parserOf(context)->nsNr > 2 * kNamespacesInScope,
+    of(context).stopIf(parserOf(context)->nsNr > 2 * kMaxNamespacesInScope,
                        "More than 256 namespace definitions are in scope", context);
   }
 
@@ -164,13 +166,13 @@ class Watch {
                                int defaultKind, const xmlChar* defaultValue, xmlEnumeration* values) {
     xmlSAX2AttributeDecl(context, element, name, type, defaultKind, defaultValue, values);
     Watch& watch = of(context);
-    watch.stopIf(++watch.attributeDeclarations_ > kAttributeDeclarations,
+    watch.stopIf(++watch.attributeDeclarations_ > kMaxAttributeDeclarations,
                  "The document type declares more than 100 attributes", context);
     if (defaultValue == nullptr) return;
     watch.defaultBytes_ += view(defaultValue).size();
-    watch.stopIf(++watch.defaults_ > kDefaultedAttributes || watch.defaultBytes_ > kAttributeDefaultBytes,
-                 "The document type declares attribute defaults of more than 16 attributes or 256 bytes",
-                 context);
+    watch.stopIf(
+        ++watch.defaults_ > kMaxDefaultedAttributes || watch.defaultBytes_ > kMaxAttributeDefaultBytes,
+        "The document type declares attribute defaults of more than 16 attributes or 256 bytes", context);
   }
 
   static xmlEntity* parameterEntity(void* context, const xmlChar* name) {
@@ -178,7 +180,7 @@ class Watch {
     if (entity == nullptr) return nullptr;
     Watch& watch = of(context);
     watch.parameterEntityBytes_ += view(entity->content).size();
-    watch.stopIf(watch.parameterEntityBytes_ > kParameterEntityBytes,
+    watch.stopIf(watch.parameterEntityBytes_ > kMaxParameterEntityBytes,
                  "The document's parameter entities expand to more than 4 KiB", context);
     return watch.refusal_ ? nullptr : entity;
   }
@@ -188,7 +190,7 @@ class Watch {
     of(context).checkHTML(context);
   }
 
-  /// A meta element may have changed the encoding of all that follows.
+  /// A meta element may have changed the encoding of the rest.
   static void startHTMLElement(void* context, const xmlChar* name, const xmlChar** attributes) {
     xmlSAX2StartElement(context, name, attributes);
     const xmlParserInput* const input = parserOf(context)->input;

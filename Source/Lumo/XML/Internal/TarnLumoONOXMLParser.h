@@ -6,7 +6,13 @@
 #include <optional>
 #include <string_view>
 
-#include "XML/Internal/TarnLumoONOXML.h"
+#include "Platform/Error.h"
+#include "XML/Internal/TarnLumoONOXMLHandles.h"
+#include "XML/TarnLumoONOXMLDocument.h"
+
+/// Stores `error`'s code and trimmed message in `result`, then resets `error`. Does nothing if either is
+/// null.
+void TarnLumoONOSetErrorFromXMLErrorPtr(std::optional<tarn::Error>* result, xmlError* error);
 
 namespace tarn::xml {
 
@@ -23,8 +29,8 @@ struct Parse {
 [[nodiscard]] Parse parseHTML(std::string_view bytes);
 
 /// Discards what libxml2 reports on this thread outside of a parser or a query: converter errors and some
-/// faults of an expression, which it would print. The handlers that the application installed are back when
-/// this is destroyed.
+/// faults of an expression, which it would print. The destructor restores the
+/// application's handlers.
 class QuietThread {
  public:
   QuietThread();

@@ -1,3 +1,5 @@
+#include "XML/Internal/TarnLumoONOXPath.h"
+
 #include <libxml/xpathInternals.h>
 
 #include <algorithm>
@@ -6,22 +8,23 @@
 #include <string>
 
 #include "XML/Internal/TarnLumoONOXMLParser.h"
+#include "XML/TarnLumoONOXMLDocument.h"
 
 namespace tarn::xml {
 namespace {
 
 // A query that looks at every node a few times stays far below; one that looks at every node for every node
 // ends instead of taking minutes.
-constexpr unsigned long kOperationsForAnyDocument = 200'000;
-constexpr unsigned long kOperationsForAnElement = 16;
+constexpr unsigned long kMaxOperationsOfAnyDocument = 200'000;
+constexpr unsigned long kMaxOperationsPerElement = 16;
 
 /// How much work a query of the document may take. Numbers the elements in document order on first use:
 /// without the numbers, libxml2 walks along the siblings to compare the places of two nodes.
 [[nodiscard]] unsigned long operationLimit(xmlDoc* document) {
   if (document->_private == nullptr)
     document->_private = reinterpret_cast<void*>(std::max(xmlXPathOrderDocElems(document), 1L));
-  return kOperationsForAnyDocument +
-         kOperationsForAnElement * reinterpret_cast<std::uintptr_t>(document->_private);
+  return kMaxOperationsOfAnyDocument +
+         kMaxOperationsPerElement * reinterpret_cast<std::uintptr_t>(document->_private);
 }
 
 /// Calls back with the prefix and URI of each definition that XPath knows at `node`, the innermost first.
