@@ -1,7 +1,6 @@
 # kyr_layer(NAME FOLDER SOURCES… [LINKS targets…] [PRIVATE_LINKS targets…] [EXPORT set])
 #
-# One folder, one target, Kyr::FOLDER inside and outside. The layer's headers are included as "Folder/Header.h" through a link
-# of its own in the build tree, so an include reaches only what the target links. The headers at the top level of the folder
+# One folder, one target, Kyr::FOLDER inside and outside. The layer's headers are included as "Folder/Header.h" through the layer's own link in the build tree, so a target can include only the layers that it links. The headers at the top level of the folder
 # are its public ones and are installed; those in Internal and those called +Private are not.
 function(kyr_layer name folder)
   cmake_parse_arguments(ARG "" "EXPORT" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})

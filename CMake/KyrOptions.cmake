@@ -13,7 +13,7 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-set(CMAKE_INSTALL_RPATH $ORIGIN)  # the libraries find one another wherever they are installed
+set(CMAKE_INSTALL_RPATH $ORIGIN)  # the libraries find each other in any install folder
 
 find_program(KYR_CCACHE ccache)
 if(KYR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
@@ -22,11 +22,11 @@ endif()
 
 add_library(kyr_flags INTERFACE)
 target_compile_options(kyr_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-  # GCC 12 sees overlapping copies in the concatenation of strings where there are none (GCC bug 105651), and, optimised,
+  # GCC 12 wrongly reports overlapping copies in the concatenation of strings (GCC bug 105651) and, optimised,
   # uninitialised members in the move of an empty std::optional (GCC bug 105562).
   "$<$<CXX_COMPILER_ID:GNU>:-Wno-restrict;-Wno-maybe-uninitialized>")
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  # libstdc++ 12 sorts through a function that C++17 deprecates, and Clang blames the caller.
+  # libstdc++ 12 sorts with a function that C++17 deprecates, and Clang warns in the caller.
   target_compile_options(kyr_flags INTERFACE -Wno-deprecated-declarations)
 endif()
 if(KYR_SANITIZE)
@@ -34,7 +34,7 @@ if(KYR_SANITIZE)
   add_link_options(-fsanitize=${KYR_SANITIZE})
 endif()
 
-# For tests alone: optimising the instrumented templates of googletest would take most of the time of a sanitizer's build.
+# For tests only: optimising googletest's instrumented templates would take most of the time of a sanitizer build.
 add_library(kyr_test_flags INTERFACE)
 target_link_libraries(kyr_test_flags INTERFACE kyr_flags)
 if(KYR_SANITIZE)

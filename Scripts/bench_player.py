@@ -1,6 +1,6 @@
 """Plays the demo stream twice at once, through `kyr play` and through a bare playbin, and compares their processor time.
 
-Side by side, so that whatever else the machine does meets both alike.
+Both play at the same time, so that other load of the machine affects both.
 """
 
 import json
@@ -13,7 +13,7 @@ import time
 from demo_service import start_service
 
 ROUNDS = 3
-SETTLED, LAST = 5, 65  # seconds after the start between which processor time is counted
+BEGIN, END = 5, 65  # seconds after the start; processor time is measured between the two
 TICKS = os.sysconf("SC_CLK_TCK")
 
 
@@ -32,9 +32,9 @@ def play_both(kyr, url, stream):
                 "bare": ["gst-launch-1.0", "-q", "playbin", f"uri={stream}", f"video-sink={sink}", f"audio-sink={sink}"]}
     players = {name: subprocess.Popen(command, stdout=subprocess.DEVNULL) for name, command in commands.items()}
     try:
-        time.sleep(SETTLED)
+        time.sleep(BEGIN)
         before = {name: processor_seconds(player) for name, player in players.items()}
-        time.sleep(LAST - SETTLED)
+        time.sleep(END - BEGIN)
         return {name: processor_seconds(player) - before[name] for name, player in players.items()}
     finally:
         for player in players.values():
@@ -51,12 +51,12 @@ def main():
         for _ in range(ROUNDS):
             used = play_both(kyr, url, stream)
             ratios.append(used["kyr"] / used["bare"])
-            print(f"  {LAST - SETTLED} s of playing: {used['kyr']:.2f} s of processor time, bare {used['bare']:.2f} s: "
+            print(f"  {END - BEGIN} s of playing: {used['kyr']:.2f} s of processor time, bare {used['bare']:.2f} s: "
                   f"{ratios[-1]:.3f} ×")
     finally:
         service.terminate()
         service.wait()
-    print(f"| playing, processor time | | {statistics.median(ratios):.2f} × the same pipeline by itself | ≤ 1.03 × |")
+    print(f"| playing, processor time | | {statistics.median(ratios):.2f} × the same pipeline alone | ≤ 1.03 × |")
 
 
 main()

@@ -1,4 +1,4 @@
-"""Prints the benchmark program's JSON as a Markdown table: each figure, its baseline of the same run, and what is wanted."""
+"""Prints the benchmark program's JSON as a Markdown table: each figure, its baseline of the same run, and the target."""
 
 import json
 import sys
@@ -47,6 +47,6 @@ for name, row in rows.items():
     elif kind.startswith("contentAnalytics"):
         table.append((f"{kind}, {int(argument):,}", f"{row['real_time']:.0f} ns", "", ""))
 
-print("| figure | measured | beside its baseline | wanted |\n| --- | --- | --- | --- |")
+print("| figure | measured | compared with its baseline | target |\n| --- | --- | --- | --- |")
 for line in table:
     print("| " + " | ".join(line) + " |")

@@ -1,7 +1,7 @@
-"""Runs the demo: service, player, comparison. Started by Scripts/demo, which builds kyr first.
+"""Runs the demo: service, player, checks. Started by Scripts/demo, which builds kyr first.
 
-A viewer's script is played on the real player and in virtual time. The two must agree, and what the service received is held
-against what `demo_story.py` works out from the document: not by the code that sends.
+A viewer's script is played on the real player and in virtual time. The two must agree, and the beacons that the service received
+must be those that `demo_story.py` computes from the document, independently of the code that sends them.
 """
 
 import argparse
@@ -24,10 +24,10 @@ def output_of(*command):
 
 
 def show(record, story):
-    """One line: when, what the application saw, and what the stream did."""
-    seen, happened = story.texts_of(record)
-    if seen or happened:
-        print(f"  {record['at']:7.2f} s  {seen:44} {happened}".rstrip())
+    """Prints one line: the time, the application's event, and the stream's."""
+    application, stream = story.texts_of(record)
+    if application or stream:
+        print(f"  {record['at']:7.2f} s  {application:44} {stream}".rstrip())
 
 
 def play(kyr, url, window, story):
@@ -54,7 +54,7 @@ def run(kyr, url, window):
     status, records = play(kyr, url, window, demo_story.Story(timeline))
     print(f"==> Played in {time.monotonic() - started:.1f} s")
     if status != 0:
-        return False  # the player has told why
+        return False  # the player has printed the reason
     simulated = [json.loads(line) for line in output_of(kyr, "simulate", url, "--json", "--script", str(SCRIPT)).splitlines()]
 
     checks = demo_story.checks(timeline, records, simulated, received_by(url.split("/vmap/")[0]), window)
@@ -65,9 +65,9 @@ def run(kyr, url, window):
 
 
 def main():
-    options = argparse.ArgumentParser(description="Plays the demo stream and checks what the application and the service saw.")
+    options = argparse.ArgumentParser(description="Plays the demo stream and checks the application's events and the received beacons.")
     options.add_argument("--kyr", required=True, help="the kyr program")
-    options.add_argument("--media", help="where the demo stream is kept")
+    options.add_argument("--media", help="the folder of the demo stream")
     options.add_argument("--window", action="store_true", help="play in a window, with picture, sound and the ad overlay")
     arguments = options.parse_args()
 

@@ -5,7 +5,7 @@ import subprocess
 
 
 def start_service(kyr, media=None):
-    """The process and the address of the demo's document."""
+    """Returns the process and the address of the demo's document."""
     command = [kyr, "serve", "--port", "0"] + (["--media", media] if media else [])
     service = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
     for line in service.stdout:

@@ -1,11 +1,11 @@
-"""What must hold of the demo, worked out from the document and from what the application was told."""
+"""The demo's checks: computes the expected events from the document and from the records of the application."""
 
 from collections import Counter
 
-LIFECYCLE = "kTarnPlaybackSessionLifecycleEvent"  # begins the types of the session's events
-AGREEMENT = 0.3  # seconds that the real player may be from the simulated one; a busy machine holds up a few events longer
-HOLD_UP = 1.0
-IN_WINDOW = 4  # times as far: every seek waits for a picture, which may be drawn without a GPU
+LIFECYCLE = "kTarnPlaybackSessionLifecycleEvent"  # the prefix of the session's event types
+MAX_DIFFERENCE = 0.3  # seconds between the real and the simulated player's events; a busy machine delays a few events longer
+MAX_DELAY = 1.0
+IN_WINDOW = 4  # times these limits: every seek waits for a picture, which may be drawn without a GPU
 
 
 def kind_of(record):
@@ -17,7 +17,7 @@ def clock(seconds):
 
 
 class Story:
-    """Tells the records of a viewing as two columns: what the application saw, and what the stream did."""
+    """Prints the records of a playback in two columns: the application's events, and the stream's."""
 
     def __init__(self, timeline):
         self.sequences = timeline["adSequences"]
@@ -59,7 +59,7 @@ class AdPlay:
 
 
 def ad_plays(timeline, records):
-    """What was played of which ad. A pause of the ad by its skip is the only one in the viewer's script."""
+    """The plays of the ads. An AdPause is always a skip: the viewer's script pauses no ad."""
     plays, sequence, current = [], None, None
     for record in records:
         kind = kind_of(record)
@@ -76,7 +76,7 @@ def ad_plays(timeline, records):
 
 
 def content_beacons(timeline, records):
-    """A content impression is due, once, when playing (not a jump) brings the content time to the stream position of its point."""
+    """A content impression is due, once, when playing (not a jump) moves the content time to the stream position of its point."""
     breaks = [s for s in timeline["adSequences"] if isinstance(s["logicalOffset"], (int, float))]
     position = lambda content: content + sum(s["duration"] for s in breaks if s["logicalOffset"] <= content)
     times = [record["content"] for record in records if record["kind"] == "progress"]
@@ -85,8 +85,8 @@ def content_beacons(timeline, records):
             if any(before < position(one["logicalTime"]) <= after for before, after in steps)]
 
 
-def told(records):
-    """What simulation and player must agree in: (time since the start of playing, text)."""
+def common_events(records):
+    """The events that simulation and player must have in common: (time since the start of playing, text)."""
     start = next(record["at"] for record in records if kind_of(record) == "Play")
     texts = []
     for record in records:
@@ -101,7 +101,7 @@ def told(records):
 
 
 def agreement(records, simulated, window):
-    real, virtual = told(records), told(simulated)
+    real, virtual = common_events(records), common_events(simulated)
     for number, (one, other) in enumerate(zip(real, virtual)):
         if one[1] != other[1]:
             return False, f"event {number + 1} was {one[1]!r}, in the simulation {other[1]!r}"
@@ -109,12 +109,12 @@ def agreement(records, simulated, window):
         return False, f"{len(real)} events, in the simulation {len(virtual)}"
     apart = sorted(abs(one[0] - other[0]) for one, other in zip(real, virtual))
     slack = IN_WINDOW if window else 1
-    good = apart[len(apart) * 9 // 10] <= AGREEMENT * slack and apart[-1] <= HOLD_UP * slack
+    good = apart[len(apart) * 9 // 10] <= MAX_DIFFERENCE * slack and apart[-1] <= MAX_DELAY * slack
     return good, f"{len(real)} events and beacons alike, at most {apart[-1]:.2f} s apart"
 
 
 def grouped(records):
-    """Numbers the player's updates: beacons sent within a twentieth of a second belong to one."""
+    """Numbers the player's updates: beacons sent within a twentieth of a second belong to the same one."""
     numbered, last = [], None
     for record in (record for record in records if record["kind"] == "beacon"):
         update = 0 if last is None else numbered[-1][0] + (record["at"] - last > 0.05)
@@ -124,9 +124,9 @@ def grouped(records):
 
 
 def arrived_in_order(sent, received):
-    """Whether every beacon arrived as often as it was sent, and none overtook one of an earlier update.
+    """Whether every beacon arrived as often as it was sent, and none before one of an earlier update.
 
-    Beacons of one update travel side by side, so those may overtake one another.
+    Beacons of one update are sent at the same time, so their order may change.
     """
     updates = {}
     for update, url in sent:
@@ -144,7 +144,7 @@ def breaks_played(records):
 
 
 def progress_in_breaks(records):
-    """Content times that the application was told of while an ad break played."""
+    """The number of content times that the application received while an ad break played."""
     inside, count = False, 0
     for record in records:
         kind = kind_of(record)
@@ -154,7 +154,7 @@ def progress_in_breaks(records):
 
 
 def checks(timeline, records, simulated, received, window=False):
-    """(name, whether it holds, text)"""
+    """(name, whether it passes, text)"""
     plays = ad_plays(timeline, records)
     expected = Counter(url for play in plays for url in play.beacons()) + Counter(content_beacons(timeline, records))
     sent = grouped(records)
@@ -171,9 +171,9 @@ def checks(timeline, records, simulated, received, window=False):
         ("skip", [play.skipped for play in plays] == [False, False, False, True, False, False],
          f"{sum(play.skipped for play in plays)} ad skipped, after {next((p.played for p in plays if p.skipped), 0):.1f} s"),
         ("content time", progress_in_breaks(records) == 0 and content >= timeline["contentLength"] - 0.2,
-         f"reached {clock(min(content, timeline['contentLength']))}, silent in every break"),
+         f"reached {clock(min(content, timeline['contentLength']))}, none in a break"),
         ("duration", bool(durations) and abs(durations[-1] - timeline["contentLength"]) < 0.2,
-         f"{durations[-1]:.2f} s told, {timeline['contentLength']:.2f} s in the document" if durations else "unknown"),
+         f"{durations[-1]:.2f} s reported, {timeline['contentLength']:.2f} s in the document" if durations else "unknown"),
         ("beacons sent", Counter(url for _, url in sent) == expected, f"{len(sent)} sent, {expected.total()} expected"),
         ("beacons received", arrived_in_order(sent, received), f"{len(received)} received, in order"),
         ("end", kind_of([r for r in records if r["kind"] == "lifecycle"][-1]) in ("End", "Terminate"),

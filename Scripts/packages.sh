@@ -1,4 +1,4 @@
-# Sourced by the other scripts: installs the Debian packages that are missing, and says so.
+# Sourced by the other scripts: installs missing Debian packages and reports it.
 
 # To build the library, the command line, the tests and the examples.
 KYR_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config ccache ca-certificates gettext
@@ -8,17 +8,17 @@ KYR_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config ccache ca-certificates gett
 # To play and to make the demo stream.
 KYR_PLAYER_PACKAGES=(gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
   gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x fonts-dejavu-core)
-# The ad overlay; without them everything else is built.
+# The ad overlay; without them it is not built.
 KYR_OVERLAY_PACKAGES=(qt6-base-dev qt6-declarative-dev libgl-dev qml6-module-qtqml qml6-module-qtqml-workerscript
   qml6-module-qtquick)
-# The window of kyr play: picture, sound, and OpenGL where there is no GPU.
+# The window of kyr play: picture, sound, and OpenGL without a GPU.
 KYR_WINDOW_PACKAGES=(gstreamer1.0-qt6 gstreamer1.0-gl gstreamer1.0-alsa gstreamer1.0-pulseaudio libgl1-mesa-dri libqt6svg6)
-# To look at the window where nobody sits before it.
+# To take pictures of the window without a display.
 KYR_SCREEN_PACKAGES=(xvfb xdotool)
 KYR_TEST_PACKAGES=(libgtest-dev libgmock-dev libboost-dev libssl-dev zlib1g-dev)
 KYR_DEMO_PACKAGES=(python3)
 KYR_BENCHMARK_PACKAGES=(libbenchmark-dev python3)
-# llvm-19 has the program that turns the addresses in a sanitizer's report into names.
+# llvm-19 has the program that converts the addresses in a sanitizer's report to names.
 KYR_CHECK_PACKAGES=(git clang-19 clang-tidy-19 libclang-rt-19-dev llvm-19 clang-format python3 libbenchmark-dev)
 
 # install_packages NAME…: returns when all of them are installed.

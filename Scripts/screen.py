@@ -1,4 +1,4 @@
-"""A screen that nobody sees (Xvfb), and pictures of it."""
+"""A virtual screen (Xvfb), and pictures of it."""
 
 import os
 import pathlib
@@ -35,7 +35,7 @@ class Screen:
         dump = (pathlib.Path(self.memory.name) / "Xvfb_screen0").read_bytes()
         header = struct.unpack(">25I", dump[:100])
         width, height, line = header[4], header[5], header[12]
-        begin = header[0] + header[19] * 12  # behind the colour map
+        begin = header[0] + header[19] * 12  # after the colour map
         lines = []
         for y in range(height):
             pixels = dump[begin + y * line:begin + y * line + width * 4]

@@ -1,4 +1,4 @@
-"""Plays the demo on a screen that nobody sees and takes a picture of each thing that the window shows. Started by Scripts/screenshots."""
+"""Plays the demo on a virtual screen and takes a picture of each state of the window. Started by Scripts/screenshots."""
 
 import argparse
 import json
@@ -12,16 +12,16 @@ from screen import Screen
 
 ROOT = pathlib.Path(__file__).parent.parent
 SIZES = [(1280, 720), (1920, 1080), (3840, 2160)]
-# Through the pre-roll, some content, then to the break whose ad may be skipped.
+# The pre-roll, some content, then a seek to the break whose ad can be skipped.
 SCRIPT = "play\nrun 15\nseek 12.5\nrun 9\nterminate\n"
-DRAWN = 0.8  # seconds; a picture is on the screen so long after the event at the latest
+MAX_DRAWING_TIME = 0.8  # seconds; the longest time from an event to its picture on the screen
 
 
 def in_ad(name, seconds):
     return lambda record: record.get("ad") == name and (record.get("adProgress") or 0) >= seconds
 
 
-# Name, and the first record after the one before at which it is taken.
+# The name, and the record after which it is taken (the first one after the previous picture's).
 PICTURES = [
     ("window-pre-roll", in_ad("kyr-coffee", 1.5)),
     ("window-content", lambda record: record["kind"] == "progress" and record["content"] >= 1.5),
@@ -34,7 +34,7 @@ def wait_for_line(process, text):
     for line in process.stdout:
         if text in line:
             return
-    raise SystemExit(f"{process.args[0]} ended before it told of {text}")
+    raise SystemExit(f"{process.args[0]} ended before it printed {text}")
 
 
 def play(kyr, url, screen, folder):
@@ -47,8 +47,8 @@ def play(kyr, url, screen, folder):
         for line in player.stdout:
             if not waiting or not waiting[0][1](json.loads(line)):
                 continue
-            screen.press("Down" if waiting[0][0].endswith("ready") else "Shift_L")  # wakes the transport bar
-            time.sleep(DRAWN)
+            screen.press("Down" if waiting[0][0].endswith("ready") else "Shift_L")  # shows the transport bar
+            time.sleep(MAX_DRAWING_TIME)
             screen.save(folder / (waiting.pop(0)[0] + ".png"))
     if player.wait() != 0 or waiting:
         raise SystemExit(f"not taken: {[name for name, _ in waiting]}")
@@ -74,7 +74,7 @@ def main():
     options = argparse.ArgumentParser(description="Takes the pictures of the window.")
     options.add_argument("--kyr", required=True, help="the kyr program")
     options.add_argument("--example", required=True, help="the example that shows pages and companions")
-    options.add_argument("--check", action="store_true", help="leave Docs/images as it is")
+    options.add_argument("--check", action="store_true", help="do not change Docs/images")
     arguments = options.parse_args()
 
     service, url = start_service(arguments.kyr)
