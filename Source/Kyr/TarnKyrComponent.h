@@ -37,14 +37,14 @@ class TarnKyrComponent final : public TarnComponent {
 
 // What this plug-in adds to a session's extension: for controls that do not know which session they have.
 
-/// Whether a seek would be accepted now; false for a session without a seek of its own, or gone.
+/// Whether a seek would be accepted now; false for a session without a seek of its own, or destroyed.
 [[nodiscard]] bool kyr_canSeek(const TarnSessionProviderExtension& extension);
 /// `time` is content time. On a session without a seek of its own nothing happens: `completion` is not
-/// called, so nobody should wait for it without having asked `kyr_canSeek`.
+/// called, so check `kyr_canSeek` before waiting for it.
 void kyr_seekToTime(const TarnSessionProviderExtension& extension, CMTime time,
                     TarnSessionSeeking::Completion completion);
-/// Zero, with a log line, where the session has but one axis; invalid while its timeline is not loaded, and
-/// when the session is gone.
+/// Zero, with a log line, for a session with one axis only; invalid while its timeline is not loaded, and
+/// when the session has been destroyed.
 [[nodiscard]] CMTime kyr_absoluteTimeAtContentTime(const TarnSessionProviderExtension& extension,
                                                    CMTime contentTime);
 [[nodiscard]] CMTime kyr_contentTimeAtAbsoluteTime(const TarnSessionProviderExtension& extension,

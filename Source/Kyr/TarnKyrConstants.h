@@ -3,7 +3,7 @@
 #include <cstdint>
 
 /// Domain and code of the error that an error session carries when an ad timeline could not be loaded; the
-/// underlying error tells why.
+/// underlying error is the reason.
 inline constexpr const char* kTarnKyrErrorDomain = "kTarnKyrErrorDomain";
 inline constexpr std::int64_t kTarnKyrErrorCodeTimelineLoadError = 509;
 
@@ -12,7 +12,8 @@ inline constexpr const char* kTarnKyrLifecycleErrorEvent = "kTarnKyrLifecycleErr
 inline constexpr const char* kTarnKyrLifecycleEventPropertiesKeyError =
     "kTarnKyrLifecycleEventPropertiesKeyError";
 
-/// Types of the lifecycle events around a page that an ad opens. Reserved for whoever presents the page.
+/// Types of the lifecycle events around a page that an ad opens. Reserved for the code that presents the
+/// page.
 inline constexpr const char* kTarnKyrLifecycleEventAdWebViewControllerWillOpen =
     "kTarnKyrLifecycleEventAdWebViewControllerWillOpen";
 inline constexpr const char* kTarnKyrLifecycleEventAdWebViewControllerDidOpen =
@@ -29,12 +30,12 @@ inline constexpr const char* kTarnKyrLifecycleEventAdWebViewControllerWillOpenEx
 inline constexpr const char* kTarnKyrAdPropertiesKeyLumoAd = "kTarnKyrAdPropertiesKeyLumoAd";
 inline constexpr const char* kTarnKyrVASTAdCreativeExtensionsKey = "kTarnKyrVASTAdCreativeExtensionsKey";
 inline constexpr const char* kTarnKyrVASTAdExtensionsKey = "kTarnKyrVASTAdExtensionsKey";
-/// Set by whoever presents the ad, never by the session: `std::shared_ptr<TarnLumoAdAnalyticsSession>`.
+/// Set by the code that presents the ad, never by the session: `std::shared_ptr<TarnLumoAdAnalyticsSession>`.
 inline constexpr const char* kTarnKyrAdPropertiesKeyLumoAdAnalyticsSession =
     "kTarnKyrAdPropertiesKeyLumoAdAnalyticsSession";
 /// Key of a host ad sequence's properties: `std::shared_ptr<const TarnLumoAdSequence>`.
 inline constexpr const char* kTarnKyrAdPropertiesKeyLumoAdSequence = "kTarnKyrAdPropertiesKeyLumoAdSequence";
 
-/// Seconds. How far behind the start of a stretch a seek to that start lands, to be safely inside it: an
-/// encoder's boundaries are off by a frame or two from the document's.
+/// Seconds. A seek to the start of a break or of content lands this much after it, to be safely inside: an
+/// encoder's boundaries differ by a frame or two from the document's.
 inline constexpr double kTarnKyrSeekOffset = 0.2F;

@@ -10,10 +10,9 @@ bool isBefore(CMTime a, CMTime b) {
   return a < b;
 }
 
-/// The last break that the seek passes from its beginning or middle to behind its end; only that one is
-/// forced, however many are passed, so that a viewer who jumps far pays with one break. One that the playhead
-/// is inside of has begun to be watched, and one that reaches the target is where the viewer wants to be.
-/// Whether a break was watched before makes no difference.
+/// The last break that ends between `current` and `target`. Only that one is forced, however many are passed,
+/// so that a viewer who seeks far watches one break. A break that contains the target is not passed: the seek
+/// lands in it. Whether a break was watched before makes no difference.
 std::shared_ptr<const TarnLumoAdSequence> lastPassedAdSequence(const TarnLumoTimeline& timeline,
                                                                CMTime current, CMTime target) {
   std::shared_ptr<const TarnLumoAdSequence> last;
@@ -25,8 +24,8 @@ std::shared_ptr<const TarnLumoAdSequence> lastPassedAdSequence(const TarnLumoTim
   return last;
 }
 
-/// A seek to the content's end or behind it asks for the post-roll. The time asked for decides: a target that
-/// was cut to the content's length could not be told from it.
+/// A seek to the content's end or past it asks for the post-roll. `requested` decides, because the target is
+/// cut to the content's length.
 bool asksForPostRoll(const TarnLumoTimeline& timeline, CMTime requested) {
   const auto& adSequences = timeline.adSequences();
   return !adSequences.empty() && CMTIME_IS_POSITIVE_INFINITY(adSequences.back()->logicalOffset()) &&
@@ -48,7 +47,7 @@ TarnKyrSeekTolerance seekTolerances(const TarnLumoTimeline& timeline, CMTime tar
         tolerance.beforeTolerance = kCMTimeZero;
       continue;
     }
-    // Also when the target lies inside the break: the difference is negative then.
+    // Also when the target is inside the break: the difference is negative then.
     if (!isBefore(buffer, CMTimeSubtract(adSequence->beginTime(), target)))
       tolerance.afterTolerance = kCMTimeZero;
     break;

@@ -14,9 +14,9 @@ struct TarnKyrSeekTolerance {
 
 namespace tarn {
 
-/// What the ad policy makes of a seek. Pure functions of a timeline; any thread.
+/// The ad policy. Pure functions of a timeline; any thread.
 
-/// A seek behind `offset` seconds past `time`; see `kTarnKyrSeekOffset`.
+/// `time` plus `kTarnKyrSeekOffset`.
 [[nodiscard]] CMTime timeBySeekOffset(CMTime time);
 
 /// The tolerances, absolute time, of a seek to `target`: `wide` on both sides, but none towards a break that
@@ -25,10 +25,10 @@ namespace tarn {
 [[nodiscard]] TarnKyrSeekTolerance seekTolerances(const TarnLumoTimeline& timeline, CMTime target,
                                                   CMTime wide, CMTime buffer);
 
-/// Where a forward seek leads.
+/// The plan of a forward seek.
 struct ForwardSeek {
   CMTime absoluteTarget;
-  /// To be played before the target is reached; null for none.
+  /// The break to play before the target is sought; null for none.
   std::shared_ptr<const TarnLumoAdSequence> forcedAdSequence;
 };
 

@@ -3,31 +3,18 @@
 #include <string>
 #include <utility>
 
+#include "Kyr/Internal/GatedBeaconSink.h"
+#include "Kyr/Internal/HostAds.h"
+#include "Kyr/Internal/LifecycleTranslator.h"
+#include "Kyr/Internal/SeekDriver.h"
 #include "Kyr/TarnKyrConstants.h"
-#include "Lumo/HTTPBeaconSink.h"
 #include "Lumo/TarnLumoTimelineOperation.h"
 #include "Platform/Log.h"
 #include "Platform/Queue.h"
 #include "Reactive/Tarn_RACBinding.h"
+#include "Reactive/Tarn_RACObserve.h"
 
 namespace {
-
-/// The beacons of a session until it terminates.
-class GatedBeaconSink final : public tarn::BeaconSink {
- public:
-  GatedBeaconSink(const tarn::TerminationGate& gate, std::shared_ptr<tarn::BeaconSink> sink)
-      : gate_(gate), sink_(sink ? std::move(sink) : tarn::HTTPBeaconSink::shared()) {}
-
-  void send(const tarn::URL& url) override {
-    const auto sink = sink_;  // it may release the session, and so this object
-    if (gate_.isOpen()) sink->send(url);
-  }
-  bool flush(std::chrono::milliseconds timeout) override { return sink_->flush(timeout); }
-
- private:
-  const tarn::TerminationGate gate_;
-  const std::shared_ptr<tarn::BeaconSink> sink_;
-};
 
 Tarn_RACSignal<Tarn_RACUnit> makeTerminationSignal(const std::shared_ptr<TarnPlaybackSession>& inner) {
   if (!inner) return Tarn_RACSignal<Tarn_RACUnit>::never();
@@ -53,6 +40,17 @@ CMTime timeAfterLastAd(const TarnLumoTimeline& timeline) {
   return latest;
 }
 
+CMTime totalAdTime(const TarnLumoTimeline& timeline) {
+  CMTime total = kCMTimeZero;
+  for (const auto& adSequence : timeline.adSequences()) total = CMTimeAdd(total, adSequence->duration());
+  return total;
+}
+
+bool isAdSequenceState(const std::shared_ptr<const TarnLumoProgressTrackerEvent>& event) {
+  return event->type() == TarnLumoProgressTrackerEventTypeEnterAdSequence ||
+         event->type() == TarnLumoProgressTrackerEventTypeExitAdSequence;
+}
+
 }  // namespace
 
 TarnKyrSession::TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybackSession,
@@ -61,8 +59,14 @@ TarnKyrSession::TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybac
     : inner_(std::move(innerPlaybackSession)),
       httpHeaders_(std::move(httpHeaders)),
       fetch_(std::move(fetch)),
+      seekDriver_(std::make_shared<tarn::SeekDriver>(*this, defaultSeekTolerance_,
+                                                     defaultMinimumSeekToleranceBuffer_)),
+      hostAds_(std::make_unique<tarn::HostAds>([driver = std::weak_ptr(seekDriver_)](const auto& ad) {
+        if (const auto alive = driver.lock()) alive->skipAd(ad);
+      })),
+      lifecycleTranslator_(std::make_unique<const tarn::LifecycleTranslator>(*hostAds_)),
       sharedDigester_(std::make_shared<TarnLumoAnalyticsDigester>(
-          std::make_shared<GatedBeaconSink>(gate_, std::move(beaconSink)))),
+          std::make_shared<tarn::GatedBeaconSink>(gate_, std::move(beaconSink)))),
       terminationSignal_(makeTerminationSignal(inner_)) {
   // Before the events are forwarded: nothing else is to follow Terminate.
   subscriptions_.add(terminationSignal_.subscribeNext([this](const auto&) { stopAtTermination(); }));
@@ -121,6 +125,73 @@ void TarnKyrSession::concludeLoad(const TarnLumoTimelineOperation& operation) {
   loadState_.set(TarnKyrLoadStateComplete);
 }
 
+Tarn_RACSignal<TarnKyrSession::TrackerEvent> TarnKyrSession::trackerEvents() {
+  return tarn::observe(tracker_, &TarnLumoProgressTracker::event).ignoreNil();
+}
+
+/// Subscribed to before the timeline is known. The tracker's events count from when there is a tracker.
+void TarnKyrSession::subscribeKyrSubjectsToInnerPlaybackSession() {
+  if (!inner_) return;
+  subscriptions_.add(lifecycleTranslator_->innerEvents(inner_->lifecycle(), trackerEvents())
+                         .subscribeNext([this](const LifecycleEvent& event) { forward(event); }));
+}
+
+/// At the item's end and at a failure the ads and seeks of the session end first.
+void TarnKyrSession::forward(const LifecycleEvent& event) {
+  const auto weak = weakSelf();
+  const bool ended = event && event->is(kTarnPlaybackSessionLifecycleEventEnd);
+  if (ended) leaveAdAtItemEnd();
+  if (ended || (event && event->is(kTarnPlaybackSessionLifecycleEventError))) {
+    if (const auto self = weak.lock()) self->seekDriver_->abandonForcedSeek();
+  }
+  if (const auto self = weak.lock()) self->kyrLifecycleSubject_.sendNext(event);
+}
+
+void TarnKyrSession::subscribeToProgressTracker() {
+  const auto tracker = tracker_.get();
+  untilTermination_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentTime)
+                            .filter([this](const auto&) { return canSeek(); })
+                            .subscribeNext(kyrProgressSubject_));
+  untilTermination_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentSeekableTimeRanges)
+                            .subscribeNext(kyrSeekableTimeRangesSubject_));
+  untilTermination_.add(tarn::observe(tracker, &TarnLumoProgressTracker::contentLoadedTimeRanges)
+                            .subscribeNext(kyrloadedTimeRangesSubject_));
+  untilTermination_.add(lifecycleTranslator_->adEvents(trackerEvents()).subscribeNext(kyrLifecycleSubject_));
+}
+
+void TarnKyrSession::subscribeToInnerPlaybackSessionDuration() {
+  untilTermination_.add(inner_->durationChanges()
+                            .map([adTime = totalAdTime(*timeline_)](CMTime duration) {
+                              return CMTimeSubtract(duration, adTime);
+                            })
+                            .subscribeNext(kyrDurationChangesSubject_));
+  untilTermination_.add(
+      tarn::bindSignal(inner_->durationChanges(), [this](CMTime duration) { followDuration(duration); }));
+}
+
+void TarnKyrSession::configureSeekingCommand() {
+  seekDriver_->follow(timeline_, tracker_.get(), *analyticsSession_);
+}
+
+void TarnKyrSession::configurePauseResumeCommand() {
+  using Command = Tarn_RACCommand<Tarn_RACUnit, Tarn_RACUnit>;
+  const auto enabled = trackerEvents().filter(isAdSequenceState).map([](const TrackerEvent& event) {
+    return event->type() == TarnLumoProgressTrackerEventTypeEnterAdSequence;
+  });
+  const auto makeCommand = [&enabled, weak = weakSelf()](void (TarnKyrSession::*operation)()) {
+    return std::make_shared<const Command>(enabled, [weak, operation](const Tarn_RACUnit&) {
+      if (const auto self = weak.lock()) (self.get()->*operation)();
+      return Tarn_RACSignal<Tarn_RACUnit>::empty();
+    });
+  };
+  const auto resume = makeCommand(&TarnKyrSession::avPlayerPlay);
+  const auto pause = makeCommand(&TarnKyrSession::avPlayerPause);
+  untilTermination_.add(
+      resumeAdInvocations_.signal().subscribeNext([resume](const auto&) { resume->execute(); }));
+  untilTermination_.add(
+      pauseAdInvocations_.signal().subscribeNext([pause](const auto&) { pause->execute(); }));
+}
+
 void TarnKyrSession::followInnerSession() {
   const auto tracker = tracker_.get();
   untilTermination_.add(tarn::bindSignal(inner_->progress(), [this](CMTime time) { followPlayhead(time); }));
@@ -140,7 +211,7 @@ void TarnKyrSession::followPlayhead(CMTime time) {
   if (!isAtItemsDuration(time) || !timeline_->pathAtTime(time).ad())
     return tracker_.get()->setAbsoluteTime(time);
   possibleEnd_ = time;
-  if (canSeek_.get()) kyrProgressSubject_.sendNext(timeline_->contentTimeAtAbsoluteTime(time));
+  if (canSeek()) kyrProgressSubject_.sendNext(timeline_->contentTimeAtAbsoluteTime(time));
 }
 
 void TarnKyrSession::followDuration(CMTime duration) {
@@ -169,7 +240,7 @@ bool TarnKyrSession::isAtItemsDuration(CMTime time) const {
 void TarnKyrSession::stopAtTermination() {
   const auto keepAlive = shared_from_this();  // a completion that goes may hold the last reference
   gate_.close();
-  forcedSeek_.reset();
+  seekDriver_->terminate();
   untilTermination_.dispose();
 }
 
@@ -201,9 +272,7 @@ void TarnKyrSession::setSessionCommonProperties(
 void TarnKyrSession::loadVideoURL(const tarn::URL& url) {
   if (!inner_) return logForwarding("loadVideoURL:");
   const auto keepAlive = shared_from_this();
-  ++playheadMoves_;
-  inner_->loadVideoURL(url);
-  abandonForcedSeek();
+  seekDriver_->giveWayTo([&] { inner_->loadVideoURL(url); });
 }
 
 void TarnKyrSession::begin() {
@@ -238,15 +307,30 @@ void TarnKyrSession::avPlayerPause() {
 void TarnKyrSession::resumeVideoAtTime(CMTime time, bool autoPlay) {
   if (!inner_) return logForwarding("resumeVideoAtTime:withAutoPlay:");
   const auto keepAlive = shared_from_this();
-  ++playheadMoves_;
-  inner_->resumeVideoAtTime(absoluteTimeAtContentTime(time), autoPlay);
-  abandonForcedSeek();
+  seekDriver_->giveWayTo([&] { inner_->resumeVideoAtTime(absoluteTimeAtContentTime(time), autoPlay); });
 }
 
 void TarnKyrSession::logForwarding(const char* invocation) const {
   tarn::writeLogLine(
       "TarnKyrSession: Cannot `-forwardInvocation:` to nonexistent inner playback session. (Invocation: " +
       std::string(invocation) + ")");
+}
+
+bool TarnKyrSession::canSeek() const {
+  return seekDriver_->canSeek().get();
+}
+
+tarn::Observable<bool>& TarnKyrSession::canSeekProperty() {
+  return seekDriver_->canSeek();
+}
+
+void TarnKyrSession::seekToTime(CMTime time, Completion completion) {
+  const auto keepAlive = shared_from_this();
+  seekDriver_->seekToTime(time, std::move(completion));
+}
+
+TarnKyrSeekTolerance TarnKyrSession::seekTolerancesSeekingFromAbsoluteTime(CMTime /*from*/, CMTime to) const {
+  return seekDriver_->tolerances(to);
 }
 
 CMTime TarnKyrSession::absoluteTimeAtContentTime(CMTime contentTime) const {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 
@@ -23,6 +22,12 @@
 
 class TarnLumoTimelineOperation;
 
+namespace tarn {
+class HostAds;
+class LifecycleTranslator;
+class SeekDriver;
+}  // namespace tarn
+
 enum TarnKyrSessionLoadState : std::int64_t {
   TarnKyrLoadStateInitial = 0,
   TarnKyrLoadStateLoading = 1,
@@ -30,13 +35,13 @@ enum TarnKyrSessionLoadState : std::int64_t {
   TarnKyrLoadStateError = 3,
 };
 
-/// A session over a stream with ads stitched in, for an application that knows content time only.
+/// A session over a stream with ads stitched in, for an application that works in content time only.
 ///
 /// It wraps the session that plays the stream (the inner one). Progress, duration and ranges leave the ads
-/// out, seeks are made in content time and held to the ad policy, ads arrive as lifecycle events, and the
-/// beacons of what is played are sent. What it does not change it leaves to the inner session.
+/// out, seeks are made in content time and obey the ad policy, ads arrive as lifecycle events, and the
+/// beacons of the played ads are sent. Everything else is left to the inner session.
 ///
-/// Main thread. Made as a `std::shared_ptr` and owned by the player's user. Destroying it, also inside one of
+/// Main thread. Made as a `std::shared_ptr` and owned by the application. Destroying it, also inside one of
 /// its own callbacks, ends all of its work: subscriptions, seeks, and the request for the document. Its
 /// signals are the inner session's plus the ads': only the inner lifecycle flows until the load has
 /// completed, and none of them ends by itself.
@@ -44,9 +49,9 @@ class TarnKyrSession final : public TarnPlaybackSession,
                              public TarnSessionSeeking,
                              public TarnSessionTimeMapping {
  public:
-  /// Without an inner session the operations that would go to it write a log line. `httpHeaders` go with the
-  /// request for the document. `beaconSink` receives the beacons, until the session terminates; null:
-  /// `tarn::HTTPBeaconSink::shared()`. `fetch` fetches the document; empty: over HTTP.
+  /// Without an inner session the operations that would go to it write a log line. `httpHeaders` are sent
+  /// with the request for the document. `beaconSink` receives the beacons, until the session terminates;
+  /// null: `tarn::HTTPBeaconSink::shared()`. `fetch` fetches the document; empty: over HTTP.
   TarnKyrSession(std::shared_ptr<TarnPlaybackSession> innerPlaybackSession, TarnLumoHTTPHeaders httpHeaders,
                  std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr, tarn::Fetch fetch = nullptr);
   ~TarnKyrSession() override;
@@ -82,7 +87,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
   [[nodiscard]] std::shared_ptr<TarnSessionCommonProperties> sessionCommonProperties() const override {
     return commonProperties_.lock();
   }
-  /// A seek that waits for a break completes unfinished; so it does in `resumeVideoAtTime`.
+  /// A pending seek over a break completes unfinished, here and in `resumeVideoAtTime`.
   void loadVideoURL(const tarn::URL& url) override;
   void begin() override;
   void terminate() override;
@@ -95,7 +100,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
   [[nodiscard]] Tarn_RACSignal<CMTime> progress() const override {
     return gate_.through(kyrProgressSubject_);
   }
-  /// The stream's duration less the ads' time.
+  /// The stream's duration minus that of the ads.
   [[nodiscard]] Tarn_RACSignal<CMTime> durationChanges() const override {
     return gate_.through(kyrDurationChangesSubject_);
   }
@@ -113,7 +118,7 @@ class TarnKyrSession final : public TarnPlaybackSession,
   /// Never sends: the cue points are in `video`.
   [[nodiscard]] Tarn_RACSignal<CuePoints> cuePoints() const override { return kyrCuePointsSubject_; }
   /// The inner session's events, Play and Pause during an ad as AdResume and AdPause, and those of the ads.
-  /// A break is announced by WillPauseForAd and Pause, and followed by Play.
+  /// WillPauseForAd and Pause come before a break, Play after it.
   [[nodiscard]] Tarn_RACSignal<LifecycleEvent> lifecycle() const override {
     return gate_.through(kyrLifecycleSubject_);
   }
@@ -129,8 +134,8 @@ class TarnKyrSession final : public TarnPlaybackSession,
 
   // Seeking.
 
-  [[nodiscard]] bool canSeek() const override { return canSeek_.get(); }
-  [[nodiscard]] tarn::Observable<bool>& canSeekProperty() { return canSeek_; }
+  [[nodiscard]] bool canSeek() const override;
+  [[nodiscard]] tarn::Observable<bool>& canSeekProperty();
   /// Refused while `canSeek` is false, after Terminate, and for a time that is invalid, negative or not in
   /// the stream. A seek forward over breaks plays the last of them before the target is reached, and
   /// completes only then; unfinished when the playhead is sent elsewhere, the player fails or the item ends
@@ -151,59 +156,25 @@ class TarnKyrSession final : public TarnPlaybackSession,
   using TrackerEvent = std::shared_ptr<const TarnLumoProgressTrackerEvent>;
 
   [[nodiscard]] std::weak_ptr<TarnKyrSession> weakSelf();
-  /// What is left of a call that would have gone to the inner session.
+  /// Logs a call that has no inner session to go to.
   void logForwarding(const char* invocation) const;
 
-  // Loading and termination: TarnKyrSession.cpp.
   void concludeLoad(const TarnLumoTimelineOperation& operation);
+  void subscribeKyrSubjectsToInnerPlaybackSession();
+  void subscribeToProgressTracker();
+  void subscribeToInnerPlaybackSessionDuration();
+  void configureSeekingCommand();
+  void configurePauseResumeCommand();
+  [[nodiscard]] Tarn_RACSignal<TrackerEvent> trackerEvents();
+  void forward(const LifecycleEvent& event);
+  void updateVideo();
+  void stopAtTermination();
+
   void followInnerSession();
   void followPlayhead(CMTime time);
   void followDuration(CMTime duration);
   [[nodiscard]] bool isAtItemsDuration(CMTime time) const;
   void leaveAdAtItemEnd();
-  void updateVideo();
-  void stopAtTermination();
-
-  // Signals: TarnKyrSession+Signals.cpp.
-  void subscribeKyrSubjectsToInnerPlaybackSession();
-  void forward(const LifecycleEvent& event);
-  void subscribeToProgressTracker();
-  void subscribeToInnerPlaybackSessionDuration();
-  void configurePauseResumeCommand();
-  [[nodiscard]] Tarn_RACSignal<TrackerEvent> trackerEvents();
-  [[nodiscard]] LifecycleEvent translated(const LifecycleEvent& event, const TrackerEvent& adState);
-  [[nodiscard]] LifecycleEvent lifecycleEventForTrackerEvent(const TrackerEvent& event);
-  [[nodiscard]] std::optional<tarn::Dictionary> adProperties(const TarnLumoProgressTrackerEvent& event);
-  [[nodiscard]] std::optional<tarn::Dictionary> adSequenceProperties(
-      const TarnLumoProgressTrackerEvent& event);
-
-  // Seeking: TarnKyrSession+Seeking.cpp.
-
-  struct ForcedSeek;
-  /// Called when a seek of the player has ended, with the session it was made for.
-  using Landed = std::function<void(TarnKyrSession& self, bool finished)>;
-
-  void configureSeekingCommand();
-  void setCanSeek(bool canSeek);
-  void startSeek(CMTime requested, CMTime absoluteTarget, Completion completion);
-  void seekBackward(CMTime requested, CMTime absoluteTarget, Completion completion);
-  void seekForward(CMTime absoluteTarget, Completion completion);
-  void playForcedAd(const std::shared_ptr<const TarnLumoAdSequence>& adSequence, CMTime absoluteTarget,
-                    Completion completion);
-  void seekAfterForcedAd();
-  void concludeForcedAd(const std::shared_ptr<ForcedSeek>& seek, bool finished);
-  std::shared_ptr<ForcedSeek> takeForcedSeek();
-  void abandonForcedSeek();
-  void skipAd(const std::shared_ptr<const TarnLumoAd>& ad);
-  void skipToItemEnd(CMTime itemEnd);
-  void concludeSkip();
-  [[nodiscard]] std::function<void(const std::shared_ptr<const TarnLumoAd>&)> skipHandler();
-  [[nodiscard]] CMTime currentTime() const;
-  [[nodiscard]] bool hasEnded() const;
-  [[nodiscard]] bool adsDisabled() const;
-  void seekPlayer(CMTime time, TarnKyrSeekTolerance tolerance, Landed landed);
-  void suspendProgress();
-  void resumeProgress();
 
   const std::shared_ptr<TarnPlaybackSession> inner_;
   const TarnLumoHTTPHeaders httpHeaders_;
@@ -222,12 +193,9 @@ class TarnKyrSession final : public TarnPlaybackSession,
   const bool containsPostRolls_ = false;
   std::optional<CMTime> possibleEnd_;  // a position inside an ad that may be the item's end
 
-  tarn::Observable<bool> canSeek_{true};
-  std::shared_ptr<ForcedSeek> forcedSeek_;  // null when none is pending
-  int seeksUnderWay_ = 0;
-  int playheadMoves_ = 0;  // made for the application
-  bool skipping_ = false;
-  std::weak_ptr<TarnLumoAdAnalyticsSession> skipTold_;
+  const std::shared_ptr<tarn::SeekDriver> seekDriver_;
+  const std::unique_ptr<tarn::HostAds> hostAds_;
+  const std::unique_ptr<const tarn::LifecycleTranslator> lifecycleTranslator_;
   Tarn_RACInvocations<> pauseAdInvocations_;
   Tarn_RACInvocations<> resumeAdInvocations_;
 

@@ -23,13 +23,13 @@ TarnPlaybackSession::LifecycleEvent errorEvent(const std::optional<tarn::Error>&
   if (loadError) error = tarn::withUnderlying(std::move(error), *loadError);
   tarn::Dictionary properties;
   properties.set(kTarnKyrLifecycleEventPropertiesKeyError, error);
-  // For controls that know the toolkit only.
+  // For controls that only know the host toolkit.
   properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyError, std::move(error));
   return std::make_shared<const TarnPlaybackSessionLifecycleEvent>(kTarnKyrLifecycleErrorEvent,
                                                                    std::move(properties));
 }
 
-/// The session, or what stands for it when it could not be loaded.
+/// The session, or an error session in its place when it could not be loaded.
 Session outcome(const std::shared_ptr<TarnKyrSession>& session, TarnKyrSessionLoadState state) {
   if (state == TarnKyrLoadStateComplete) return session;
   return std::make_shared<TarnErrorSession>(session, errorEvent(session->loadError()));
@@ -37,7 +37,7 @@ Session outcome(const std::shared_ptr<TarnKyrSession>& session, TarnKyrSessionLo
 
 }  // namespace
 
-/// Outlives the provider as long as a signal that it made is subscribed to.
+/// Outlives the provider while one of its signals has a subscriber.
 struct TarnKyrSessionProvider::State {
   std::shared_ptr<TarnKyrSessionProviderOptions> options;
   std::shared_ptr<TarnSessionProvider> upstream;
@@ -48,7 +48,7 @@ struct TarnKyrSessionProvider::State {
                                                           options->beaconSink, options->fetch);
     session->setSessionCommonProperties(commonProperties.lock());
     session->load();
-    // The subscription holds the session until its load has come to an end, and no longer.
+    // The subscription keeps the session until its load has ended.
     return tarn::observe(session, &TarnKyrSession::loadState)
         .filter(hasConcluded)
         .take(1)

@@ -5,18 +5,18 @@
 #include "Host/TarnSessionProvider.h"
 #include "Kyr/TarnKyrSessionProviderOptions.h"
 
-/// Stands in front of another provider and makes its sessions speak content time.
+/// Wraps another provider, and gives its sessions content time and ad events.
 ///
-/// Each upstream session is wrapped in a `TarnKyrSession`, whose ad timeline is loaded; the session is handed
-/// on when that is done, in its place in the order of completion. One that cannot be loaded is handed on as a
-/// `TarnErrorSession` whose event of type `kTarnKyrLifecycleErrorEvent` carries the reason. Main thread.
+/// Each upstream session is wrapped in a `TarnKyrSession`, whose ad timeline is loaded. The sessions are sent
+/// in the order in which their loads end. Instead of one that cannot be loaded a `TarnErrorSession` is sent,
+/// whose event of type `kTarnKyrLifecycleErrorEvent` carries the reason. Main thread.
 class TarnKyrSessionProvider final : public TarnSessionProvider {
  public:
   /// Not to be used: throws `tarn::ProgrammingError`.
   [[noreturn]] TarnKyrSessionProvider();
   /// Without options the defaults are taken; without an upstream provider a `TarnBasicSessionProvider` that
-  /// has no player. The upstream provider is told not to load videos: the stream's address is known only when
-  /// the timeline is.
+  /// has no player. `shouldLoadVideo` of the upstream provider becomes false: the stream's address is
+  /// known only when the timeline is.
   TarnKyrSessionProvider(std::shared_ptr<TarnKyrSessionProviderOptions> options,
                          std::shared_ptr<TarnSessionProvider> upstreamSessionProvider);
   ~TarnKyrSessionProvider() override;
@@ -35,8 +35,8 @@ class TarnKyrSessionProvider final : public TarnSessionProvider {
   ///
   /// A single source whose delivery method is HLS, Lumo or absent is taken as it is. Otherwise, of the
   /// sources with delivery method Quill SSAI and a "vmap" property, the first of those with the highest
-  /// "ext_x_version" whose VMAP URL is https; only without any such, http. The answer is then a source made
-  /// for the purpose: HLS, at the VMAP URL, with the chosen one's properties. Null when nothing fits.
+  /// "ext_x_version" whose VMAP URL is https; only without any such, http. The result is then a new
+  /// source: HLS, at the VMAP URL, with the chosen one's properties. Null when nothing fits.
   [[nodiscard]] TarnSourceSelectionPolicy sourceSelectionPolicy() const override;
 
   [[nodiscard]] Sessions playbackSessionsForVideos(Videos videos) override;

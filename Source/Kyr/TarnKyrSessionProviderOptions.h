@@ -7,9 +7,9 @@
 #include "Lumo/Fetch.h"
 #include "Lumo/TarnLumoDocument.h"
 
-/// What an application may set on a provider, for the sessions made from then on. Main thread.
+/// Options of a provider, for the sessions that it makes after they were set. Main thread.
 struct TarnKyrSessionProviderOptions {
-  /// "ios-lumo-ux/6.3.12 (model; system version; locale)", of the device the process runs on.
+  /// "ios-lumo-ux/6.3.12 (model; system version; locale)", of the device that the process runs on.
   [[nodiscard]] static std::string defaultUserAgent();
 
   /// Added to each request for a VMAP document. Not to beacons, which go to other parties.

@@ -18,12 +18,12 @@ using Lines = std::vector<std::string>;
 /// A time of so many seconds and ticks of 1/600 s.
 [[nodiscard]] CMTime at(double seconds, int ticks = 0);
 
-/// Runs the main queue until nothing waits on it.
+/// Runs the main queue until it is empty.
 void drainAll();
-/// Runs it until `done`; false when that takes for ever.
+/// Runs it until `done`; false when that takes too long.
 [[nodiscard]] bool await(const std::function<bool()>& done);
 
-/// Where a document can be fetched from now on.
+/// Serves the document from now on; returns its URL.
 [[nodiscard]] URL serve(std::string document);
 
 /// A video whose one source is an ad-insertion source with that document.
@@ -48,36 +48,36 @@ class LogLines {
 /// `drawVMAP`). The stage is the session's only owner.
 class KyrStage {
  public:
-  /// Returns when the session plays and all that it says at first has been said. The stream is longer than
-  /// its document says, or shorter, by `difference` seconds.
+  /// Returns when the session plays and has sent its first events. The stream is longer than its document
+  /// says, or shorter, by `difference` seconds.
   explicit KyrStage(std::string_view drawing, const VMAPDrawing& options = {}, double difference = 0);
   ~KyrStage();
 
   [[nodiscard]] FakePlayer& player() const { return *player_.lock(); }
-  /// Plays a story (see `tellStory`) that looks at the calls, lines, events and beacons below. Steps are what
-  /// is called as the members of the session or of the player are, and
+  /// Plays a story (see `tellStory`) with expectations on the calls, lines, events and beacons below. A step
+  /// is the name of an operation of the session or of the player, or one of these:
   ///
   ///     12             plays that many seconds
-  ///     12~            the same, and leaves the main queue as it is
-  ///     @5             puts the playhead there
+  ///     12~            the same, without running the main queue
+  ///     @5             moves the playhead there
   ///     >50   >30-1    seeks to that content time, a tick before it
-  ///     >>50           asks for that, and leaves the main queue as it is, as `skip` does
+  ///     >>50           the same, without running the main queue, like `skip`
   ///     turn           runs the main queue
   ///     skip           presses the skip button of the ad that was entered last
-  ///     out            plays until the player has come to an end, through all seeks
-  ///     |              forgets
-  ///     ?suspended ?following    expects that the tracker is kept from looking, or is not
+  ///     out            plays until the end of the item, through all seeks
+  ///     |              discards the calls, lines and beacons so far
+  ///     ?suspended ?following    expects that the tracker is suspended, or is not
   void tell(const std::string& story);
-  /// The player moves on; then what waits on the main queue, such as the landing of seeks.
+  /// Plays, then runs the main queue, on which seeks land.
   void play(double seconds);
-  /// Does once what `action` says when a lifecycle event of that type comes, "AdEnter" for example, when the
-  /// beacon "a-impression" is sent, or at the next "progress".
+  /// Runs `action` once, at the next lifecycle event of that type ("AdEnter"), when that beacon is sent
+  /// ("a-impression"), or at the next "progress".
   void when(const std::string& type, std::function<void()> action);
 
-  // What came since the last call, or since the step "|".
+  // Records since the last call, or since the step "|".
 
-  /// What the player was asked for (see `FakePlayer::calls`), and among it "canSeek" and "cannotSeek" as it
-  /// changes, and "finished" and "unfinished" as seeks are answered.
+  /// The calls of the player (see `FakePlayer::calls`), with "canSeek" and "cannotSeek" when that changes,
+  /// and "finished" and "unfinished" when a seek completes.
   [[nodiscard]] Lines calls() const { return std::exchange(*calls_, {}); }
   /// Everything the session sends.
   [[nodiscard]] Lines lines() { return recorder_->take(); }

@@ -24,7 +24,7 @@ Lines runOwnPlayer(const tarn::URL& document, const std::string& streamSeconds) 
   return lines;
 }
 
-TEST(AnApplicationWithAPlayerOfItsOwn, SeesTheAdsAndSendsTheirBeacons) {
+TEST(OwnPlayerTest, SeesTheAdsAndSendsTheirBeacons) {
   LoopbackServer server;
   const auto beacons = server.url("/").absoluteString();
   server.answer("/vmap", {.body = drawVMAP(".aab.", {.secondsPerCell = 0.4, .beacons = beacons})});
@@ -37,7 +37,7 @@ TEST(AnApplicationWithAPlayerOfItsOwn, SeesTheAdsAndSendsTheirBeacons) {
   EXPECT_THAT(server.targets(), ::testing::UnorderedElementsAreArray(expected));
 }
 
-TEST(AnApplicationWithAPlayerOfItsOwn, IsToldWhyNothingPlays) {
+TEST(OwnPlayerTest, IsToldWhyNothingPlays) {
   EXPECT_THAT(runOwnPlayer(serve(""), "2"), ElementsAre(::testing::StartsWith("kTarnKyrErrorDomain 509: ")));
 }
 

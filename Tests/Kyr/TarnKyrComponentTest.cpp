@@ -24,7 +24,7 @@ class TarnKyrComponentTest : public ::testing::Test {
   std::weak_ptr<FakePlayer> player;
 };
 
-TEST_F(TarnKyrComponentTest, IsRegisteredTwiceForEachControllerAndSpeaksOnce) {
+TEST_F(TarnKyrComponentTest, IsRegisteredTwiceForEachControllerAndPostsOneNotification) {
   Lines versions;
   const auto token = TarnNotificationCenter::defaultCenter().addObserverForName(
       kTarnNotificationAnalyticsPostFeatureAnalytics, [&](const TarnNotification& notification) {
@@ -71,7 +71,7 @@ TEST_F(TarnKyrComponentTest, MakesControllersThatPlayOneVideoAfterTheOther) {
   }
 }
 
-TEST(TheExtension, AsksAKyrSession) {
+TEST_F(TarnKyrComponentTest, ExtensionAsksAKyrSession) {
   KyrStage stage("..aa....");
   const auto extension = stage.session->providerExtension();
   EXPECT_TRUE(kyr_canSeek(extension));
@@ -84,7 +84,7 @@ TEST(TheExtension, AsksAKyrSession) {
   EXPECT_FALSE(kyr_canSeek(extension));
 }
 
-TEST(TheExtension, AnswersInvalidTimesOfAKyrSessionThatHasNotLoadedOrIsGone) {
+TEST_F(TarnKyrComponentTest, ExtensionReturnsInvalidTimesBeforeTheLoadAndAfterTheSessionIsGone) {
   auto session = std::make_shared<TarnKyrSession>(nullptr, TarnLumoHTTPHeaders{});
   const auto extension = session->providerExtension();
   LogLines log;
@@ -98,7 +98,7 @@ TEST(TheExtension, AnswersInvalidTimesOfAKyrSessionThatHasNotLoadedOrIsGone) {
   kyr_seekToTime(extension, at(1), [](bool) { ADD_FAILURE(); });
 }
 
-TEST(TheExtension, IsModestAboutAnOrdinarySession) {
+TEST_F(TarnKyrComponentTest, ExtensionRefusesOnAnOrdinarySession) {
   const auto session = std::make_shared<TarnBasicPlaybackSession>(nullptr, nullptr, nullptr);
   const auto extension = session->providerExtension();
   LogLines log;

@@ -12,17 +12,17 @@ namespace {
 using namespace tarn::test;
 using ::testing::ElementsAre;
 
-/// Content 60 s, five seconds a character; the breaks stand at content 10 s and 30 s:
+/// Content 60 s, five seconds a character; the breaks are at content 10 s and 30 s:
 ///
 ///     absolute   0    10        25        45        60              90
 ///                . .  a  a  a   . . . .   b  b  b   . . . . . .
 ///     content    0    10                  30                        60
 constexpr const char* kStream = "..aaa....bbb......";
-/// The post-roll stands at absolute 45 s.
+/// The post-roll is at absolute 45 s.
 constexpr const char* kWithPostRoll = "..aaa....bbb";
 
 // The end of a break, 25 s, belongs to it: the way back into it stays open.
-TEST(SeekTolerances, AreNarrowedWithinThreeSecondsOfABreak) {
+TEST(TarnKyrSeekPolicyTest, NarrowsTolerancesWithinThreeSecondsOfABreak) {
   const std::tuple<const char*, CMTime, double, double> cases[] = {
       {kStream, at(0), 2, 2},      {kStream, at(7, -1), 2, 2}, {kStream, at(7), 2, 0},
       {kStream, at(10), 2, 0},     {kStream, at(17), 2, 0},    {kStream, at(25), 2, 0},
@@ -39,7 +39,7 @@ TEST(SeekTolerances, AreNarrowedWithinThreeSecondsOfABreak) {
   }
 }
 
-TEST(AForwardSeek, PlaysTheLastBreakThatItPasses) {
+TEST(TarnKyrSeekPolicyTest, ForcesTheLastBreakThatASeekPasses) {
   const std::tuple<const char*, CMTime, CMTime, const char*> cases[] = {
       {kStream, at(5), at(80), "b"},      {kStream, at(0), at(44), "a"},
       {kStream, at(5), at(9), ""},        {kStream, at(5), at(25), ""},
@@ -60,8 +60,8 @@ TEST(AForwardSeek, PlaysTheLastBreakThatItPasses) {
   }
 }
 
-/// The lines are stories of stages of their own.
-TEST(ASeek, AsksThePlayerForWhatThePolicySays) {
+/// Each line is a story of its own stage.
+TEST(TarnKyrSeekPolicyTest, DecidesTheSeeksOfThePlayer) {
   const auto tellEach = [](const char* drawing, const std::string& stories) {
     std::istringstream lines(stories);
     for (std::string line; std::getline(lines, line);) KyrStage(drawing).tell(line);
@@ -83,7 +83,7 @@ TEST(ASeek, AsksThePlayerForWhatThePolicySays) {
     @80 | >9          => calls: cannotSeek, canSeek, seek 9.2 -2 +0, finished
     @80 | >0          => calls: cannotSeek, canSeek, seek 0.2 -0 +0, finished
     disableAds @80 | >20 => calls: cannotSeek, canSeek, seek 35.2 -2 +2, finished
-    // Refused: times that are none, and what is asked for inside a break.
+    // Refused: invalid times, and seeks inside a break.
     @5  | >0-1        => calls: unfinished
     @5  | >-inf       => calls: unfinished
     @5  | >nan        => calls: unfinished
@@ -96,42 +96,19 @@ TEST(ASeek, AsksThePlayerForWhatThePolicySays) {
   tellEach("aa....", "@20 | >0 => calls: cannotSeek, canSeek, seek 10.2 -0 +0, finished");
 }
 
-TEST(ASeek, IsRefusedWhereTheDocumentPromisesMoreContentThanItHas) {
+TEST(TarnKyrSeekPolicyTest, RefusesATargetBehindTheContentOfTheDocument) {
   KyrStage("....", {.contentLength = 30}).tell(R"(
     >25 => calls: cannotSeek, canSeek, unfinished
     >15 => calls: cannotSeek, canSeek, seek 15 -2 +2, finished)");
 }
 
-TEST(ASeek, IsRefusedBeforeTheTimelineIsKnown) {
+TEST(TarnKyrSeekPolicyTest, RefusesSeeksBeforeTheTimelineIsLoaded) {
   const auto session = std::make_shared<TarnKyrSession>(nullptr, TarnLumoHTTPHeaders{});
   Lines answers;
   session->seekToTime(at(1), [&](bool finished) { answers.emplace_back(finished ? "finished" : "refused"); });
   session->seekToTime(at(1), nullptr);
   EXPECT_THAT(answers, ElementsAre("refused"));
   EXPECT_TRUE(session->canSeek());
-}
-
-TEST(ASeek, HidesItsJumpFromTheTrackerUntilTheLastOfSeveralHasLanded) {
-  KyrStage stage(kStream);
-  stage.tell("1 |");
-  std::vector<std::pair<bool, bool>> answers;  // finished, and whether the tracker is still kept from looking
-  for (const double target : {4, 8, 2}) {
-    stage.session->seekToTime(at(target),
-                              [&](bool finished) { answers.emplace_back(finished, stage.isSuspended()); });
-  }
-  drainAll();
-  EXPECT_THAT(answers, ElementsAre(std::pair(false, true), std::pair(false, true), std::pair(true, false)));
-  EXPECT_THAT(stage.lines(), ElementsAre("progress 2"));
-}
-
-TEST(ASeek, FromTheItemsEndPlaysWhenPlayFollowsAtOnce) {
-  KyrStage(kStream).tell("@89 play out | >>0 play turn 1 => events: Play");
-}
-
-TEST(ASeek, ThatFailsLeavesEverythingAsItWas) {
-  KyrStage(kStream).tell(R"(
-    1 breakSeeking | >4 ?following => calls: cannotSeek, canSeek, seek 4 -2 +2, unfinished
-    | 0.5 => lines: progress 1.25, progress 1.5)");
 }
 
 }  // namespace

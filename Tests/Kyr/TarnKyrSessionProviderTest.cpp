@@ -27,7 +27,7 @@ class TarnKyrSessionProviderTest : public ::testing::Test {
   void awaitSessions(std::size_t count) {
     ASSERT_TRUE(await([&] { return sessions.size() >= count; }));
   }
-  /// The error of the session that comes for the video, which has to be an error session.
+  /// Returns the error of the error session for the video.
   [[nodiscard]] tarn::Error errorFor(const std::shared_ptr<const TarnVideo>& video) {
     sessions.clear();
     videos.sendNext(video);
@@ -48,7 +48,7 @@ class TarnKyrSessionProviderTest : public ::testing::Test {
   Tarn_RACDisposable subscription;
 };
 
-TEST_F(TarnKyrSessionProviderTest, HasDefaultsForWhatItIsNotGiven) {
+TEST_F(TarnKyrSessionProviderTest, HasDefaultsForAbsentArguments) {
   const TarnKyrSessionProvider alone(nullptr, nullptr);
   EXPECT_FALSE(alone.upstreamSessionProvider()->shouldLoadVideo());
   provider->setOptions(nullptr);
@@ -62,7 +62,7 @@ TEST_F(TarnKyrSessionProviderTest, HasDefaultsForWhatItIsNotGiven) {
                                       "-[TarnPlayerSDKManager createKyrSessionProviderWithOptions:]"));
 }
 
-TEST_F(TarnKyrSessionProviderTest, HandsSessionsOnLoadedAndNotBegun) {
+TEST_F(TarnKyrSessionProviderTest, YieldsSessionsThatAreLoadedAndHaveNotBegun) {
   const auto options = std::make_shared<TarnKyrSessionProviderOptions>();
   options->httpHeaders = {{"User-Agent", "set-top/1"}, {"X-Device", "living room"}};
   provider->setOptions(options);
@@ -79,7 +79,7 @@ TEST_F(TarnKyrSessionProviderTest, HandsSessionsOnLoadedAndNotBegun) {
   EXPECT_THAT(server.requests().at(0).values("x-device"), ElementsAre("living room"));
 }
 
-TEST_F(TarnKyrSessionProviderTest, DoesNotLetASlowDocumentHoldUpTheNextAndFinishesAfterItWasLetGo) {
+TEST_F(TarnKyrSessionProviderTest, LoadsDocumentsIndependentlyAndFinishesAfterItsRelease) {
   server.hold("/vmap");
   const auto fast = serve(drawVMAP("b.."));
   videos.sendNext(ssaiVideo(server.url("/vmap")));
@@ -92,7 +92,7 @@ TEST_F(TarnKyrSessionProviderTest, DoesNotLetASlowDocumentHoldUpTheNextAndFinish
   EXPECT_EQ(sessions.at(1)->source()->url(), server.url("/vmap"));
 }
 
-TEST_F(TarnKyrSessionProviderTest, KeepsASessionThatNobodyWantsAnyMoreToItself) {
+TEST_F(TarnKyrSessionProviderTest, YieldsNoSessionAfterTheSubscriptionHasEnded) {
   server.hold("/vmap");
   videos.sendNext(ssaiVideo(server.url("/vmap")));
   ASSERT_TRUE(server.waitForRequests(1));
@@ -116,7 +116,7 @@ TEST_F(TarnKyrSessionProviderTest, YieldsAnErrorSessionWithTheCauseForADocumentT
   }
 }
 
-TEST_F(TarnKyrSessionProviderTest, YieldsAnErrorSessionWithoutACauseWhereThereIsNoDocumentToLoad) {
+TEST_F(TarnKyrSessionProviderTest, YieldsAnErrorSessionWithoutACauseForAVideoWithoutADocument) {
   EXPECT_EQ(errorFor(std::make_shared<const TarnVideo>(TarnMutableVideo{})),
             (tarn::Error{.domain = kTarnKyrErrorDomain, .code = 509}));
   SessionRecorder recorder(*sessions.at(0));

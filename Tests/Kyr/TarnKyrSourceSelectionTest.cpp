@@ -45,7 +45,7 @@ std::shared_ptr<const TarnSource> makeSource(const std::string& text) {
                                             kMethods.at(text[0]), std::move(properties));
 }
 
-/// What is selected and how many sources were passed over with a word in the log: "https://a/1, 2 skipped".
+/// What is selected and how many sources were skipped with a log line: "https://a/1, 2 skipped".
 std::string selected(TarnMutableVideo video) {
   LogLines log;
   const auto chosen = tarn::selectKyrSource(TarnVideo(std::move(video)));
@@ -61,7 +61,7 @@ std::string selected(TarnMutableVideo video) {
   return (chosen->url() ? chosen->url()->absoluteString() : "nowhere") + skipped;
 }
 
-TEST(SourceSelection, TakesTheBestAdInsertionSource) {
+TEST(TarnKyrSourceSelectionTest, TakesTheBestAdInsertionSource) {
   TarnMutableVideo video;
   tarn::test::tellStory(
       R"(
@@ -80,18 +80,18 @@ TEST(SourceSelection, TakesTheBestAdInsertionSource) {
     s=ftp://a/9@9 s=file:///a       => selected: none
     h=https://a/9@9 d=https://a/8   => selected: none
                                     => selected: none
-    // What says too little is skipped, in each of the two passes that are needed.
+    // Incomplete sources are skipped, in each of the two passes that are needed.
     s=-@9 -=https://a/8@8 s=@7 s=https://a/1 => selected: https://a/1, 3 skipped
     s=- s=http://a/1                => selected: http://a/1, 2 skipped
     s=- s=no-url%                   => selected: none, 4 skipped
-    // Below version 0 nothing beats the start of the search, which stands on the first source.
+    // Below version 0 nothing beats the start of the search, which is the first source.
     s=http://a/first@7 s=https://a/1@-1 => selected: http://a/first
     s=- s=https://a/1@-5            => selected: nowhere, 1 skipped)",
       [&video](const std::string& source) { video.sources.push_back(makeSource(source)); },
       [&video](const std::string&) { return selected(std::exchange(video, {})); });
 }
 
-TEST(SourceSelectionOfASingleSource, LeavesAPlainOneAsItIs) {
+TEST(TarnKyrSourceSelectionTest, ReturnsASinglePlainSourceItself) {
   for (const auto* const source : {"h=https://a/1", "l=https://a/1", "-=https://a/1"}) {
     LogLines log;
     const TarnVideo video({.sources = {makeSource(source)}});
@@ -100,7 +100,7 @@ TEST(SourceSelectionOfASingleSource, LeavesAPlainOneAsItIs) {
   }
 }
 
-TEST(SourceSelectionOfASingleSource, HandsTheCatalogueEntrysPropertiesOn) {
+TEST(TarnKyrSourceSelectionTest, KeepsThePropertiesOfTheCatalogueEntry) {
   const auto chosen = tarn::selectKyrSource(TarnVideo({.sources = {makeSource("s=https://a/1@6")}}));
   ASSERT_NE(chosen, nullptr);
   EXPECT_EQ(*chosen->properties().get<std::int64_t>("ext_x_version"), 6);

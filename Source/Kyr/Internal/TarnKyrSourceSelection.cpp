@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kRoutine = "sourceSelectionPolicy";
 
-/// A source that names its stream itself.
+/// A source whose URL is already the one to load.
 bool isPlainSource(const TarnSource& source) {
   const auto& method = source.deliveryMethod();
   return !method || equalsIgnoringASCIICase(*method, kTarnSourceDeliveryHLS) ||
@@ -27,7 +27,7 @@ std::optional<URL> vmapURL(const TarnSource& source) {
   return text != nullptr ? URL::fromString(*text) : std::nullopt;
 }
 
-/// Catalogues write the version as a number or as a text; anything else counts as 0.
+/// Catalogues write the version as a number or a string; anything else counts as 0.
 std::int64_t version(const TarnSource& source) {
   const auto& properties = source.properties();
   if (const auto* number = properties.get<std::int64_t>("ext_x_version")) return *number;

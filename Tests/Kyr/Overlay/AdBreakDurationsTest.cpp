@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "Kyr/Internal/TarnKyrHostAds.h"
+#include "Kyr/Internal/HostAds.h"
 #include "Kyr/TarnKyrConstants.h"
 #include "ScriptedSession.h"
 #include "Support/TimePrinter.h"
@@ -15,9 +15,9 @@ TEST(AdBreakDurations, HasAnEntryForEachParsedAdAndOneForTheTotal) {
   const auto b = makeAd({.beginTime = 10, .duration = 5, .id = "b"});
   const auto unparsed =
       std::make_shared<const TarnAd>("title", "id", kCMTimeZero, seconds(7), tarn::Dictionary());
-  const auto noSkip = [](const auto&) {};
+  HostAds hostAds([](const auto&) {});
   const auto table = adBreakDurations(std::make_shared<const TarnAdSequence>(
-      TarnAdSequence::Ads{hostAd(a, noSkip), unparsed, hostAd(b, noSkip)}, tarn::Dictionary()));
+      TarnAdSequence::Ads{hostAds.adForLumoAd(a), unparsed, hostAds.adForLumoAd(b)}, tarn::Dictionary()));
   ASSERT_EQ(table.size(), 3U);
   const double expected[] = {0, 10, 15};
   for (std::size_t i = 0; i < 3; ++i) {

@@ -2,15 +2,17 @@
 
 #include <utility>
 
-#include "Kyr/Internal/TarnKyrHostAds.h"
+#include "Kyr/Internal/HostAds.h"
 #include "Support/TimePrinter.h"
 #include "Support/TimelineBuilder.h"
 
 namespace tarn::test {
 namespace {
 
-/// The skip handler of the session's own is none of the overlay's business.
-const SkipAd kNoSkip = [](const auto&) {};
+/// The overlay does not call the ads' skip handlers.
+HostAds hostAds() {
+  return HostAds([](const auto&) {});
+}
 
 std::shared_ptr<const TarnLumoTrackingEventsCollection> skipEvent(const std::string& id) {
   TarnLumoTrackingEventsCollectionBuilder builder;
@@ -34,7 +36,7 @@ void ScriptedSession::send(const char* type, tarn::Dictionary properties) {
 void ScriptedSession::enterBreak(const std::vector<LumoAd>& ads) {
   tarn::Dictionary properties;
   properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyAdSequence,
-                 hostAdSequence(std::make_shared<const TarnLumoAdSequence>(ads), kNoSkip));
+                 hostAds().adSeqeunceForLumoAdSequence(std::make_shared<const TarnLumoAdSequence>(ads)));
   send(kTarnPlaybackSessionLifecycleEventAdSequenceEnter, std::move(properties));
 }
 
@@ -45,7 +47,7 @@ void ScriptedSession::progress(const LumoAd& ad, double inAdSeconds) {
 }
 
 void ScriptedSession::sendWithAd(const char* type, const LumoAd& ad, tarn::Dictionary properties) {
-  if (ad) properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyAd, hostAd(ad, kNoSkip));
+  if (ad) properties.set(kTarnPlaybackSessionLifecycleEventPropertiesKeyAd, hostAds().adForLumoAd(ad));
   send(type, std::move(properties));
 }
 

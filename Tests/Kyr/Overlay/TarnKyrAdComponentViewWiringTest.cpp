@@ -5,7 +5,6 @@
 #include <atomic>
 #include <thread>
 
-#include "Kyr/Internal/TarnKyrHostAds.h"
 #include "Kyr/TarnKyrConstants.h"
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
 #include "OverlayFixture.h"

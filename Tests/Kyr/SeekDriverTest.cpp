@@ -1,20 +1,17 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
-
 #include "KyrStage.h"
 
 namespace {
 
 using namespace tarn::test;
-using ::testing::Contains;
-using ::testing::Not;
+using ::testing::ElementsAre;
 
 constexpr const char* kStream = "..aaa....bbb......";
 
 // From content 5 s over breaks at absolute 10..25 s and 45..60 s, which is content 10 s and 30 s, to content
 // 50 s, absolute 80 s.
-TEST(AForcedAd, IsPlayedBeforeTheTargetIsReachedAndLooksLikeOneSeek) {
+TEST(SeekDriverTest, PlaysTheForcedBreakBeforeTheTargetAsOneSeek) {
   KyrStage(kStream).tell(R"(
     @5 | >>50          => calls: cannotSeek, pause, seek 45.2 -0 +0
                        => lines: Pause
@@ -31,7 +28,7 @@ TEST(AForcedAd, IsPlayedBeforeTheTargetIsReachedAndLooksLikeOneSeek) {
 }
 
 // The playhead is reported four times a second, so the break is left at absolute 60.2 s.
-TEST(AForcedAd, IsNotFollowedByASeekWhenItEndsAtTheTargetOrBehindIt) {
+TEST(SeekDriverTest, MakesNoSecondSeekWhenTheForcedBreakEndsAtTheTargetOrAfterIt) {
   KyrStage(kStream).tell(R"(
     @5 >30+1 | 20   => calls: canSeek, pause, play, finished
     @5 >30.2 | 20   => calls: canSeek, pause, play, finished
@@ -45,7 +42,7 @@ TEST(AForcedAd, IsNotFollowedByASeekWhenItEndsAtTheTargetOrBehindIt) {
   KyrStage("..aaa....bb", {}, -2).tell(">1000 | out => calls: canSeek, pause, play, finished");
 }
 
-TEST(AForcedAd, OfAnOvertakenSeekLeavesTheLockToTheNewerSeek) {
+TEST(SeekDriverTest, LeavesPauseAndCanSeekToTheNewerForcedSeek) {
   KyrStage("..aaa....bbb......c").tell(R"(
     @5 >50 | 15~ ?suspended => calls: canSeek, pause, seek 80 -2 +2
     >>70           => calls: cannotSeek, pause, seek 90.2 -0 +0, unfinished
@@ -59,10 +56,23 @@ TEST(AForcedAd, OfAnOvertakenSeekLeavesTheLockToTheNewerSeek) {
     @5 >50 15~ | >>3 => calls: cannotSeek, canSeek, seek 3.2 -2 +2, unfinished
     ?suspended turn ?following => calls: play, finished
     60             => calls: cannotSeek, canSeek, cannotSeek, canSeek)");
+  KyrStage(kStream).tell(R"(
+    @5 >>50 resumeAt20 | >>50 turn => calls: cannotSeek, pause, seek 45.2 -0 +0, play)");
+}
+
+TEST(SeekDriverTest, AbandonsTheForcedSeekWhenThePlayheadIsSentElsewhereInItsPause) {
+  for (const auto& [before, after] :
+       {std::pair("@5 |", ">50 => calls: cannotSeek, pause, seek 35 -0 +0, canSeek, unfinished"),
+        std::pair("@5 >50 14 |", "2 => calls: canSeek, pause, seek 35 -0 +0, unfinished")}) {
+    KyrStage stage(kStream);
+    stage.tell(before);
+    stage.when("Pause", [&stage] { stage.tell("resumeAt20"); });
+    stage.tell(after);
+  }
 }
 
 // On the way to the break, inside it, and on the way from it to the target.
-TEST(AForcedAd, IsGivenUpWhenThePlayheadIsSentElsewhereOrThePlayerFails) {
+TEST(SeekDriverTest, AbandonsTheForcedSeekWhenThePlayheadIsSentElsewhereOrThePlayerFails) {
   for (const auto& [before, landing] :
        {std::pair("@5 >>50", ", play"), std::pair("@5 >50 3", ""), std::pair("@5 >50 15~", ", play")}) {
     SCOPED_TRACE(before);
@@ -75,8 +85,8 @@ TEST(AForcedAd, IsGivenUpWhenThePlayheadIsSentElsewhereOrThePlayerFails) {
   }
 }
 
-// The player stays where it was, in content, and comes to the break by itself.
-TEST(AForcedAd, IsAwaitedAlsoWhenTheSeekToItFailed) {
+// The player stays in content and reaches the break by itself.
+TEST(SeekDriverTest, AwaitsTheForcedBreakAlsoWhenTheSeekToItFailed) {
   KyrStage(kStream).tell(R"(
     @5 breakSeeking | >50 => calls: cannotSeek, pause, seek 45.2 -0 +0, play
     | 3                   => lines:
@@ -84,60 +94,27 @@ TEST(AForcedAd, IsAwaitedAlsoWhenTheSeekToItFailed) {
     20 ?following         => calls: canSeek, pause, seek 80 -2 +2, play, unfinished)");
 }
 
-/// When the events of the list have come, each after the one before.
-void letGoAfter(const std::string& events, KyrStage& stage) {
-  if (events.empty()) return stage.session.reset();
-  const auto end = std::min(events.find(' '), events.size());
-  stage.when(events.substr(0, end),
-             [&stage, rest = events.substr(std::min(end + 1, events.size()))] { letGoAfter(rest, stage); });
-}
-
-TEST(LettingGo, EndsEverythingWhereverItHappens) {
-  for (const auto* const events :
-       {"Pause", "Play", "WillPauseForAd", "WillPauseForAd Pause", "AdSequenceEnter", "AdEnter", "AdProgress",
-        "AdExit", "AdSequenceExit", "AdSequenceExit Play", "AdSequenceExit Play Pause", "AdPause"}) {
-    SCOPED_TRACE(events);
-    KyrStage stage(kStream);
-    stage.tell("@5 |");
-    const std::weak_ptr<TarnKyrSession> session = stage.session;
-    const std::weak_ptr<TarnPlayer> player = stage.session->player();
-    letGoAfter(events, stage);
-    stage.tell(std::string(events) == "AdPause" ? "6 skip turn" : ">50 out");
-    EXPECT_TRUE(session.expired());
-    EXPECT_TRUE(player.expired());
-    EXPECT_THAT(stage.calls(), Not(Contains("finished")));
-  }
-}
-
-TEST(LettingGo, OrTerminatingInsideAChangeOfCanSeekEndsTheSeek) {
-  for (const auto* const target : {"2", "8", "50"}) {  // backward, forward, over breaks
-    for (const bool terminates : {false, true}) {
-      KyrStage stage(kStream);
-      stage.tell("5 |");
-      const std::weak_ptr<TarnKyrSession> session = stage.session;
-      const auto token = stage.session->canSeekProperty().observe(
-          [&](bool) { terminates ? stage.session->terminate() : stage.session.reset(); });
-      stage.tell(">" + std::string(target));
-      EXPECT_EQ(session.expired(), !terminates);
-      if (terminates) stage.tell("turn => calls: cannotSeek, pause");
-      EXPECT_THAT(stage.calls(), Not(Contains("finished")));
-    }
-  }
-}
-
-TEST(LettingGo, IsPossibleInTheAnswerToASeek) {
+TEST(SeekDriverTest, SuspendsTheTrackerUntilTheLastOfSeveralSeeksHasLanded) {
   KyrStage stage(kStream);
-  const std::weak_ptr<TarnKyrSession> weak = stage.session;
-  stage.session->seekToTime(at(50), [&stage](bool finished) {
-    EXPECT_TRUE(finished);
-    stage.session.reset();
-  });
-  stage.tell("out");
-  EXPECT_TRUE(weak.expired());
+  stage.tell("1 |");
+  std::vector<std::pair<bool, bool>> answers;  // finished, and whether the tracker is still suspended
+  for (const double target : {4, 8, 2}) {
+    stage.session->seekToTime(at(target),
+                              [&](bool finished) { answers.emplace_back(finished, stage.isSuspended()); });
+  }
+  drainAll();
+  EXPECT_THAT(answers, ElementsAre(std::pair(false, true), std::pair(false, true), std::pair(true, false)));
+  EXPECT_THAT(stage.lines(), ElementsAre("progress 2"));
 }
 
-TEST(LettingGo, WhileASeekIsUnderWayLeavesItUnanswered) {
-  KyrStage(kStream).tell("@5 >>8 | gone turn => calls: pause");
+TEST(SeekDriverTest, PlaysAfterASeekFromTheItemsEndWhenPlayFollowsAtOnce) {
+  KyrStage(kStream).tell("@89 play out | >>0 play turn 1 => events: Play");
+}
+
+TEST(SeekDriverTest, ContinuesWhereItWasWhenASeekFails) {
+  KyrStage(kStream).tell(R"(
+    1 breakSeeking | >4 ?following => calls: cannotSeek, canSeek, seek 4 -2 +2, unfinished
+    | 0.5 => lines: progress 1.25, progress 1.5)");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "Kyr/Internal/TarnKyrHostAds.h"
+#include "Kyr/Internal/HostAds.h"
 
 #include <string>
 #include <utility>
@@ -31,7 +31,7 @@ std::vector<std::string> trackingTexts(const TarnLumoAd& ad) {
 
 Dictionary privateProperties(const std::shared_ptr<const TarnLumoAd>& ad, const SkipAd& skip) {
   const auto skipTime = static_cast<float>(CMTimeGetSeconds(ad->skipOffset()));
-  // An offset of a second or less is how documents say "not skippable".
+  // Documents mark an ad as not skippable with an offset of a second or less.
   const int skippable = skipTime > 1.0F ? 1 : 0;
   Dictionary properties;
   properties.set(kTarnAdPrivatePropertyKeyClickthroughURLs, clickThroughTexts(*ad));
@@ -42,24 +42,35 @@ Dictionary privateProperties(const std::shared_ptr<const TarnLumoAd>& ad, const 
   return properties;
 }
 
-}  // namespace
-
-std::shared_ptr<const TarnAd> hostAd(const std::shared_ptr<const TarnLumoAd>& ad, const SkipAd& skip) {
-  if (!ad) return nullptr;
+std::shared_ptr<const TarnAd> makeAd(const std::shared_ptr<const TarnLumoAd>& ad, const SkipAd& skip) {
   auto result = std::make_shared<TarnAd>(ad->title(), ad->adId(), ad->logicalOffset(), ad->duration(),
                                          publicProperties(ad));
   result->setPrivateProperties(privateProperties(ad, skip));
   return result;
 }
 
-std::shared_ptr<const TarnAdSequence> hostAdSequence(
-    const std::shared_ptr<const TarnLumoAdSequence>& adSequence, const SkipAd& skip) {
+}  // namespace
+
+HostAds::HostAds(SkipAd skip) : skip_(std::move(skip)) {}
+
+std::shared_ptr<const TarnAd> HostAds::adForLumoAd(const std::shared_ptr<const TarnLumoAd>& ad) {
+  if (!ad) return nullptr;
+  auto& result = ads_[ad.get()];
+  if (!result) result = makeAd(ad, skip_);
+  return result;
+}
+
+std::shared_ptr<const TarnAdSequence> HostAds::adSeqeunceForLumoAdSequence(
+    const std::shared_ptr<const TarnLumoAdSequence>& adSequence) {
   if (!adSequence) return nullptr;
+  auto& result = adSequences_[adSequence.get()];
+  if (result) return result;
   TarnAdSequence::Ads ads;
-  for (const auto& ad : adSequence->ads()) ads.push_back(hostAd(ad, skip));
+  for (const auto& ad : adSequence->ads()) ads.push_back(adForLumoAd(ad));
   Dictionary properties;
   properties.set(kTarnKyrAdPropertiesKeyLumoAdSequence, adSequence);
-  return std::make_shared<const TarnAdSequence>(std::move(ads), std::move(properties));
+  result = std::make_shared<const TarnAdSequence>(std::move(ads), std::move(properties));
+  return result;
 }
 
 }  // namespace tarn

@@ -1,0 +1,132 @@
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+#include "KyrStage.h"
+
+namespace {
+
+using namespace tarn::test;
+using ::testing::Contains;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr const char* kStream = "..aaa....bbb......";
+
+TEST(SessionLifetimeTest, SendsTerminateAsTheLastEventToEverySubscriber) {
+  // Steps, and the lifecycle events, beacons and values that are sent during them.
+  const std::pair<const char*, Lines> stories[] = {
+      {"1", {"progress"}},
+      {"pause", {"Pause"}},
+      {"12",
+       {"WillPauseForAd", "AdSequenceEnter", "AdEnter", "AdProgress", "a-impression", "a-creativeView"}},
+      {"12 pauseAd resumeAd", {"AdPause", "AdResume"}},
+      {"12 skip", {"a-skip"}},
+      {"17", {"AdExit", "a-complete"}},
+      {"22", {"AdSequenceExit", "Play"}},
+      {"out", {"End"}},
+  };
+  for (const auto& [story, moments] : stories)
+    for (const auto& moment : moments) {
+      SCOPED_TRACE(moment);
+      KyrStage stage("..ab..", {.contentImpressions = {1, 19, 20}});
+      stage.when(moment, [&] { stage.session->terminate(); });
+      SessionRecorder late(*stage.session);
+      stage.tell(story);
+      const bool couldSeek = stage.session->canSeek();
+      Lines early = stage.lines();
+      ASSERT_FALSE(early.empty());
+      EXPECT_EQ(early.back(), "Terminate");
+      if (moment[1] != '-') early.erase(early.end() - 2);  // did not reach the later subscriber
+      EXPECT_EQ(late.take(), early);
+      EXPECT_EQ(std::count(early.begin(), early.end(), "Terminate"), 1);
+
+      stage.tell("turn | >>1 turn load play pauseAd resumeAd => calls: unfinished");
+      if (stage.lastEvent("AdEnter")) stage.tell("skip turn => calls:");
+      stage.session->tracker()->setAbsoluteTime(at(25));
+      stage.session->tracker()->setAbsoluteTime(at(11));
+      EXPECT_EQ(stage.session->canSeek(), couldSeek);
+      EXPECT_THAT(stage.lines(), IsEmpty());
+      EXPECT_THAT(late.take(), IsEmpty());
+      EXPECT_THAT(stage.beacons(), IsEmpty());
+    }
+}
+
+/// Releases the session in the last event of the list; each event is awaited after the one before.
+void releaseAfter(const std::string& events, KyrStage& stage) {
+  if (events.empty()) return stage.session.reset();
+  const auto end = std::min(events.find(' '), events.size());
+  stage.when(events.substr(0, end),
+             [&stage, rest = events.substr(std::min(end + 1, events.size()))] { releaseAfter(rest, stage); });
+}
+
+TEST(SessionLifetimeTest, EndsAllWorkWhenReleasedInAnyEvent) {
+  for (const auto* const events :
+       {"Pause", "Play", "WillPauseForAd", "WillPauseForAd Pause", "AdSequenceEnter", "AdEnter", "AdProgress",
+        "AdExit", "AdSequenceExit", "AdSequenceExit Play", "AdSequenceExit Play Pause", "AdPause"}) {
+    SCOPED_TRACE(events);
+    KyrStage stage(kStream);
+    stage.tell("@5 |");
+    const std::weak_ptr<TarnKyrSession> session = stage.session;
+    const std::weak_ptr<TarnPlayer> player = stage.session->player();
+    releaseAfter(events, stage);
+    stage.tell(std::string(events) == "AdPause" ? "6 skip turn" : ">50 out");
+    EXPECT_TRUE(session.expired());
+    EXPECT_TRUE(player.expired());
+    EXPECT_THAT(stage.calls(), Not(Contains("finished")));
+  }
+}
+
+TEST(SessionLifetimeTest, EndsASeekWhenReleasedOrTerminatedInAChangeOfCanSeek) {
+  for (const auto* const target : {"2", "8", "50"}) {  // backward, forward, over breaks
+    for (const bool terminates : {false, true}) {
+      KyrStage stage(kStream);
+      stage.tell("5 |");
+      const std::weak_ptr<TarnKyrSession> session = stage.session;
+      const auto token = stage.session->canSeekProperty().observe(
+          [&](bool) { terminates ? stage.session->terminate() : stage.session.reset(); });
+      stage.tell(">" + std::string(target));
+      EXPECT_EQ(session.expired(), !terminates);
+      if (terminates) stage.tell("turn => calls: cannotSeek, pause");
+      EXPECT_THAT(stage.calls(), Not(Contains("finished")));
+    }
+  }
+}
+
+TEST(SessionLifetimeTest, CanBeReleasedInTheCompletionOfASeek) {
+  KyrStage stage(kStream);
+  const std::weak_ptr<TarnKyrSession> weak = stage.session;
+  stage.session->seekToTime(at(50), [&stage](bool finished) {
+    EXPECT_TRUE(finished);
+    stage.session.reset();
+  });
+  stage.tell("out");
+  EXPECT_TRUE(weak.expired());
+}
+
+TEST(SessionLifetimeTest, CompletesNoSeekAfterItsReleaseOrTermination) {
+  for (const auto* const end : {"gone", "terminate"}) {
+    KyrStage stage(kStream);
+    const auto player = stage.session->player();  // still lands its seeks
+    stage.tell("@5 >>8 | " + std::string(end) + " turn => calls: pause");
+  }
+}
+
+TEST(SessionLifetimeTest, LeavesNothingBehind) {
+  std::vector<std::weak_ptr<void>> made;
+  for (int i = 0; i < 200; ++i) {
+    KyrStage stage("ab..cc..d");
+    for (const std::weak_ptr<void>& part :
+         {std::weak_ptr<void>(stage.session), std::weak_ptr<void>(stage.session->innerPlaybackSession()),
+          std::weak_ptr<void>(stage.session->tracker()), std::weak_ptr<void>(stage.session->player()),
+          stage.sink()})
+      made.push_back(part);
+    stage.tell(i % 2 == 0 ? "12 skip" : "12");
+    stage.tell(">" + std::to_string(i % 20));
+    if (i % 3 == 0) stage.tell("out");
+    if (i % 5 == 0) stage.session->terminate();
+  }
+  EXPECT_TRUE(std::all_of(made.begin(), made.end(), [](const auto& weak) { return weak.expired(); }));
+}
+
+}  // namespace
