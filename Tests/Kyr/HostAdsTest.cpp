@@ -13,14 +13,18 @@ using ::testing::ElementsAre;
 TEST(HostAdsTest, AreTheSameObjectsInAllEventsOfAllPlays) {
   KyrStage stage("..ab....");
   TarnAdSequence::Ads seen;
+  std::set<std::shared_ptr<const TarnAdSequence>> adSequences;
   stage.session->lifecycle().subscribeNext([&](const auto& event) {
     if (const auto ad = event->ad()) seen.push_back(ad);
-    if (const auto adSequence = event->adSequence())
-      seen.insert(seen.end(), adSequence->ads().begin(), adSequence->ads().end());
+    const auto adSequence = event->adSequence();
+    if (!adSequence) return;
+    adSequences.insert(adSequence);
+    seen.insert(seen.end(), adSequence->ads().begin(), adSequence->ads().end());
   });
   stage.tell("12 pause play 12 >5 18 |");
   EXPECT_GT(seen.size(), 80U);
   EXPECT_EQ(std::set(seen.begin(), seen.end()).size(), 2U);
+  EXPECT_EQ(adSequences.size(), 1U);
 }
 
 TEST(HostAdsTest, CarryTheParsedAdItsExtensionsAndTheClickURLs) {

@@ -83,6 +83,8 @@ TEST(SeekDriverTest, AbandonsTheForcedSeekWhenThePlayheadIsSentElsewhereOrThePla
     KyrStage(kStream).tell(locked + "load turn => calls: load http://s/, " + unlock + "unfinished" + landing);
     KyrStage(kStream).tell(locked + "fail turn => calls: " + unlock + "unfinished, pause");
   }
+  // The abandoned seek does not pause at the end of its break.
+  KyrStage(kStream).tell("@5 >50 3 resumeAt20 turn | 40 => calls:");
 }
 
 // The player stays in content and reaches the break by itself.
@@ -105,6 +107,17 @@ TEST(SeekDriverTest, SuspendsTheTrackerUntilTheLastOfSeveralSeeksHasLanded) {
   drainAll();
   EXPECT_THAT(answers, ElementsAre(std::pair(false, true), std::pair(false, true), std::pair(true, false)));
   EXPECT_THAT(stage.lines(), ElementsAre("progress 2"));
+}
+
+TEST(SeekDriverTest, SuspendsTheTrackerBeforeItReportsASeekAndUntilTheForcedBreakPlays) {
+  KyrStage stage("..aaa...bb");
+  auto reports =
+      stage.session->canSeekProperty().observe([&stage](bool can) { EXPECT_EQ(stage.isSuspended(), can); });
+  stage.tell("5 >3");
+  reports =
+      stage.player().layerHidden().observe([&stage](bool hidden) { EXPECT_EQ(stage.isSuspended(), hidden); });
+  stage.when("Play", [&stage] { stage.tell("?suspended"); });
+  stage.tell(">1000 ?following 2 skip turn turn ?following");
 }
 
 TEST(SeekDriverTest, PlaysAfterASeekFromTheItemsEndWhenPlayFollowsAtOnce) {

@@ -110,6 +110,21 @@ TEST(SessionLifetimeTest, CompletesNoSeekAfterItsReleaseOrTermination) {
     const auto player = stage.session->player();  // still lands its seeks
     stage.tell("@5 >>8 | " + std::string(end) + " turn => calls: pause");
   }
+  // The first step leaves a seek over a break pending. The event comes from the second step.
+  for (const auto& [pending, event, step] :
+       {std::tuple("@5 >50 15~ |", "Play", "turn"), std::tuple("@5 breakSeeking >50 25 |", "Pause", ">>70"),
+        std::tuple("@5 >50 2 |", "canSeek", "resumeAt20")}) {
+    KyrStage stage("..aaa....bbb......c");
+    stage.tell(pending);
+    const auto terminate = [&stage] { stage.session->terminate(); };
+    const auto canSeek = stage.session->canSeekProperty().observe([&](bool can) {
+      if (can && std::string(event) == "canSeek") terminate();
+    });
+    stage.when(event, terminate);
+    stage.tell(step);
+    EXPECT_THAT(stage.calls(), Not(Contains(::testing::EndsWith("finished")))) << step;
+    EXPECT_NE(stage.lastEvent("Terminate"), nullptr);
+  }
 }
 
 TEST(SessionLifetimeTest, LeavesNothingBehind) {
