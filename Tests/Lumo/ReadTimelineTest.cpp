@@ -15,29 +15,26 @@
 #include "Platform/Log.h"
 #include "Support/TimePrinter.h"
 #include "Support/VMAPText.h"
+#include "XML/TarnLumoONOXMLDocument.h"
 
 namespace {
 
 using namespace tarn::test;
 using namespace testing;
 
-struct Reading {
-  tarn::Result<std::shared_ptr<const TarnLumoTimeline>> result;
-  std::string prefix;
-  std::vector<TarnLumoWarning> warnings;
+struct Reading : tarn::TimelineReading {
   std::vector<std::string> log;
 
-  const TarnLumoTimeline& timeline() const { return **result; }
+  const TarnLumoTimeline& stream() const { return **timeline; }
   const TarnLumoAd& ad(std::size_t sequence, std::size_t index = 0) const {
-    return *timeline().adSequences().at(sequence)->ads().at(index);
+    return *stream().adSequences().at(sequence)->ads().at(index);
   }
 };
 
 Reading read(std::string_view bytes) {
   std::vector<std::string> log;
   const auto sink = tarn::installLogSink([&log](std::string_view line) { log.emplace_back(line); });
-  auto reading = tarn::readTimeline(bytes);
-  return {std::move(reading.timeline), reading.prefix, reading.warnings, std::move(log)};
+  return {tarn::readTimeline(bytes), std::move(log)};
 }
 
 std::vector<std::string> texts(const std::vector<tarn::URL>& urls) {
@@ -58,15 +55,15 @@ std::vector<std::vector<double>> beginTimes(const TarnLumoTimeline& timeline) {
 
 TEST(ReadTimelineTest, ReadsAWholeDocument) {
   const auto film = read(sample("film.vmap.xml"));
-  ASSERT_TRUE(film.result) << tarn::chainDescription(film.result.error());
+  ASSERT_TRUE(film.timeline) << tarn::chainDescription(film.timeline.error());
   EXPECT_THAT(film.warnings, IsEmpty());
   EXPECT_THAT(film.log, IsEmpty());
   EXPECT_EQ(film.prefix, "mh");
-  EXPECT_THAT(film.timeline().payloadLength(), IdenticalTo(CMTimeMake(3690 * 600, 600)));
-  ASSERT_THAT(film.timeline().contentImpressions(), SizeIs(3));
-  EXPECT_EQ(film.timeline().contentImpressions()[1]->url()->absoluteString(),
+  EXPECT_THAT(film.stream().payloadLength(), IdenticalTo(CMTimeMake(3690 * 600, 600)));
+  ASSERT_THAT(film.stream().contentImpressions(), SizeIs(3));
+  EXPECT_EQ(film.stream().contentImpressions()[1]->url()->absoluteString(),
             "https://beacon.example.com/content?at=900.5&session=%5BSESSION%5D");
-  EXPECT_THAT(beginTimes(film.timeline()),
+  EXPECT_THAT(beginTimes(film.stream()),
               ElementsAre(ElementsAre(0, 15), ElementsAre(1230), ElementsAre(3660, 3675)));
 
   const TarnLumoAd& ad = film.ad(0);
@@ -115,16 +112,16 @@ TEST(ReadTimelineTest, PutsAdsWhereTheStreamHasThem) {
       {"no breaks", "", {}}};
   for (const auto& [what, document, begins] : rows) {
     const auto reading = read(vmap(document));
-    ASSERT_TRUE(reading.result) << what;
-    EXPECT_EQ(beginTimes(reading.timeline()), begins) << what;
+    ASSERT_TRUE(reading.timeline) << what;
+    EXPECT_EQ(beginTimes(reading.stream()), begins) << what;
   }
 }
 
 TEST(ReadTimelineTest, InvalidatesTheBeginTimesAfterAnInvalidDuration) {
   const auto reading = read(vmap(breaks("start 15") + "\n<vmap:AdBreak timeOffset='00:01:00'/>\n" +
                                  breaks("00:02:00 15, 00:03:00 15")));
-  ASSERT_TRUE(reading.result);
-  ASSERT_THAT(reading.timeline().adSequences(), SizeIs(4));
+  ASSERT_TRUE(reading.timeline);
+  ASSERT_THAT(reading.stream().adSequences(), SizeIs(4));
   EXPECT_EQ(reading.ad(1).adId(), std::nullopt);
   EXPECT_THAT(reading.ad(1).duration(), IdenticalTo(CMTime{}));
   EXPECT_THAT(reading.ad(1).logicalOffset(), IsInvalidTime());
@@ -206,11 +203,16 @@ TEST(ReadTimelineTest, ChoosesTheExtensionByThePlainText) {
   for (const auto& [document, prefix, payload] : rows) {
     SCOPED_TRACE(document);
     const auto reading = read(document);
-    ASSERT_TRUE(reading.result);
+    ASSERT_TRUE(reading.timeline);
     EXPECT_EQ(reading.prefix, prefix);
-    EXPECT_THAT(reading.timeline().payloadLength(), SecondsEq(payload));
-    EXPECT_THAT(reading.timeline().contentLength(), IdenticalTo(CMTimeMake(0, 600)));
-    EXPECT_THAT(reading.timeline().contentImpressions(), IsEmpty());
+    EXPECT_THAT(reading.stream().payloadLength(), SecondsEq(payload));
+    EXPECT_THAT(reading.stream().contentLength(), IdenticalTo(CMTimeMake(0, 600)));
+    EXPECT_THAT(reading.stream().contentImpressions(), IsEmpty());
+    const auto xml = TarnLumoONOXMLDocument::XMLDocumentWithData(document);
+    TarnLumoDocument given(*tarn::URL::fromString("https://ads.example/vmap"));
+    given.setVmapExtensionsNamespace(prefix);
+    EXPECT_THAT(TarnLumoDeserializeTimelineFromXMLDocumentWithError(given, **xml).value()->payloadLength(),
+                SecondsEq(payload));
   }
 }
 
@@ -233,9 +235,9 @@ TEST(ReadTimelineTest, FailsWithTheReason) {
         Row{vmap(simpleBreak("start", " 00:00:10")), "Linear Duration ` 00:00:10` could not be parsed."},
         Row{vmap(noDuration + breaks("#1 10")), "Linear Duration `(null)` could not be parsed."}}) {
     const auto reading = read(bytes);
-    ASSERT_FALSE(reading.result) << bytes;
+    ASSERT_FALSE(reading.timeline) << bytes;
     EXPECT_EQ(reading.prefix, bytes.empty() ? "" : "mh");
-    const auto& error = reading.result.error();
+    const auto& error = reading.timeline.error();
     EXPECT_EQ(error.domain, "TarnLumoErrorDomain");
     EXPECT_EQ(error.code, 4011);
     EXPECT_EQ(error.description, description);
@@ -260,7 +262,7 @@ TEST(ReadTimelineTest, TakesTheTextOfAnErrorFromTheCatalogueOfTheApplication) {
   setenv("LANGUAGE", "xx", 1);
   bindtextdomain("errors", folder.c_str());
   textdomain("errors");
-  EXPECT_EQ(read(vmap(breaks("10% 10"))).result.error().description, "Zeit „10%“?");
+  EXPECT_EQ(read(vmap(breaks("10% 10"))).timeline.error().description, "Zeit „10%“?");
   textdomain("messages");
   unsetenv("LANGUAGE");
   setlocale(LC_ALL, "C");
@@ -269,8 +271,9 @@ TEST(ReadTimelineTest, TakesTheTextOfAnErrorFromTheCatalogueOfTheApplication) {
 
 TEST(ReadTimelineTest, WarnsOfEveryFlawOfASample) {
   const auto flawed = read(sample("flawed.vmap.xml"));
-  ASSERT_TRUE(flawed.result);
-  EXPECT_EQ(flawed.timeline().contentImpressions().at(0)->url(), std::nullopt) << "kept without a URL";
+  ASSERT_TRUE(flawed.timeline);
+  EXPECT_EQ(flawed.stream().contentImpressions().at(0)->url(), std::nullopt) << "kept without a URL";
+  EXPECT_THAT(tarn::readTimeline(sample("flawed.vmap.xml"), {.review = false}).warnings, IsEmpty());
   std::vector<std::string> lines;
   for (const auto& warning : flawed.warnings)
     lines.push_back(std::to_string(warning.line.value_or(0)) + " " + warning.message);
@@ -307,8 +310,8 @@ TEST(ReadTimelineTest, WarnsOfDocumentsWithoutAds) {
       {"<vmap:VMAP xmlns:vmap='urn:v'>", "repaired: Premature end"}};
   for (const auto& [bytes, message] : rows) {
     const auto reading = read(bytes);
-    ASSERT_TRUE(reading.result) << bytes;
-    EXPECT_THAT(reading.timeline().adSequences(), IsEmpty());
+    ASSERT_TRUE(reading.timeline) << bytes;
+    EXPECT_THAT(reading.stream().adSequences(), IsEmpty());
     ASSERT_THAT(reading.warnings, Not(IsEmpty())) << bytes;
     EXPECT_THAT(reading.warnings[0].message, HasSubstr(message));
   }

@@ -110,10 +110,7 @@ TEST_F(TarnLumoDocumentTest, WrapsTransportErrors) {
         Case{"http://127.0.0.1/", {{"Bad\r\nName", "x"}}, HTTPErrorCode::invalidHeader}}) {
     SCOPED_TRACE(url);
     const auto document = std::make_shared<TarnLumoDocument>(*URL::fromString(url));
-    HeldQueue held;
-    auto pending = retrieve(*document, held, headers);
-    held.runOne();
-    const auto outcome = pending.get();
+    const auto outcome = retrieve(*document, queue, headers).get();
     EXPECT_EQ(outcome.document, document);
     EXPECT_EQ(document->state(), TarnLumoDocumentStateErrored);
     expectCode(outcome.error, TarnLumoDocumentErrorCodeConnection);
@@ -151,48 +148,18 @@ TEST_F(TarnLumoDocumentTest, ASecondRetrievalIsRefusedAtOnceAndTheFirstEndsWithI
   EXPECT_EQ(server.requests().size(), 1U);
 }
 
-TEST_F(TarnLumoDocumentTest, EndsAnAbortedRequestWithoutWaitingForTheServer) {
-  server.hold("/vmap");
-  const auto document = makeDocument("/vmap");
-  document->abortRetrieval();  // none is in progress
-  auto outcome = retrieve(*document, queue);
-  ASSERT_TRUE(server.waitForRequests(1));
-  document->abortRetrieval();
-  const auto error = outcome.get().error;
-  expectCode(error, TarnLumoDocumentErrorCodeConnection);
-  EXPECT_EQ(error->underlying->code, static_cast<std::int64_t>(HTTPErrorCode::cancelled));
-  server.release();
-}
-
 TEST_F(TarnLumoDocumentTest, TakesTheBytesOfAFetchFromAnyThreadAndReleasesItAfterwards) {
-  for (const bool isLater : {false, true}) {
-    std::thread other;
-    const auto released = std::make_shared<std::promise<void>>();
-    auto release = std::make_shared<Token>([released] { released->set_value(); });
-    const auto document = std::make_shared<TarnLumoDocument>(*URL::fromString("file:///film"));
-    document->setFetch([&, weak = std::weak_ptr(release)](const HTTPRequest& request, auto completion) {
-      EXPECT_EQ(request.url.absoluteString() + " " + request.headers.at(0).second, "file:///film tv/1");
-      if (isLater) other = std::thread([completion] { completion(std::string(kVMAP)); });
-      if (!isLater) completion(std::string(kVMAP));
-      return [completion, keptAlive = weak.lock()] {};
-    });
-    auto pending = retrieve(*document, queue, {{"User-Agent", "tv/1"}});
-    EXPECT_NE(pending.get().document->timeline(), nullptr);
-    release.reset();
-    EXPECT_EQ(released->get_future().wait_for(20s), std::future_status::ready);
-    if (other.joinable()) other.join();
-  }
-}
-
-TEST_F(TarnLumoDocumentTest, LivesUntilItsCompletionHasRun) {
-  for (int i = 0; i < 20; ++i) {
-    std::promise<std::weak_ptr<TarnLumoDocument>> completed;
-    makeDocument("/vmap")->retrieveOnQueue(queue, {}, [&completed](Document document, const auto& error) {
-      EXPECT_FALSE(error);
-      completed.set_value(document);
-    });
-    completed.get_future().wait();
-  }
+  const auto released = std::make_shared<std::promise<void>>();
+  std::thread other;
+  const auto document = std::make_shared<TarnLumoDocument>(*URL::fromString("file:///film"));
+  document->setFetch([&](const HTTPRequest& request, const FetchCompletion& completion) {
+    EXPECT_EQ(request.url.absoluteString() + " " + request.headers.at(0).second, "file:///film tv/1");
+    other = std::thread([completion] { completion(std::string(kVMAP)); });
+    return [completion, alive = std::make_shared<Token>([released] { released->set_value(); })] {};
+  });
+  EXPECT_NE(retrieve(*document, queue, {{"User-Agent", "tv/1"}}).get().document->timeline(), nullptr);
+  EXPECT_EQ(released->get_future().wait_for(20s), std::future_status::ready) << "the document would leak";
+  other.join();
 }
 
 TEST_F(TarnLumoDocumentTest, SharesASessionAndMakesAFreshOneForNull) {
