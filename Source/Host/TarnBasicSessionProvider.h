@@ -9,8 +9,8 @@
 /// Makes a player, for one session; null when it cannot. Called on the main thread.
 using TarnPlayerFactory = std::function<std::shared_ptr<TarnPlayer>()>;
 
-/// The toolkit's own provider, the last one upstream in the chain: makes ordinary sessions, each with a
-/// player of its own.
+/// The toolkit's own provider, the last one upstream in the chain: makes ordinary sessions, each with its own
+/// player.
 ///
 /// A session's source is the one that the common properties' policy selects; without common properties or
 /// without a policy in them, the one that this provider's policy selects: the first with a URL whose delivery

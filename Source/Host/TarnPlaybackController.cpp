@@ -86,12 +86,12 @@ void TarnPlaybackController::play(const Session& session) {
       [weak = weak_from_this()](const TarnPlaybackSession::LifecycleEvent& event) {
         if (const auto self = weak.lock()) self->notice(event);
       });
-  tellConsumers(session);
+  notifyConsumers(session);
   if (current_ == session) session->begin();
   if (current_ == session && autoPlay_) session->avPlayerPlay();
 }
 
-void TarnPlaybackController::tellConsumers(const Session& session) {
+void TarnPlaybackController::notifyConsumers(const Session& session) {
   std::erase_if(consumers_, [](const auto& weak) { return weak.expired(); });
   const auto consumers = consumers_;
   for (const auto& weak : consumers) {

@@ -61,7 +61,7 @@ class TarnPlaybackController : public std::enable_shared_from_this<TarnPlaybackC
   void requestNextSession();
   void receive(const Session& session);
   void play(const Session& session);
-  void tellConsumers(const Session& session);
+  void notifyConsumers(const Session& session);
   void notice(const TarnPlaybackSession::LifecycleEvent& event);
   void dropCurrent();
 

@@ -21,10 +21,10 @@
 ///
 /// Made by a session provider, then in this order: subscribed to, `begin`, played, `terminate`. Always owned
 /// by a `std::shared_ptr`. Main thread throughout: operations are called there and signals send there. The
-/// signals send nothing before `begin`; none completes or fails by itself. Each subscriber receives Terminate
-/// once and nothing after it: a value that is being sent when a subscriber terminates the session does not
-/// reach the later subscribers. A session may be released inside one of its own signals, and stops its player
-/// when it is destroyed.
+/// signals send nothing before `begin`; none completes or fails on its own. Each subscriber receives
+/// Terminate once and nothing after it: a value that is being sent when a subscriber terminates the session
+/// does not reach the later subscribers. A session may be released inside one of its own signals, and stops
+/// its player when it is destroyed.
 ///
 /// Times are on the session's own axis: absolute time (ads included) for a session over a player, content
 /// time for one that hides ads.

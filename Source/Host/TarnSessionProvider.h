@@ -30,7 +30,7 @@ class TarnSessionProvider {
   [[nodiscard]] virtual TarnSourceSelectionPolicy sourceSelectionPolicy() const = 0;
 
   /// One session for each video, sent when it is ready to begin, at once or later: one that plays, or a
-  /// `TarnErrorSession`. The sessions have not begun; whoever receives them owns them. The signal never
+  /// `TarnErrorSession`. The sessions have not begun; their receiver owns them. The signal never
   /// fails, and completes after `videos` has.
   [[nodiscard]] virtual Sessions playbackSessionsForVideos(Videos videos) = 0;
 };

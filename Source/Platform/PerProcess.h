@@ -14,7 +14,7 @@ namespace tarn {
 ///
 /// A child made by `fork` has none of its parent's threads, so a lock that one of them held is never released
 /// there, and a thread there can never be joined. The child therefore never touches its parent's
-/// object, not even to destroy it, and makes one of its own. Any thread; when several threads use it first at
+/// object, not even to destroy it, and makes a new one. Any thread; when several threads use it first at
 /// the same time, one of the objects made is kept and the others are destroyed.
 template <typename T>
 class PerProcess {

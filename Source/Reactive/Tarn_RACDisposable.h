@@ -17,7 +17,7 @@
 /// `Tarn_RACDeallocDisposable`. Any thread.
 class Tarn_RACDisposable {
  public:
-  /// A group without an action of its own.
+  /// A group without an action.
   Tarn_RACDisposable();
   explicit Tarn_RACDisposable(std::function<void()> action);
   explicit Tarn_RACDisposable(tarn::Token token);

@@ -100,7 +100,7 @@ class Stage final : public Receiver<T> {
   Step step_;
 };
 
-/// Where a signal's values come from: starts the work for a receiver.
+/// The source of a signal's values: starts the work for a receiver.
 template <typename T>
 class Source {
  public:

@@ -64,7 +64,7 @@ class ForkTest : public HTTPSessionFixture {
     ++woken;
   });
   ScriptedServer silent{sendNoResponse};
-  ScriptedServer polite{respondToAll};
+  ScriptedServer server{respondToAll};
   std::unique_ptr<HTTPSession> session = std::make_unique<HTTPSession>();
   std::unique_ptr<SerialQueue> own = std::make_unique<SerialQueue>("own");
   std::jthread logging;
@@ -91,7 +91,7 @@ TEST_F(ForkTest, AChildExitsAtOnceAndCanUseAndDestroyItsParentsObjects) {
        [this] {
          HTTPSession another;
          EXPECT_TRUE(session->flush(std::chrono::hours(1))) << "the parent's requests are not the child's";
-         for (auto* each : {session.get(), &another}) EXPECT_TRUE(get(*each, polite.url("/")));
+         for (auto* each : {session.get(), &another}) EXPECT_TRUE(get(*each, server.url("/")));
        }},
       {"logs and drains",
        [this] {

@@ -127,10 +127,10 @@ TEST_F(HTTPSessionErrorTest, DistinguishesAFailedConnectionFromASlowResponse) {
 }
 
 TEST_F(HTTPSessionErrorTest, RejectsAServerThatItCannotVerify) {
-  LoopbackServer impostor(LoopbackServer::Transport::selfSignedTLS);
+  LoopbackServer unverified(LoopbackServer::Transport::selfSignedTLS);
   HTTPSession session;
-  EXPECT_EQ(codeOf(get(session, impostor.url("/"))), HTTPErrorCode::tls);
-  EXPECT_THAT(impostor.targets(), IsEmpty());
+  EXPECT_EQ(codeOf(get(session, unverified.url("/"))), HTTPErrorCode::tls);
+  EXPECT_THAT(unverified.targets(), IsEmpty());
 
   ScriptedServer plain([](Connection& connection) { connection.respond("too early, and in the clear"); });
   const auto notTLS = *URL::fromString("https" + plain.url("/").absoluteString().substr(4));
@@ -152,8 +152,8 @@ TEST_F(HTTPSessionErrorTest, LimitsTheDecompressedSizeAlsoOfDiscardedBodies) {
   EXPECT_EQ(codeOf(get(fits, server.url("/bomb"))), HTTPErrorCode::responseTooLarge);
 
   HTTPSession discarding({.maximumBodySize = 9'999, .discardBodies = true});
-  ScriptedServer rude(endless("HTTP/1.1 200 OK\r\n\r\n", std::string(1'000, 'x')));
-  EXPECT_EQ(codeOf(get(discarding, rude.url("/"))), HTTPErrorCode::responseTooLarge);
-  ScriptedServer polite(respondToAll);
-  EXPECT_EQ(get(discarding, polite.url("/"))->body, "");
+  ScriptedServer endlessServer(endless("HTTP/1.1 200 OK\r\n\r\n", std::string(1'000, 'x')));
+  EXPECT_EQ(codeOf(get(discarding, endlessServer.url("/"))), HTTPErrorCode::responseTooLarge);
+  ScriptedServer shortServer(respondToAll);
+  EXPECT_EQ(get(discarding, shortServer.url("/"))->body, "");
 }

@@ -105,7 +105,7 @@ TEST(MediaTimeTest, ComparesExactValuesWithinAnEpoch) {
   EXPECT_EQ(CMTimeCompare(at(1, 600), rounded(1, 600)), 0);
   constexpr CMTimeScale kPrime = kCMTimeMaxTimescale;
   constexpr CMTimeScale kOtherPrime = 2147483629;
-  // A double could not tell these apart.
+  // A double could not distinguish these.
   EXPECT_EQ(CMTimeCompare(at(kMost, kPrime), at(kMost, kOtherPrime)), -1);
   EXPECT_EQ(CMTimeCompare(at(kLeast, 1), at(kMost, kPrime)), -1);
   EXPECT_EQ(CMTimeCompare(at(9, 600, 1), at(1, 600, 2)), -1);

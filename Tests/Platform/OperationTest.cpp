@@ -52,17 +52,17 @@ class ManualOperation final : public Operation {
 
 TEST(OperationTest, CallsObserversAfterEachChangeAndThenTheCompletionBlock) {
   auto operation = std::make_shared<ManualOperation>();
-  std::vector<std::string> told;
+  std::vector<std::string> calls;
   operation->observeExecuting(
-      [&](const Operation& o) { told.push_back(o.isExecuting() ? "executing" : "not executing"); });
-  operation->observeFinished([&](const Operation& o) { told.push_back(o.isFinished() ? "finished" : "?"); });
-  operation->observeFinished([&](const Operation&) { told.push_back("second observer"); });
-  operation->setCompletionBlock([&] { told.push_back("block"); });
+      [&](const Operation& o) { calls.push_back(o.isExecuting() ? "executing" : "not executing"); });
+  operation->observeFinished([&](const Operation& o) { calls.push_back(o.isFinished() ? "finished" : "?"); });
+  operation->observeFinished([&](const Operation&) { calls.push_back("second observer"); });
+  operation->setCompletionBlock([&] { calls.push_back("block"); });
   operation->start();
   operation->end();
-  EXPECT_THAT(told, ElementsAre("executing", "not executing", "finished", "second observer", "block"));
+  EXPECT_THAT(calls, ElementsAre("executing", "not executing", "finished", "second observer", "block"));
   operation->end();
-  EXPECT_THAT(told, testing::Contains("block").Times(1));
+  EXPECT_THAT(calls, testing::Contains("block").Times(1));
 }
 
 TEST(OperationTest, AllowsObserversToAddObserversAndTheBlockToReleaseTheOperation) {

@@ -13,7 +13,7 @@ bool isForkedChild = false;
 
 }  // namespace
 
-/// A child cannot reach, and so does not free, the memory that its parent's threads own.
+/// A child does not free the memory of its parent's threads, which it cannot reach.
 extern "C" int __lsan_is_turned_off();
 extern "C" int __lsan_is_turned_off() {
   return isForkedChild ? 1 : 0;

@@ -4,8 +4,8 @@
 
 namespace tarn::test {
 
-/// The wait status of a child, made by `fork`, that does `work` and exits: 0 when all is well, a failed
-/// expectation's 1, or a signal's when it hung.
+/// Runs `work` in a child made by `fork` and returns its wait status: 0 for success, 1 after a failed
+/// expectation, a signal's if it did not end.
 int statusOfChild(const std::function<void()>& work);
 
 }  // namespace tarn::test

@@ -15,11 +15,11 @@
 namespace tarn::test {
 namespace {
 
-/// Each request that is held takes a thread of the server's.
+/// Each held request occupies one of the server's threads.
 constexpr std::size_t kThreads = 64;
 constexpr std::chrono::seconds kPatience{20};
 
-/// Loopback is not for the machine's proxy. Set before any thread runs.
+/// Loopback connections must not use the machine's proxy. Set before any thread runs.
 [[maybe_unused]] const int noProxy = setenv("no_proxy", "127.0.0.1,localhost", 1);
 
 using Certificate = std::unique_ptr<X509, decltype(&X509_free)>;
@@ -55,7 +55,7 @@ struct LoopbackServer::State {
     std::unique_lock lock(mutex);
     ReceivedRequest received{request.target, {}};
     for (const auto& [name, value] : request.headers) {
-      if (name.find('_') != std::string::npos) continue;  // REMOTE_ADDR and the like are the server library's
+      if (name.find('_') != std::string::npos) continue;  // the server library adds REMOTE_ADDR and others
       std::string lower = name;
       std::transform(lower.begin(), lower.end(), lower.begin(),
                      [](unsigned char c) { return std::tolower(c); });
@@ -76,7 +76,7 @@ struct LoopbackServer::State {
   const std::unique_ptr<httplib::Server> server;
   int port = 0;
   std::thread thread;
-  std::mutex mutex;  // guards what follows
+  std::mutex mutex;  // guards the members below
   std::condition_variable changed;
   std::map<std::string, Answer> answers;
   std::set<std::string> held;
@@ -95,14 +95,14 @@ std::vector<std::string> ReceivedRequest::values(const std::string& name) const 
 LoopbackServer::LoopbackServer(Transport transport) : state_(std::make_unique<State>(transport)) {
   auto& server = *state_->server;
   server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
-  server.set_keep_alive_max_count(1);  // an idle connection would hold up the server's end for seconds
+  server.set_keep_alive_max_count(1);  // an idle connection would delay the server's end by seconds
   server.set_tcp_nodelay(true);
   server.Get(".*", [state = state_.get()](const httplib::Request& request, httplib::Response& response) {
     state->receive(request, response);
   });
   state_->port = server.bind_to_any_port("127.0.0.1");
   state_->thread = std::thread([&server] { server.listen_after_bind(); });
-  while (!server.is_running()) std::this_thread::yield();  // ending it before is lost on it
+  while (!server.is_running()) std::this_thread::yield();  // before that, `stop` has no effect
 }
 
 LoopbackServer::~LoopbackServer() {

@@ -9,7 +9,7 @@
 
 namespace tarn::test {
 
-/// What a server received. Header names are in lower case, in the order of arrival.
+/// A request that a server received. Header names are in lower case, in the order of arrival.
 struct ReceivedRequest {
   std::string target;
   std::vector<std::pair<std::string, std::string>> headers;
@@ -18,8 +18,8 @@ struct ReceivedRequest {
   [[nodiscard]] std::vector<std::string> values(const std::string& name) const;
 };
 
-/// A well-behaved HTTP server on 127.0.0.1, at a port that the system picks. Every target answers 200 with an
-/// empty body until it is given something else. Each request takes a connection of its own. Any thread.
+/// A well-behaved HTTP server on 127.0.0.1, at a port chosen by the system. Every target returns 200 with an
+/// empty body unless set otherwise. Each request has its own connection. Any thread.
 class LoopbackServer {
  public:
   enum class Transport { plain, selfSignedTLS };
@@ -39,7 +39,7 @@ class LoopbackServer {
   [[nodiscard]] URL url(const std::string& target) const;
   void answer(const std::string& path, Answer answer);
 
-  /// Requests for `path` get no answer until `release`.
+  /// Requests for `path` receive no response until `release`.
   void hold(const std::string& path);
   void release();
 

@@ -61,7 +61,7 @@ struct ScriptedServer::State {
   std::uint16_t port = 0;
   std::mutex accepting;
   std::unique_lock<std::mutex> stalled{accepting, std::defer_lock};
-  std::mutex mutex;  // guards the rest
+  std::mutex mutex;  // guards the other members
   std::vector<int> sockets;
   std::vector<std::thread> threads;
   std::vector<std::string> targets;
@@ -110,7 +110,7 @@ int ScriptedServer::connections() const {
 void ScriptedServer::stall() {
   auto& state = *state_;
   state.stalled.lock();
-  checked(listen(state.listening, 0));  // room for one client, whom nobody accepts
+  checked(listen(state.listening, 0));  // room for one client, which is never accepted
   state.occupant = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const auto address = loopback(state.port);
   checked(connect(state.occupant, reinterpret_cast<const sockaddr*>(&address), sizeof address));

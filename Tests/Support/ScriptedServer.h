@@ -11,21 +11,21 @@
 
 namespace tarn::test {
 
-/// A server on 127.0.0.1 that behaves as badly as its script says: each connection runs the script on a
-/// thread of its own and is closed when the script returns.
+/// A server on 127.0.0.1 for faulty behaviour: each connection runs the script on its own thread and is
+/// closed when the script returns.
 ///
-/// Its end hangs up on every client, so no script waits for ever.
+/// Destroying the server closes all connections, so no script waits without end.
 class ScriptedServer {
  public:
   class Connection {
    public:
-    /// The next request's target; absent when the client or the server's end hung up.
+    /// The next request's target; absent when the connection was closed.
     std::optional<std::string> readRequest();
     /// The request line and header fields that were read last, byte for byte.
     [[nodiscard]] const std::string& head() const { return head_; }
-    /// False when nobody receives any more.
+    /// False when the client has closed the connection.
     bool send(std::string_view bytes);
-    /// 200 with `body`, on a connection that stays.
+    /// Sends 200 with `body` and keeps the connection.
     bool respond(std::string_view body = {});
     void waitForHangUp();
     /// Whether the client has sent something that was not read yet.
@@ -55,8 +55,8 @@ class ScriptedServer {
   [[nodiscard]] std::vector<std::string> targets() const;
   [[nodiscard]] int connections() const;
 
-  /// From here to `resume`, new clients wait for their connection to be made (the system tries again once a
-  /// second). Connections that stand are not touched.
+  /// From this call to `resume`, new clients wait for their connection (the system retries once a second).
+  /// Existing connections are not affected.
   void stall();
   void resume();
 

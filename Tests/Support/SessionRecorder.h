@@ -8,16 +8,16 @@
 
 namespace tarn::test {
 
-/// Writes down everything that a session sends, in order, as lines: the lifecycle event types without their
-/// common beginning ("AdEnter"; "none" for a null event), "progress 1.5", "duration 60", "seekable 0+60",
+/// Records everything that a session sends, in order, as lines: the lifecycle event types without their
+/// common prefix ("AdEnter"; "none" for a null event), "progress 1.5", "duration 60", "seekable 0+60",
 /// "loaded unknown", "cuePoints 2", "external true". Seconds.
 class SessionRecorder {
  public:
   explicit SessionRecorder(const TarnPlaybackSession& session);
 
-  /// What came since the last call.
+  /// The lines since the last call.
   [[nodiscard]] std::vector<std::string> take() { return std::exchange(*lines_, {}); }
-  /// The last lifecycle event of that kind; null when none came.
+  /// The last lifecycle event of that kind; null if there was none.
   [[nodiscard]] TarnPlaybackSession::LifecycleEvent lastEvent(std::string_view type) const;
 
  private:

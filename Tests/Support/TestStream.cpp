@@ -17,7 +17,7 @@ struct Folder {
   const pid_t owner = getpid();
 
   Folder() {
-    // A percent sign, because the maker of the files takes their names for a format.
+    // A percent sign, because the file names are a format string for the element that writes them.
     std::string name = (std::filesystem::temp_directory_path() / "kyr 100%d test-XXXXXX").string();
     if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
     path = name;

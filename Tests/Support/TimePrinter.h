@@ -6,7 +6,7 @@
 
 #include "Platform/MediaTime.h"
 
-/// Lets a failing test show times as people read them.
+/// Prints times readably in failed tests.
 void PrintTo(const CMTime& time, std::ostream* out);
 void PrintTo(const CMTimeRange& range, std::ostream* out);
 
@@ -15,7 +15,7 @@ namespace tarn::test {
 /// A time of whole ticks at timescale 600 from seconds.
 [[nodiscard]] CMTime seconds(double value);
 
-/// Equal as media-time comparison has it: 1/2 equals 2/4.
+/// Equal by `CMTimeCompare`: 1/2 equals 2/4.
 MATCHER_P(TimeEq, expected, "compares equal to " + CMTimeCopyDescription(expected)) {
   return arg == expected;
 }

@@ -9,9 +9,9 @@ namespace tarn::test {
 namespace {
 
 /// Reads a drawing from left to right.
-class Draughtsman {
+class DrawingReader {
  public:
-  explicit Draughtsman(const TimelineOptions& options) : options_(options) {}
+  explicit DrawingReader(const TimelineOptions& options) : options_(options) {}
 
   void draw(std::string_view drawing) {
     for (std::size_t i = 0; i < drawing.size();) {
@@ -76,9 +76,9 @@ class Draughtsman {
 
 std::shared_ptr<const TarnLumoTimeline> drawTimeline(std::string_view drawing,
                                                      const TimelineOptions& options) {
-  Draughtsman draughtsman(options);
-  draughtsman.draw(drawing);
-  return draughtsman.finish();
+  DrawingReader reader(options);
+  reader.draw(drawing);
+  return reader.finish();
 }
 
 std::shared_ptr<const TarnLumoAd> adNamed(const TarnLumoTimeline& timeline, char letter) {
@@ -93,7 +93,7 @@ std::shared_ptr<const TarnLumoAd> adNamed(const TarnLumoTimeline& timeline, char
 void RecordingSink::send(const URL& url) {
   const std::string& text = url.absoluteString();
   sent_.push_back(text.substr(text.rfind('/') + 1));
-  afterSend(std::string(sent_.back()));  // a copy: the sink may be emptied or destroyed in there
+  afterSend(std::string(sent_.back()));  // a copy: the call may clear or destroy the sink
 }
 
 std::vector<std::string> RecordingSink::take() {

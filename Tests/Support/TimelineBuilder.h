@@ -26,20 +26,21 @@ struct TimelineOptions {
 ///     "aab...c|d-e.."
 ///
 /// '.' is content. A letter is an ad with that id; a run of one letter is one ad, neighbouring letters are
-/// ads of one sequence. '-' is a gap between two ads of a sequence. '|' takes no time and ends a sequence
-/// where the next touches it. The payload is the whole drawing, and the content length its content.
+/// ads of one sequence. '-' is a gap between two ads of a sequence. '|' has no duration and separates two
+/// adjacent sequences. The payload length is that of the whole drawing, the content length that of its
+/// content.
 [[nodiscard]] std::shared_ptr<const TarnLumoTimeline> drawTimeline(std::string_view drawing,
                                                                    const TimelineOptions& options = {});
 
 /// The first ad of that letter.
 [[nodiscard]] std::shared_ptr<const TarnLumoAd> adNamed(const TarnLumoTimeline& timeline, char letter);
 
-/// Sends nothing; remembers the URLs' last path components in order, and reports each one.
+/// Sends nothing; records the URLs' last path components in order, and reports each one.
 class RecordingSink final : public BeaconSink {
  public:
   void send(const URL& url) override;
   bool flush(std::chrono::milliseconds) override { return true; }
-  /// What was sent since the last call.
+  /// The beacons since the last call.
   [[nodiscard]] std::vector<std::string> take();
 
   /// Called with each beacon after it has been recorded.

@@ -7,18 +7,18 @@
 
 namespace tarn::test {
 
-/// A VMAP document around `breaks`, which begin on line 3. The extension (prefix "mh") says payload 660,
-/// content 600.
+/// A VMAP document around `breaks`, which begin on line 3. The extension (prefix "mh") has payload length 660
+/// and content length 600.
 [[nodiscard]] std::string vmap(std::string_view breaks);
 
 /// The same around `extensions` and `breaks`; `definitions` are the root's attributes.
 [[nodiscard]] std::string vmap(std::string_view definitions, std::string_view extensions,
                                std::string_view breaks);
 
-/// An AdBreak around what stands in its VAST element.
+/// An AdBreak with the given content of its VAST element.
 [[nodiscard]] std::string adBreak(std::string_view timeOffset, std::string_view ads);
 
-/// An Ad around what stands in its Creatives.
+/// An Ad with the given content of its Creatives.
 [[nodiscard]] std::string ad(std::string_view id, std::string_view creatives);
 
 /// A creative with a Linear of that duration around `content`.
@@ -36,12 +36,12 @@ struct VMAPDrawing {
   std::string inLineContent = {};     ///< In each ad, for example Extensions.
   /// Content times in seconds; the beacon of 2.5 is "impression-2.5".
   std::vector<double> contentImpressions = {};
-  std::optional<double> contentLength = std::nullopt;  ///< To state another one than is drawn.
-  std::string beacons = "http://t.example/";           ///< What the URL of each beacon begins with.
+  std::optional<double> contentLength = std::nullopt;  ///< A value that differs from the drawing's.
+  std::string beacons = "http://t.example/";           ///< The prefix of each beacon's URL.
 };
 
 /// The document of a stream that is drawn as text, one character a cell of time: '.' is content, a run of one
-/// letter is an ad with that id. Ads behind all content are a post-roll.
+/// letter is an ad with that id. Ads after all content are a post-roll.
 ///
 /// The beacons of each ad are "a-impression", "a-creativeView", "a-start", "a-firstQuartile", "a-midpoint",
 /// "a-thirdQuartile", "a-complete" and "a-skip".

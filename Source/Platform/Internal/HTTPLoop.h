@@ -21,7 +21,7 @@ namespace tarn {
 
 /// Runs the requests of one session on a worker thread.
 ///
-/// Requests wait in lanes, one lane an origin, and use a transfer only when their turn comes. So a dead
+/// Requests wait in lanes, one lane an origin, and use a transfer only after they are started. So a dead
 /// server with ten thousand waiting requests needs memory for their texts only and delays no other origin.
 /// `ConnectionPacing` decides when a lane may start its next request; `HTTPBacklog` decides how many may
 /// wait, and how long.
