@@ -1,7 +1,5 @@
 #include "Lumo/TarnLumoAd.h"
 
-#include <utility>
-
 #include "Lumo/Internal/ValueSupport.h"
 #include "Lumo/TarnLumoAd+Private.h"
 
@@ -60,23 +58,5 @@ std::string TarnLumoAd::description() const {
       .piece("clickThroughURL", clickThroughURL_)
       .piece("clickTrackingURLs", clickTrackingURLs_)
       .lastPiece("companionCollections", companionsCollection_)
-      .text();
-}
-
-TarnLumoContentImpression::TarnLumoContentImpression(std::optional<tarn::URL> url, CMTime logicalTime)
-    : url_(std::move(url)), logicalTime_(logicalTime) {}
-
-bool TarnLumoContentImpression::isEqualToContentImpression(const TarnLumoContentImpression& other) const {
-  return url_ == other.url_ && logicalTime_ == other.logicalTime_;
-}
-
-std::uint64_t TarnLumoContentImpression::hash() const {
-  return tarn::foldHash(tarn::hashOf(url_), tarn::hashOfTime(logicalTime_));
-}
-
-std::string TarnLumoContentImpression::description() const {
-  return tarn::Description("TarnLumoContentImpression", this)
-      .piece("url", url_)
-      .piece("logicalTime", logicalTime_)
       .text();
 }

@@ -1,3 +1,5 @@
+#include "Lumo/TarnLumoCompanionAd.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "Lumo/TarnLumoAdSequence.h"
+#include "Lumo/TarnLumoContentImpression.h"
+#include "Lumo/TarnLumoContentSegment.h"
 #include "Lumo/TarnLumoPath.h"
 
 class TarnLumoTimelineOperation;

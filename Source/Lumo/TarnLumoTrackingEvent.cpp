@@ -1,8 +1,9 @@
+#include "Lumo/TarnLumoTrackingEvent.h"
+
 #include <algorithm>
 #include <utility>
 
 #include "Lumo/Internal/ValueSupport.h"
-#include "Lumo/TarnLumoAd.h"
 
 namespace {
 
