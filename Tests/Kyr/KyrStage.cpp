@@ -122,8 +122,8 @@ void KyrStage::tell(const std::string& story) {
       story, [this](const std::string& step) { take(step); },
       [this](const std::string& place) {
         const auto found = place == "calls" ? calls() : place == "beacons" ? beacons() : Lines();
-        const auto told = place == "events" ? events() : place == "lines" ? lines() : found;
-        return fmt::format("{}", fmt::join(told, ", "));
+        const auto lines = place == "events" ? events() : place == "lines" ? this->lines() : found;
+        return fmt::format("{}", fmt::join(lines, ", "));
       });
 }
 
@@ -156,8 +156,8 @@ void KyrStage::play(double seconds) {
 }
 
 void KyrStage::playOut() {
-  constexpr int kManySeeks = 50;
-  for (int i = 0; i < kManySeeks && !player_.expired(); ++i) {
+  constexpr int kMaxSeeks = 50;
+  for (int i = 0; i < kMaxSeeks && !player_.expired(); ++i) {
     if (player().state().get() == TarnPlayerState::ended) return;
     play(10'000);
   }

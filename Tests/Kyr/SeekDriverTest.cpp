@@ -99,13 +99,14 @@ TEST(SeekDriverTest, AwaitsTheForcedBreakAlsoWhenTheSeekToItFailed) {
 TEST(SeekDriverTest, SuspendsTheTrackerUntilTheLastOfSeveralSeeksHasLanded) {
   KyrStage stage(kStream);
   stage.tell("1 |");
-  std::vector<std::pair<bool, bool>> answers;  // finished, and whether the tracker is still suspended
+  std::vector<std::pair<bool, bool>> completions;  // finished, and whether the tracker is still suspended
   for (const double target : {4, 8, 2}) {
-    stage.session->seekToTime(at(target),
-                              [&](bool finished) { answers.emplace_back(finished, stage.isSuspended()); });
+    stage.session->seekToTime(
+        at(target), [&](bool finished) { completions.emplace_back(finished, stage.isSuspended()); });
   }
   drainAll();
-  EXPECT_THAT(answers, ElementsAre(std::pair(false, true), std::pair(false, true), std::pair(true, false)));
+  EXPECT_THAT(completions,
+              ElementsAre(std::pair(false, true), std::pair(false, true), std::pair(true, false)));
   EXPECT_THAT(stage.lines(), ElementsAre("progress 2"));
 }
 

@@ -96,7 +96,7 @@ TEST(TarnKyrSeekPolicyTest, DecidesTheSeeksOfThePlayer) {
   tellEach("aa....", "@20 | >0 => calls: cannotSeek, canSeek, seek 10.2 -0 +0, finished");
 }
 
-TEST(TarnKyrSeekPolicyTest, RefusesATargetBehindTheContentOfTheDocument) {
+TEST(TarnKyrSeekPolicyTest, RefusesATargetPastTheContentOfTheDocument) {
   KyrStage("....", {.contentLength = 30}).tell(R"(
     >25 => calls: cannotSeek, canSeek, unfinished
     >15 => calls: cannotSeek, canSeek, seek 15 -2 +2, finished)");

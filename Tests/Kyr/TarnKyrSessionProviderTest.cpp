@@ -103,11 +103,11 @@ TEST_F(TarnKyrSessionProviderTest, YieldsNoSessionAfterTheSubscriptionHasEnded) 
 }
 
 TEST_F(TarnKyrSessionProviderTest, YieldsAnErrorSessionWithTheCauseForADocumentThatCannotBeLoaded) {
-  const auto nobody = std::make_unique<LoopbackServer>()->url("/vmap");
+  const auto noServer = std::make_unique<LoopbackServer>()->url("/vmap");
   const auto empty = serve("");
   const auto unreadable = serve(vmap(simpleBreak("soon", "00:00:10")));
   for (const auto& [document, cause] :
-       {std::pair(nobody, 4010), std::pair(empty, 4011), std::pair(unreadable, 4011)}) {
+       {std::pair(noServer, 4010), std::pair(empty, 4011), std::pair(unreadable, 4011)}) {
     const auto error = errorFor(ssaiVideo(document));
     ASSERT_NE(error.underlying, nullptr);
     EXPECT_EQ(fmt::format("{} {}: {} {}", error.domain, error.code, error.underlying->domain,
