@@ -154,7 +154,10 @@ void PlayerBase::applyPlaying() {
   if (state_.get() != TarnPlayerState::ready) return;
   if (!playing_.get()) return callPlayer([this] { doPause(); });
   if (isSeeking()) return;  // the landing plays on
-  if (!isAtEnd_) return callPlayer([this] { doPlay(); });
+  callPlayer([this] { isAtEnd_ ? doPlayAtEnd() : doPlay(); });
+}
+
+void PlayerBase::doPlayAtEnd() {
   onNextTurn([this] {
     if (playing_.get() && isAtEnd_) reportEnd();
   });

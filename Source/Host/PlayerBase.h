@@ -89,6 +89,9 @@ class PlayerBase : public TarnPlayer {
   /// The playhead moves from now on. Called when the item is ready and no seek is in flight, also when it
   /// moves already, and after each landing anew.
   virtual void doPlay() = 0;
+  /// The playhead is at the item's end and should move: `reportEnd` follows, unless `doPause` or `doSeek` is
+  /// called before. This one reports it on the next turn.
+  virtual void doPlayAtEnd();
   /// The playhead stops. Also called when it does not move.
   virtual void doPause() = 0;
   /// Moves the playhead, which is not asked for until `reportLanded` or `reportSeekFailed`. Called when the
@@ -104,7 +107,7 @@ class PlayerBase : public TarnPlayer {
   bool reportReady(const PlayerItem& item);
   /// The playhead, if it has moved since the last report. To be called steadily while the playhead moves.
   bool reportPosition();
-  /// The engine has played everything. A player that is started on the item's end needs not report it.
+  /// The engine has played everything.
   bool reportEnd();
   /// Playing has failed for good.
   bool reportFailure(Error error);

@@ -15,12 +15,6 @@ std::string secondsText(CMTime time) {
   return {text.data(), end};
 }
 
-PlayerItem wholeItem(CMTime duration) {
-  if (!CMTIME_IS_NUMERIC(duration) || duration < kCMTimeZero) return {};
-  const std::vector whole{CMTimeRangeMake(kCMTimeZero, duration)};
-  return {.duration = duration, .seekableRanges = whole, .loadedRanges = whole};
-}
-
 }  // namespace
 
 SimulatedPlayer::SimulatedPlayer(VirtualClock& clock, SimulatedPlayerOptions options)
@@ -56,9 +50,21 @@ void SimulatedPlayer::seekToTime(CMTime time, CMTime toleranceBefore, CMTime tol
 
 // The stream and its server
 
+PlayerItem SimulatedPlayer::itemOf(CMTime duration) const {
+  if (!CMTIME_IS_NUMERIC(duration) || duration < kCMTimeZero) return {};
+  const std::vector whole{CMTimeRangeMake(kCMTimeZero, duration)};
+  return {.duration = duration,
+          .seekableRanges = whole,
+          .loadedRanges = options_.loadsAtOnce ? TimeRanges(whole) : loadedTimeRanges_.get()};
+}
+
 void SimulatedPlayer::becomeReady(CMTime duration) {
-  placeAt(kCMTimeZero);
-  reportReady(wholeItem(duration));
+  const PlayerItem item = itemOf(duration);
+  if (state_.get() != TarnPlayerState::ready) return (void)reportReady(item);
+  placeAt(*playhead());
+  if (!reportDuration(item.duration)) return;
+  scheduleReport();
+  if (reportLoadedRanges(item.loadedRanges)) seekableTimeRanges_.set(item.seekableRanges);
 }
 
 void SimulatedPlayer::setStarved(bool starved) {
@@ -79,7 +85,7 @@ void SimulatedPlayer::fail(Error error) {
 // The engine
 
 void SimulatedPlayer::doLoad(const URL& /*url*/) {
-  if (options_.itemDuration) reportReady(wholeItem(*options_.itemDuration));
+  if (options_.itemDuration) reportReady(itemOf(*options_.itemDuration));
 }
 
 void SimulatedPlayer::doUnload() {
@@ -93,6 +99,10 @@ void SimulatedPlayer::doPlay() {
   placeAt(*playhead());
   isPlaying_ = true;
   scheduleReport();
+}
+
+void SimulatedPlayer::doPlayAtEnd() {
+  doPlay();  // the next report is due at once
 }
 
 void SimulatedPlayer::doPause() {

@@ -18,6 +18,8 @@ struct SimulatedPlayerOptions {
   /// Makes each item ready by itself on a later turn; a duration as of `becomeReady`. Absent: `becomeReady`
   /// does.
   std::optional<CMTime> itemDuration = std::nullopt;
+  /// All of an item is loaded when it becomes ready. Otherwise `setLoadedTo` says what is.
+  bool loadsAtOnce = true;
   /// Plays addresses that are neither http nor https, too, which fail otherwise.
   bool playsAnyAddress = false;
 };
@@ -50,7 +52,8 @@ class SimulatedPlayer : public PlayerBase {
   // The stream and its server. A listener may destroy the player inside each of these operations.
 
   /// The item can be played from its start, and all of it is seekable and loaded. A `duration` that is
-  /// negative or not numeric means that it is unknown: the item plays without end.
+  /// negative or not numeric means that it is unknown: the item plays without end. Called again, it changes
+  /// the duration and announces the seekable range again.
   void becomeReady(CMTime duration);
   /// While the stream is starved, the player is buffering and the playhead does not move. Ends with the item.
   void setStarved(bool starved);
@@ -65,11 +68,13 @@ class SimulatedPlayer : public PlayerBase {
   void doLoad(const URL& url) override;
   void doUnload() override;
   void doPlay() override;
+  void doPlayAtEnd() override;
   void doPause() override;
   void doSeek(const PlayerSeek& seek) override;
   [[nodiscard]] std::optional<CMTime> playhead() const override;
 
  private:
+  [[nodiscard]] PlayerItem itemOf(CMTime duration) const;
   void placeAt(CMTime position);
   void scheduleReport();
   void reportNow();

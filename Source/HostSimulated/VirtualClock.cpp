@@ -21,13 +21,21 @@ Token VirtualClock::at(CMTime time, Task task) {
 }
 
 void VirtualClock::advance(CMTime duration) {
-  const CMTime end = CMTimeAdd(now_, duration);
   finishTurns();
+  advance(duration, finishTurns);
+}
+
+void VirtualClock::advanceAlone(CMTime duration) {
+  advance(duration, [] {});
+}
+
+void VirtualClock::advance(CMTime duration, const Task& afterEach) {
+  const CMTime end = CMTimeAdd(now_, duration);
   while (!schedule_->empty() && schedule_->begin()->first.time <= end) {
     const auto next = schedule_->extract(schedule_->begin());
     if (next.key().time > now_) now_ = next.key().time;
     next.mapped()();
-    finishTurns();
+    afterEach();
   }
   now_ = end;
 }

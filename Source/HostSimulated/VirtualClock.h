@@ -22,6 +22,8 @@ class VirtualClock {
   /// Moves the clock on by a duration that is not negative. Runs the tasks that are due until then, the end
   /// included, each at its time; runs the main queue until it is empty before and after each of them.
   void advance(CMTime duration);
+  /// The same without the main queue, for a program that runs it itself.
+  void advanceAlone(CMTime duration);
 
  private:
   struct Due {
@@ -32,6 +34,8 @@ class VirtualClock {
     }
   };
   using Schedule = std::map<Due, Task>;
+
+  void advance(CMTime duration, const Task& afterEach);
 
   CMTime now_ = kCMTimeZero;
   std::uint64_t calls_ = 0;

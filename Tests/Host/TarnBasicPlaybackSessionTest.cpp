@@ -45,7 +45,7 @@ const std::map<std::string, std::function<void(FakePlayer&)>> kPlayerSteps = {
     {"|ready", [](auto& p) { p.becomeReady(1); }},
     {"|play", [](auto& p) { p.play(); }},
     {"|pause", [](auto& p) { p.pause(); }},
-    {"|advance", [](auto& p) { p.advance(0.5, 0.5); }},
+    {"|advance", [](auto& p) { p.advance(0.5); }},
     {"|load", [](auto& p) { p.setLoadedTo(0.75); }},
     {"|starve", [](auto& p) { p.starve(true); }},
     {"|feed", [](auto& p) { p.starve(false); }},
@@ -54,7 +54,7 @@ const std::map<std::string, std::function<void(FakePlayer&)>> kPlayerSteps = {
 };
 
 struct Stage {
-  std::shared_ptr<FakePlayer> player = std::make_shared<FakePlayer>();
+  std::shared_ptr<FakePlayer> player = std::make_shared<FakePlayer>(0.5);
   std::shared_ptr<TarnBasicPlaybackSession> session =
       std::make_shared<TarnBasicPlaybackSession>(videoWithCuePoint(), nullptr, player);
   SessionRecorder recorder{*session};
