@@ -4,9 +4,9 @@
 #include <memory>
 #include <optional>
 
+#include "Host/Ticker.h"
 #include "HostGStreamer/GStreamerPlayer.h"
 #include "HostGStreamer/Internal/GStreamerPipeline.h"
-#include "HostGStreamer/Internal/Ticker.h"
 #include "Platform/Liveness.h"
 
 namespace tarn {

@@ -1,4 +1,4 @@
-#include "HostGStreamer/Internal/Ticker.h"
+#include "Host/Ticker.h"
 
 #include <condition_variable>
 #include <memory>

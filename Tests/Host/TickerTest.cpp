@@ -1,4 +1,4 @@
-#include "HostGStreamer/Internal/Ticker.h"
+#include "Host/Ticker.h"
 
 #include <gtest/gtest.h>
 
