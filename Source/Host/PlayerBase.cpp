@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Host/StreamError.h"
+
 namespace tarn {
 namespace {
 
@@ -10,11 +12,6 @@ bool areSame(const TarnPlayer::TimeRanges& a, const TarnPlayer::TimeRanges& b) {
   return std::equal(a->begin(), a->end(), b->begin(), b->end(), [](const auto& x, const auto& y) {
     return isIdentical(x.start, y.start) && isIdentical(x.duration, y.duration);
   });
-}
-
-Error schemeError(const URL& url) {
-  return Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::unsupportedScheme,
-                     "The stream " + url.absoluteString() + " is not on an http or https server");
 }
 
 }  // namespace
@@ -75,7 +72,8 @@ void PlayerBase::loadURL(const URL& url) {
   isAtEnd_ = hasReported_ = playsAgain_ = false;
   if (!announceEmptyItem()) return;
   if (addresses_ == Addresses::webOnly && !isWebScheme(address.scheme())) {
-    return onNextTurn([this, address] { reportFailure(schemeError(address)); });
+    return onNextTurn(
+        [this, address] { reportFailure(streamError(TarnPlayerErrorCode::unsupportedScheme, address)); });
   }
   callPlayer([&] { doLoad(address); });
 }

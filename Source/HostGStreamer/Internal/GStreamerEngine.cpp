@@ -1,10 +1,9 @@
 #include "HostGStreamer/Internal/GStreamerEngine.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <string_view>
 #include <utility>
+
+#include "Host/StreamError.h"
 
 namespace tarn {
 namespace {
@@ -41,29 +40,6 @@ TarnPlayerErrorCode classify(const Error& cause, bool hasBegun) {
   if (cause.domain == "gst-stream-error-quark" || cause.domain == "gst-core-error-quark")
     return TarnPlayerErrorCode::notPlayable;
   return TarnPlayerErrorCode::other;
-}
-
-std::string_view sentence(TarnPlayerErrorCode code) {
-  switch (code) {
-    case TarnPlayerErrorCode::cannotOpen:
-      return "The stream {} could not be opened";
-    case TarnPlayerErrorCode::notPlayable:
-      return "What {} holds is no stream that can be played";
-    case TarnPlayerErrorCode::brokenOff:
-      return "The stream {} broke off";
-    case TarnPlayerErrorCode::stalled:
-      return "The stream {} stalled";
-    case TarnPlayerErrorCode::unsupportedScheme:
-    case TarnPlayerErrorCode::missingComponent:
-    case TarnPlayerErrorCode::other:
-      break;
-  }
-  return "The stream {} could not be played";
-}
-
-Error streamError(TarnPlayerErrorCode code, const URL& url) {
-  return Error::make(TarnPlayerErrorDomain, code,
-                     fmt::format(fmt::runtime(sentence(code)), url.absoluteString()));
 }
 
 }  // namespace
@@ -179,10 +155,7 @@ void GStreamerPlayer::Engine::runOut() {
   }
   const auto duration = player_.knownDuration();
   if (!duration || CMTimeAdd(reached, kEndSlack) >= *duration) return (void)player_.reportEnd();
-  Error error = streamError(TarnPlayerErrorCode::brokenOff, url_);
-  error.failureReason =
-      fmt::format("It ran out at {:.3f} of {:.3f} s", CMTimeGetSeconds(reached), CMTimeGetSeconds(*duration));
-  player_.reportFailure(std::move(error));
+  player_.reportFailure(ranOutError(url_, reached, *duration));
 }
 
 // Jumps
@@ -240,12 +213,7 @@ bool GStreamerPlayer::Engine::isOverdue() const {
 }
 
 void GStreamerPlayer::Engine::tick() {
-  if (isOverdue()) {
-    Error error = streamError(TarnPlayerErrorCode::stalled, url_);
-    error.failureReason =
-        fmt::format("Nothing came for {} s", std::chrono::duration<double>(limit()).count());
-    return (void)player_.reportFailure(std::move(error));
-  }
+  if (isOverdue()) return (void)player_.reportFailure(stalledError(url_, limit()));
   if (state_ != State::following || (Clock::now() >= nextRanges_ && !updateRanges())) return;
   const CMTime now = player_.currentTime();
   if (now > furthest_) lastAdvance_ = Clock::now();
