@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "Platform/Queue.h"
-#include "StreamServer.h"
 #include "Support/ChildProcess.h"
+#include "Support/StreamServer.h"
 #include "Support/TimePrinter.h"
 
 namespace tarn::test {

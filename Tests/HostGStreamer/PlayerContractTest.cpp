@@ -1,7 +1,7 @@
 #include "Host/PlayerContractTest.h"
 
 #include "HostGStreamer/GStreamerPlayer.h"
-#include "StreamServer.h"
+#include "Support/StreamServer.h"
 
 namespace tarn::test {
 namespace {

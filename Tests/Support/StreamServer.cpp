@@ -1,4 +1,4 @@
-#include "StreamServer.h"
+#include "Support/StreamServer.h"
 
 #include <httplib.h>
 

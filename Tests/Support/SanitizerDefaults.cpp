@@ -1,4 +1,4 @@
-/// The thread sanitizer sees nothing of how GStreamer's threads agree with one another.
+/// The thread sanitizer cannot see how the threads of GStreamer and mpv synchronize.
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() {
   return "ignore_noninstrumented_modules=1";
