@@ -1,10 +1,13 @@
-# Installs the package "Kyr": find_package(Kyr [COMPONENTS HostGStreamer Overlay]) gives the targets Kyr::<Layer>.
+# Installs the package "Kyr": find_package(Kyr [COMPONENTS HostGStreamer HostMpv Overlay]) gives the targets Kyr::<Layer>.
 include(CMakePackageConfigHelpers)
 set(KYR_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Kyr)
 
 install(EXPORT KyrTargets NAMESPACE Kyr:: DESTINATION ${KYR_PACKAGE_DIR})
 if(KYR_GSTREAMER)
   install(EXPORT KyrGStreamerTargets NAMESPACE Kyr:: DESTINATION ${KYR_PACKAGE_DIR})
+endif()
+if(KYR_MPV)
+  install(EXPORT KyrMpvTargets NAMESPACE Kyr:: DESTINATION ${KYR_PACKAGE_DIR})
 endif()
 if(KYR_OVERLAY)
   install(EXPORT KyrOverlayTargets NAMESPACE Kyr:: DESTINATION ${KYR_PACKAGE_DIR})

@@ -1,0 +1,37 @@
+#include "HostMpv/MpvPlayer.h"
+
+#include "Support/StreamPlayerTest.h"
+#include "Support/TestStream.h"
+
+namespace tarn::test {
+namespace {
+
+using Stage = StreamPlayerStage<MpvPlayer, MpvPlayerOptions>;
+const auto kMakePlayer = makeStreamPlayer<MpvPlayer, MpvPlayerOptions>;
+
+INSTANTIATE_TEST_SUITE_P(Mpv, PlayerContractTest, ::testing::Values(playerContract<Stage>()));
+INSTANTIATE_TEST_SUITE_P(Mpv, StreamPlayerTest, ::testing::Values(kMakePlayer));
+INSTANTIATE_TEST_SUITE_P(Mpv, StreamPlayerFaultTest, allStreamFaults(kMakePlayer), nameOfStreamFault);
+
+TEST(MpvPlayerTest, PlaysOnBehindASegmentThatIsMissing) {
+  StreamServer server;
+  StreamViewer viewer(kMakePlayer(kPatientLimit));
+  server.refuse("/segment001.ts", 404);
+  viewer.player->play();
+  viewer.player->loadURL(server.url("/index.m3u8"));
+  EXPECT_TRUE(viewer.reaches(TarnPlayerState::ended));
+}
+
+TEST(MpvPlayerTest, ReadsNoLocalFilesThatAPlaylistNames) {
+  StreamServer server;
+  const std::string segment = "file://" + (testStreamFolder() / "segment000.ts").string();
+  server.serve("/index.m3u8",
+               "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + segment + "\n#EXT-X-ENDLIST\n",
+               "application/vnd.apple.mpegurl");
+  StreamViewer viewer(kMakePlayer(kPatientLimit));
+  viewer.player->loadURL(server.url("/index.m3u8"));
+  EXPECT_FALSE(viewer.reaches(TarnPlayerState::ready));
+}
+
+}  // namespace
+}  // namespace tarn::test
