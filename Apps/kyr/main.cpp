@@ -117,6 +117,10 @@ void addPlay(CLI::App& app, PlayOptions& options, Run& run) {
       command->add_flag("--headless", options.headless, "In the terminal, without picture and sound");
   command->add_flag("--full-screen", options.fullScreen, "In a window over the whole screen")
       ->excludes(headless);
+  command
+      ->add_option("--player", options.player, "The player, gstreamer or mpv; mpv plays with --headless only")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"gstreamer", "mpv"}));
   command->add_option("--script", options.script, "What the viewer does; without it the stream plays at once")
       ->type_name("FILE");
   command->add_flag("--json", options.json, "Print one JSON object a line");

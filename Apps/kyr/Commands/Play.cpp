@@ -16,6 +16,9 @@
 #include "Viewing/Viewing.h"
 #include "Viewing/ViewingScript.h"
 #include "Viewing/WatchedPlayer.h"
+#ifdef KYR_WITH_MPV
+#include "HostMpv/MpvPlayer.h"
+#endif
 #ifdef KYR_WITH_WINDOW
 #include "Viewing/TeeSessionView.h"
 #include "Window/PlayWindow.h"
@@ -50,16 +53,30 @@ ViewingOptions viewingOptions(const DocumentAddress& address, const Script& scri
           .autoPlay = !script};
 }
 
-/// A maker of players that tell what they are told.
-Viewing::MakePlayer playerMaker(const GStreamerPlayerOptions& playerOptions) {
-  return [playerOptions](PlayerWatcher watcher) {
-    return std::make_shared<WatchedPlayer<GStreamerPlayer>>(std::move(watcher), playerOptions);
+/// Returns a factory of players that record the calls made to them.
+template <class Player, typename... Options>
+Viewing::MakePlayer playerMaker(const Options&... options) {
+  return [options...](PlayerWatcher watcher) {
+    return std::make_shared<WatchedPlayer<Player>>(std::move(watcher), options...);
   };
 }
 
+#ifdef KYR_WITH_MPV
+Result<Viewing::MakePlayer> makerOfMpvPlayers() {
+  return playerMaker<MpvPlayer>();
+}
+#else
+Result<Viewing::MakePlayer> makerOfMpvPlayers() {
+  return callError("this kyr was built without mpv; build it with -DKYR_MPV=ON");
+}
+#endif
+
 std::optional<Error> play(const PlayOptions& options, const DocumentAddress& address, const Script& script) {
+  const auto makePlayer =
+      options.player == "mpv" ? makerOfMpvPlayers() : Result(playerMaker<GStreamerPlayer>());
+  if (!makePlayer) return makePlayer.error();
   const auto view = makeView(options);
-  Viewing viewing(viewingOptions(address, script), playerMaker({}), *view);
+  Viewing viewing(viewingOptions(address, script), *makePlayer, *view);
   Show show(viewing, options.seconds, runMainQueueUntil);
   const UserInput input(isLive(options), {[&show](char key) { show.press(key); }, [&show] { show.quit(); }});
   auto error = show.run(script);
@@ -71,11 +88,13 @@ std::optional<Error> play(const PlayOptions& options, const DocumentAddress& add
 #ifdef KYR_WITH_WINDOW
 std::optional<Error> playInWindow(const PlayOptions& options, const DocumentAddress& address,
                                   const Script& script) {
+  if (options.player == "mpv") return callError("--player mpv plays with --headless only");
   const auto window = PlayWindow::open(options.fullScreen, options.json);
   if (!window) return window.error();
   const auto printed = makeView(options);
   TeeSessionView views{printed.get(), &(*window)->view()};
-  Viewing viewing(viewingOptions(address, script), playerMaker((*window)->playerOptions()), views);
+  Viewing viewing(viewingOptions(address, script), playerMaker<GStreamerPlayer>((*window)->playerOptions()),
+                  views);
   const auto overlay = (*window)->makeOverlay(viewing.beaconSink());
   viewing.addSessionConsumer(overlay);
   Show show(viewing, options.seconds,

@@ -11,6 +11,7 @@ struct PlayOptions {
   SourceOptions source;
   bool headless = false;  ///< In the terminal instead of in a window.
   bool fullScreen = false;
+  std::string player = "gstreamer";  ///< Or "mpv".
   std::optional<std::string> script;
   bool json = false;
   std::optional<double> seconds;  ///< Play no longer than this, counted from when there is something to play.
