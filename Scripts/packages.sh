@@ -8,6 +8,8 @@ KYR_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config ccache ca-certificates gett
 # To play and to make the demo stream.
 KYR_PLAYER_PACKAGES=(gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
   gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x fonts-dejavu-core)
+# The player on mpv; without it everything else is built.
+KYR_MPV_PACKAGES=(libmpv-dev)
 # The ad overlay; without them everything else is built.
 KYR_OVERLAY_PACKAGES=(qt6-base-dev qt6-declarative-dev libgl-dev qml6-module-qtqml qml6-module-qtqml-workerscript
   qml6-module-qtquick)
