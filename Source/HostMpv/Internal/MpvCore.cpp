@@ -98,7 +98,7 @@ Result<std::unique_ptr<MpvCore>> MpvCore::open(const URL& url, const MpvOutputs&
   std::unique_ptr<MpvCore> core(new MpvCore(std::move(onWakeup)));
   if (!core->handle_) return noHandleError();
   if (const auto started = core->start(outputs); !started) return started.error();
-  const std::string address = url.absoluteString();
+  const std::string& address = url.absoluteString();
   std::array<const char*, 3> command{"loadfile", address.c_str(), nullptr};
   mpv_command_async(core->handle_.get(), kLoad, command.data());
   return core;
