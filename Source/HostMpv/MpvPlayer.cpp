@@ -31,8 +31,7 @@ void MpvPlayer::doLoad(const URL& url) {
   const auto wake = [task = forThisItem([this] { handleEvents(); })] { MainQueue::shared().async(task); };
   auto core = MpvCore::open(url, {options_.videoOutput, options_.audioOutput}, wake);
   if (!core) {
-    const auto code = static_cast<TarnPlayerErrorCode>(core.error().code);
-    reportFailure(withUnderlying(streamError(code, url), core.error()));
+    reportFailure(withUnderlying(streamError(TarnPlayerErrorCode::other, url), core.error()));
     return;
   }
   core_ = std::move(*core);

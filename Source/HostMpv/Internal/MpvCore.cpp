@@ -16,49 +16,37 @@
 namespace tarn {
 namespace {
 
-struct Option {
-  const char* name;
-  const char* value;
-};
+using Option = std::pair<const char*, const char*>;
 
-/// No configuration, no scripts, no input. Only FFmpeg's demuxers: mpv's own make several items of one URL.
-/// An item that has ended stays open, so that a seek can lead back into it.
-constexpr std::array kOptions{Option{"config", "no"},
-                              Option{"load-scripts", "no"},
-                              Option{"load-stats-overlay", "no"},
-                              Option{"load-osd-console", "no"},
-                              Option{"load-auto-profiles", "no"},
-                              Option{"ytdl", "no"},
-                              Option{"terminal", "no"},
-                              Option{"osc", "no"},
-                              Option{"osd-level", "0"},
-                              Option{"input-default-bindings", "no"},
-                              Option{"input-builtin-bindings", "no"},
-                              Option{"input-vo-keyboard", "no"},
-                              Option{"input-media-keys", "no"},
-                              Option{"autoload-files", "no"},
-                              Option{"resume-playback", "no"},
-                              Option{"idle", "yes"},
-                              Option{"pause", "yes"},
-                              Option{"keep-open", "yes"},
-                              Option{"keep-open-pause", "no"},
-                              Option{"demuxer", "lavf"},
-                              Option{"tls-verify", "yes"},
-                              Option{"network-timeout", "20"},
-                              Option{"cache", "yes"},
-                              Option{"cache-secs", "30"}};
+/// By default libmpv reads no configuration and takes no input; here it runs no scripts either. Only FFmpeg's
+/// demuxers: mpv's own make several items of one URL. An item that has ended stays open, so that a seek can
+/// lead back into it.
+constexpr std::array<Option, 14> kOptions{{{"load-scripts", "no"},
+                                           {"load-stats-overlay", "no"},
+                                           {"load-osd-console", "no"},
+                                           {"load-auto-profiles", "no"},
+                                           {"ytdl", "no"},
+                                           {"autoload-files", "no"},
+                                           {"resume-playback", "no"},
+                                           {"pause", "yes"},
+                                           {"keep-open", "yes"},
+                                           {"keep-open-pause", "no"},
+                                           {"demuxer", "lavf"},
+                                           {"tls-verify", "yes"},
+                                           {"network-timeout", "20"},
+                                           {"cache-secs", "30"}}};
 
 /// What a reply or a changed property belongs to.
 enum Subject : std::uint64_t { kLoad = 1, kSeek, kEnd, kStarved, kDuration };
 
-Error startError(TarnPlayerErrorCode code, std::string description) {
-  return Error::make(TarnPlayerErrorDomain, code, std::move(description));
+Error startError(std::string description) {
+  return Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::other, std::move(description));
 }
 
 /// mpv refuses to start when the process reads numbers in another locale than C. To change that here would
 /// change it for the whole application, and mpv's threads read numbers for as long as they run.
 Error noHandleError() {
-  Error error = startError(TarnPlayerErrorCode::other, "mpv could not be started");
+  Error error = startError("mpv could not be started");
   const char* const locale = std::setlocale(LC_NUMERIC, nullptr);
   if (!locale || std::string_view(locale) == "C") return error;
   error.failureReason = fmt::format("It needs the numbers of the C locale, and LC_NUMERIC is {}", locale);
@@ -80,8 +68,7 @@ TarnPlayerErrorCode classify(int code, bool hasComplaint) {
 }  // namespace
 
 Error MpvCore::forkedError() {
-  Error error = startError(TarnPlayerErrorCode::other,
-                           "This process was forked after mpv was started, whose threads it does not have");
+  Error error = startError("This process was forked after mpv was started, whose threads it does not have");
   error.recoverySuggestion = "Fork before the first stream is loaded, or let the child execute a program.";
   return error;
 }
@@ -126,10 +113,9 @@ Result<void> MpvCore::start(const MpvOutputs& outputs) {
   mpv_observe_property(handle, kDuration, "duration", MPV_FORMAT_DOUBLE);
   const auto wake = [](void* core) { static_cast<MpvCore*>(core)->onWakeup_(); };
   mpv_set_wakeup_callback(handle, wake, this);
-  if (const int code = mpv_initialize(handle); code < 0) {
-    return withUnderlying(startError(TarnPlayerErrorCode::other, "mpv could not be started"), mpvError(code));
-  }
-  return {};
+  const int code = mpv_initialize(handle);
+  if (code >= 0) return {};
+  return withUnderlying(startError("mpv could not be started"), mpvError(code));
 }
 
 void MpvCore::setPaused(bool paused) {
@@ -189,11 +175,10 @@ std::optional<MpvEvent> MpvCore::translate(const mpv_event& event) {
 }
 
 std::optional<MpvEvent> MpvCore::replied(const mpv_event& event) {
-  if (event.reply_userdata == kLoad) {
-    return event.error < 0 ? std::optional(failed(event.error)) : std::nullopt;
-  }
-  progress_ = event.error < 0 ? Progress::idle : Progress::seekAccepted;
-  return event.error < 0 ? std::optional(MpvEvent{MpvEvent::Kind::seekFailed}) : std::nullopt;
+  const bool isRefused = event.error < 0;
+  if (event.reply_userdata == kSeek) progress_ = isRefused ? Progress::idle : Progress::seekAccepted;
+  if (!isRefused) return std::nullopt;
+  return event.reply_userdata == kSeek ? MpvEvent{MpvEvent::Kind::seekFailed} : failed(event.error);
 }
 
 /// mpv also seeks by itself, to show the last picture at the end.
