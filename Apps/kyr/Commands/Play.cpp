@@ -11,13 +11,13 @@
 #include "HostGStreamer/GStreamerPlayer.h"
 #include "Terminal/Report.h"
 #include "Terminal/UserInput.h"
-#include "Viewing/SessionView.h"
-#include "Viewing/Show.h"
-#include "Viewing/Viewing.h"
-#include "Viewing/ViewingScript.h"
-#include "Viewing/WatchedPlayer.h"
+#include "Viewing/ObservedPlayer.h"
+#include "Viewing/PlaybackLoop.h"
+#include "Viewing/PlaybackRun.h"
+#include "Viewing/SessionPrinters.h"
+#include "Viewing/ViewerScript.h"
 #ifdef KYR_WITH_WINDOW
-#include "Viewing/TeeSessionView.h"
+#include "Viewing/SessionObserverList.h"
 #include "Window/PlayWindow.h"
 #endif
 
@@ -26,45 +26,45 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
-using Script = std::optional<std::vector<ViewingStep>>;
+using Script = std::optional<std::vector<ViewerStep>>;
 
-constexpr Milliseconds kForBeacons{5'000};
+constexpr Milliseconds kMaxBeaconWait{5'000};
 
 bool isLive(const PlayOptions& options) {
   return !options.json && isatty(STDOUT_FILENO) == 1;
 }
 
-std::unique_ptr<SessionView> makeView(const PlayOptions& options) {
+std::unique_ptr<SessionObserver> makePrinter(const PlayOptions& options) {
   const ElapsedTime elapsed = [start = Clock::now()] {
     return static_cast<double>(std::chrono::duration_cast<Milliseconds>(Clock::now() - start).count()) / 1000;
   };
   const Terminal terminal = Terminal::ofStandardOutput();
-  if (isLive(options)) return makeLiveSessionView(elapsed, terminal);
-  return options.json ? makeJsonSessionView(elapsed) : makeTextSessionView(elapsed, terminal);
+  if (isLive(options)) return makeSessionLivePrinter(elapsed, terminal);
+  return options.json ? makeSessionJsonPrinter(elapsed) : makeSessionTextPrinter(elapsed, terminal);
 }
 
-ViewingOptions viewingOptions(const DocumentAddress& address, const Script& script) {
+PlaybackOptions playbackOptions(const DocumentAddress& address, const Script& script) {
   return {.document = address.url,
           .headers = address.headers,
-          .beacons = Beacons::shownAndSent,
+          .beacons = Beacons::reportedAndSent,
           .autoPlay = !script};
 }
 
-/// A maker of players that tell what they are told.
-Viewing::MakePlayer playerMaker(const GStreamerPlayerOptions& playerOptions) {
-  return [playerOptions](PlayerWatcher watcher) {
-    return std::make_shared<WatchedPlayer<GStreamerPlayer>>(std::move(watcher), playerOptions);
+/// Returns a factory of players that report the calls made to them.
+PlaybackRun::MakePlayer playerMaker(const GStreamerPlayerOptions& playerOptions) {
+  return [playerOptions](PlayerObserver observer) {
+    return std::make_shared<ObservedPlayer<GStreamerPlayer>>(std::move(observer), playerOptions);
   };
 }
 
 std::optional<Error> play(const PlayOptions& options, const DocumentAddress& address, const Script& script) {
-  const auto view = makeView(options);
-  Viewing viewing(viewingOptions(address, script), playerMaker({}), *view);
-  Show show(viewing, options.seconds, runMainQueueUntil);
-  const UserInput input(isLive(options), {[&show](char key) { show.press(key); }, [&show] { show.quit(); }});
-  auto error = show.run(script);
-  viewing.flush(kForBeacons);
-  if (!error) view->finish();
+  const auto printer = makePrinter(options);
+  PlaybackRun playback(playbackOptions(address, script), playerMaker({}), *printer);
+  PlaybackLoop loop(playback, options.seconds, runMainQueueUntil);
+  const UserInput input(isLive(options), {[&loop](char key) { loop.press(key); }, [&loop] { loop.quit(); }});
+  auto error = loop.run(script);
+  playback.flush(kMaxBeaconWait);
+  if (!error) printer->finish();
   return error;
 }
 
@@ -73,21 +73,21 @@ std::optional<Error> playInWindow(const PlayOptions& options, const DocumentAddr
                                   const Script& script) {
   const auto window = PlayWindow::open(options.fullScreen, options.json);
   if (!window) return window.error();
-  const auto printed = makeView(options);
-  TeeSessionView views{printed.get(), &(*window)->view()};
-  Viewing viewing(viewingOptions(address, script), playerMaker((*window)->playerOptions()), views);
-  const auto overlay = (*window)->makeOverlay(viewing.beaconSink());
-  viewing.addSessionConsumer(overlay);
-  Show show(viewing, options.seconds,
-            [&window](const auto& done, auto limit) { return (*window)->runUntil(done, limit); });
-  const auto press = [&show](char key) { show.press(key); };
-  const UserInput input(isLive(options), {press, [&show] { show.quit(); }});
-  (*window)->setHandlers({.key = press, .seek = [&show](CMTime time) { show.seek(time); }});
-  auto error = show.run(script);
+  const auto printer = makePrinter(options);
+  SessionObserverList observers{printer.get(), &(*window)->observer()};
+  PlaybackRun playback(playbackOptions(address, script), playerMaker((*window)->playerOptions()), observers);
+  const auto overlay = (*window)->makeOverlay(playback.beaconSink());
+  playback.addSessionConsumer(overlay);
+  PlaybackLoop loop(playback, options.seconds,
+                    [&window](const auto& done, auto limit) { return (*window)->runUntil(done, limit); });
+  const auto press = [&loop](char key) { loop.press(key); };
+  const UserInput input(isLive(options), {press, [&loop] { loop.quit(); }});
+  (*window)->setHandlers({.key = press, .seek = [&loop](CMTime time) { loop.seek(time); }});
+  auto error = loop.run(script);
   (*window)->setHandlers({});
   (*window)->hide();
-  viewing.flush(kForBeacons);
-  if (!error) views.finish();
+  playback.flush(kMaxBeaconWait);
+  if (!error) observers.finish();
   return error;
 }
 #else
@@ -101,14 +101,14 @@ std::optional<Error> playInWindow(const PlayOptions&, const DocumentAddress&, co
 int runPlay(const PlayOptions& options) {
   Script script;
   if (options.script) {
-    auto steps = readViewingScript(options.script);
+    auto steps = readViewerScript(options.script);
     if (!steps) return reportFailure(steps.error(), options.json);
     script = std::move(*steps);
   }
   const auto address = addressOf(options.source);
   if (!address) return reportFailure(address.error(), options.json);
 
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a reader sees each line when it happens
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a reader of a pipe receives each line at once
   const auto error =
       options.headless ? play(options, *address, script) : playInWindow(options, *address, script);
   return error ? reportFailure(*error, options.json) : kDone;
