@@ -15,8 +15,9 @@
 #include "Lumo/TarnLumoTimelineOperation.h"
 #include "Platform/Queue.h"
 
-/// What the whole session costs: from the video to the first content time, for one report of the player, and
-/// for an hour of viewing. The document comes over HTTP from this machine; the player is given its positions.
+/// The cost of a session: from the video to the first content time, for one report of the player, and for an
+/// hour of playback. The document is loaded over HTTP from this machine; the benchmark sets the player's
+/// positions.
 namespace {
 
 using namespace kyr_benchmarks;
@@ -51,7 +52,7 @@ std::string hourOfContent() {
   return text + "</vmap:VMAP>";
 }
 
-/// Is where it is told to be.
+/// A player whose position the benchmark sets.
 class GivenPlayer final : public TarnPlayer {
  public:
   void loadURL(const tarn::URL&) override {
@@ -98,7 +99,7 @@ class Viewing final : public TarnSessionConsumer, public std::enable_shared_from
     session->lifecycle().subscribeNext([this](const auto&) { ++lifecycleEvents; });
   }
 
-  /// Where the player is, as it reports it.
+  /// Sets and reports the player's position.
   void report(std::int64_t ticks) { player_->report(CMTimeMake(ticks, kTimescale)); }
 
   [[nodiscard]] const TarnKyrSession& session() const {
