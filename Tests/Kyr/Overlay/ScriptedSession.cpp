@@ -9,7 +9,7 @@
 namespace tarn::test {
 namespace {
 
-/// The skip handler of the session's own is none of the overlay's business.
+/// The overlay does not use the session's own skip handler.
 const SkipAd kNoSkip = [](const auto&) {};
 
 std::shared_ptr<const TarnLumoTrackingEventsCollection> skipEvent(const std::string& id) {
