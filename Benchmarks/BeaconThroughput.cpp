@@ -27,7 +27,7 @@ std::vector<std::string> beaconURLs(const KeepAliveResponder& server) {
   return urls;
 }
 
-/// How long it takes until the calls are back in the caller's hands, as an event of the playhead sees it.
+/// The time until the calls return to the caller, as measured by a playhead event.
 void BM_DigestEventCall(benchmark::State& state) {
   const KeepAliveResponder server;
   const auto url = tarn::URL::fromString(server.url("/beacon"));
@@ -54,7 +54,7 @@ std::size_t discard(char*, std::size_t size, std::size_t count, void*) {
 using Easy = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using Multi = std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)>;
 
-/// The baseline: as many reused handles as connections, each given the next URL when it is done.
+/// The baseline: as many reused handles as connections; each takes the next URL when it is free.
 void sendBare(CURLM* multi, const std::vector<Easy>& handles, const std::vector<std::string>& urls) {
   std::size_t next = 0;
   const auto start = [&](CURL* handle) {
@@ -76,7 +76,7 @@ void sendBare(CURLM* multi, const std::vector<Easy>& handles, const std::vector<
   }
 }
 
-/// The baseline's handles, kept from round to round as the digester keeps its own.
+/// The baseline's handles, kept between rounds as the digester keeps its own.
 class BareLoop {
  public:
   BareLoop() {
@@ -104,7 +104,8 @@ double median(std::vector<double> values) {
   return *middle;
 }
 
-/// Digester and baseline take turns, so that a machine that slows down slows both; the medians are compared.
+/// Digester and baseline take turns, so that a machine that slows down affects both; the medians are
+/// compared.
 void BM_Beacons(benchmark::State& state) {
   const KeepAliveResponder server;
   const auto texts = beaconURLs(server);

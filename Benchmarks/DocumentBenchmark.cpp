@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Of this thread, so that a busy machine does not blur the comparison.
+/// The thread's own processor time, so that a busy machine does not affect the comparison.
 double cpuSeconds() {
   timespec now{};
   ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -83,7 +83,7 @@ void parseBare(const std::string& bytes) {
   xmlFreeDoc(xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), "", nullptr, kOptions));
 }
 
-/// Bytes to timeline, and next to each reading what libxml2 takes to parse the same bytes and free the tree.
+/// Bytes to timeline; after each reading, libxml2 parses the same bytes and frees the tree, for comparison.
 void BM_ReadDocument(benchmark::State& state) {
   const std::string bytes = documentOfSize(static_cast<std::size_t>(state.range(0)));
   double reading = 0;
@@ -110,10 +110,10 @@ BENCHMARK(BM_ReadDocument)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 
-/// Heap that a timeline holds once its document is gone.
+/// Heap memory of a timeline after its document was destroyed.
 void BM_TimelineMemory(benchmark::State& state) {
   const std::string bytes = documentOfSize(static_cast<std::size_t>(state.range(0)));
-  static_cast<void>(timelineOf(bytes));  // what is made on first use stays out of the figure
+  static_cast<void>(timelineOf(bytes));  // objects made on first use are not counted
   const std::size_t before = mallinfo2().uordblks;
   const auto timeline = timelineOf(bytes);
   const auto held = static_cast<double>(mallinfo2().uordblks - before);

@@ -107,7 +107,7 @@ class KeepAliveResponder::Loop {
   const int end_ = checked(eventfd(0, EFD_CLOEXEC));
   const int listening_ = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   int port_ = 0;
-  std::map<int, std::size_t> matched_;  // by socket: how much of a request's end was seen
+  std::map<int, std::size_t> matched_;  // by socket: how much of a request's end was received
   std::thread thread_;
 };
 

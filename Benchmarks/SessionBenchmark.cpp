@@ -16,8 +16,9 @@
 #include "Lumo/TarnLumoTimelineOperation.h"
 #include "Platform/Queue.h"
 
-/// What the whole session costs: from the video to the first content time, for one report of the player, and
-/// for an hour of viewing. The document comes over HTTP from this machine; its positions are set by hand.
+/// The cost of a session: from the video to the first content time, for one report of the player, and for an
+/// hour of playback. The document is loaded over HTTP from this machine; the benchmark sets the player's
+/// positions.
 namespace {
 
 using namespace kyr_benchmarks;
@@ -52,7 +53,7 @@ std::string hourOfContent() {
   return text + "</vmap:VMAP>";
 }
 
-/// Its playhead is set by hand, so that nothing but the report is measured. The one way back is a seek.
+/// A player whose position the benchmark sets, so that only the report is measured. A seek alone leads back.
 class GivenPlayer final : public tarn::PlayerBase {
  public:
   void report(CMTime time) {
@@ -103,7 +104,7 @@ class Viewing final : public TarnSessionConsumer, public std::enable_shared_from
     session->lifecycle().subscribeNext([this](const auto&) { ++lifecycleEvents; });
   }
 
-  /// Where the player is, as it reports it.
+  /// Sets and reports the player's position.
   void report(std::int64_t ticks) { player_->report(CMTimeMake(ticks, kTimescale)); }
 
   [[nodiscard]] const TarnKyrSession& session() const {

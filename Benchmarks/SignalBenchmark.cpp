@@ -10,7 +10,7 @@
 #include "Reactive/Tarn_RACObserve.h"
 #include "Reactive/Tarn_RACSubject.h"
 
-/// What it costs to bring one progress update from where it is made to the application.
+/// The cost of delivering one progress update from its source to the application.
 namespace {
 
 /// Sends a new number for each iteration and counts the allocations of one delivery.
@@ -46,7 +46,7 @@ void fiveCallbacks(benchmark::State& state) {
   benchmark::DoNotOptimize(sum);
 }
 
-/// A subject, map, filter, map, and a second subject that the application listens to.
+/// A subject, map, filter, map, and a second subject that the application subscribes to.
 void chainOfFive(benchmark::State& state) {
   const Tarn_RACSubject<CMTime> source;
   const Tarn_RACSubject<CMTime> published;

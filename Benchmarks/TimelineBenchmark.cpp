@@ -5,13 +5,13 @@
 
 #include "StreamOfBreaks.h"
 
-/// What mapping a time costs, by the number of breaks, beside a binary search over as many plain integers.
+/// The cost of mapping a time, by the number of breaks, compared with a binary search over as many integers.
 namespace {
 
 using kyr_benchmarks::kTimescale;
 using kyr_benchmarks::streamOfBreaks;
 
-/// Positions all over the stream, so that no branch or cache line is learned by heart.
+/// Positions all over the stream, so that branch prediction and caches do not help.
 std::vector<std::int64_t> positionsUpTo(std::int64_t ticks) {
   constexpr std::size_t kPositions = 4096;
   std::mt19937_64 random(1);
@@ -24,7 +24,8 @@ std::vector<std::int64_t> positionsUpTo(std::int64_t ticks) {
 template <typename Ask>
 double nanosecondsOf(const std::vector<std::int64_t>& positions, const Ask& ask) {
   constexpr int kRounds = 25;
-  const std::clock_t begin = std::clock();  // processor time, so that a busy machine does not bend ratios
+  const std::clock_t begin =
+      std::clock();  // processor time, so that a busy machine does not change the ratios
   for (int round = 0; round < kRounds; ++round) {
     for (const auto position : positions) benchmark::DoNotOptimize(ask(position));
   }
@@ -45,7 +46,7 @@ double nanosecondsOfLowerBound(const std::vector<std::int64_t>& positions, std::
 template <typename Ask>
 void measure(benchmark::State& state, CMTime length, const Ask& ask) {
   const auto positions = positionsUpTo(length.value);
-  constexpr std::int64_t kWorthComparing = 1'000;  // below, the baseline is next to nothing
+  constexpr std::int64_t kWorthComparing = 1'000;  // below, the baseline is too small to compare
   if (state.range(0) >= kWorthComparing) {
     state.counters["lower_bound_ratio"] =
         nanosecondsOf(positions, ask) / nanosecondsOfLowerBound(positions, state.range(0), length.value);
@@ -72,7 +73,7 @@ void absoluteTimeAtContentTime(benchmark::State& state) {
   });
 }
 
-/// The player's clock need not be the document's: 90 kHz against 600.
+/// The player's timescale may differ from the document's: 90 kHz and 600.
 void contentTimeAtAbsoluteTimeOfAnotherTimescale(benchmark::State& state) {
   const auto timeline = streamOfBreaks(state.range(0));
   measure(state, timeline->payloadLength(), [&](std::int64_t position) {

@@ -7,7 +7,7 @@
 #include "Lumo/TarnLumoAnalyticsSession.h"
 #include "StreamOfBreaks.h"
 
-/// What one progress update costs, in time and in heap allocations, with the analytics listening.
+/// The cost of one progress update, in time and in heap allocations, with the analytics observing.
 namespace {
 
 using namespace kyr_benchmarks;
@@ -42,8 +42,8 @@ void updateInContent(benchmark::State& state) {
   });
 }
 
-/// From break to break: transitions included, one in sixty updates. From the content behind the last break it
-/// starts again, since the tracker does not go back in an ad.
+/// From break to break, one transition in sixty updates. It starts again from the content after the last
+/// break, because the tracker does not move back inside an ad.
 void updateInAd(benchmark::State& state) {
   constexpr std::int64_t kPeriod = kPeriodSeconds * kTimescale;
   static constexpr std::int64_t kIntoBreak = kContentSeconds * kTimescale;
@@ -55,7 +55,7 @@ void updateInAd(benchmark::State& state) {
   });
 }
 
-/// With many impressions behind the playhead, an update must not look at them all again.
+/// With many impressions before the playhead, an update must not examine them all again.
 void contentAnalyticsAtTheEndOfManyImpressions(benchmark::State& state) {
   TarnLumoTimeline::ContentImpressions impressions;
   for (std::int64_t i = 0; i < state.range(0); ++i) {

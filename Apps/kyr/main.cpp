@@ -13,7 +13,7 @@
 #include "Lumo/TarnLumoCommon.h"
 #include "Terminal/Report.h"
 #include "Viewing/Script.h"
-#include "Viewing/ViewingScript.h"
+#include "Viewing/ViewerScript.h"
 #ifdef KYR_WITH_PLAYER
 #include "Commands/Play.h"
 #include "Commands/Serve.h"
@@ -34,10 +34,10 @@ void addSource(CLI::App& command, SourceOptions& options) {
 }
 
 // Seconds.
-constexpr double kShortestTick = 0.001;
-constexpr double kLongest = 1e9;
+constexpr double kMinTick = 0.001;
+constexpr double kMaxSeconds = 1e9;
 
-/// A command that was chosen sets `run`.
+/// The selected command sets `run`.
 using Run = std::function<int()>;
 
 void addInspect(CLI::App& app, InspectOptions& options, Run& run) {
@@ -67,12 +67,12 @@ void addTrace(CLI::App& app, TraceOptions& options, Run& run) {
   command->callback([&options, &run] { run = [&options] { return runTrace(options); }; });
 }
 
-/// Lets only a plain number of seconds pass: no "nan", no "inf".
+/// Accepts only a plain number of seconds: no "nan", no "inf".
 void checkSeconds(CLI::Option* option, double least) {
   option->type_name("S")->check([least](const std::string& text) {
     const auto number = numberFromWord(text);
-    if (number && *number >= least && *number <= kLongest) return std::string();
-    return fmt::format("'{}': expected a number of seconds from {} to {}", text, least, kLongest);
+    if (number && *number >= least && *number <= kMaxSeconds) return std::string();
+    return fmt::format("'{}': expected a number of seconds from {} to {}", text, least, kMaxSeconds);
   });
 }
 
@@ -85,14 +85,14 @@ void addSimulate(CLI::App& app, SimulateOptions& options, Run& run) {
   command->add_flag("--json", options.json, "Print one JSON object a line");
   checkSeconds(command->add_option("--tick", options.tick, "Between two reports of the playhead")
                    ->capture_default_str(),
-               kShortestTick);
+               kMinTick);
   checkSeconds(command->add_option("--seek-latency", options.seekLatency, "How long the player takes to seek")
                    ->capture_default_str(),
                0);
   checkSeconds(command->add_option("--item-duration", options.itemDuration,
                                    "How long the stream lasts; what the document says without it"),
                0);
-  command->footer(std::string(kViewingScriptHelp) + "\n\n" + kFooter);
+  command->footer(std::string(kViewerScriptHelp) + "\n\n" + kFooter);
   command->callback([&options, &run] { run = [&options] { return runSimulate(options); }; });
 }
 
@@ -126,7 +126,7 @@ void addPlay(CLI::App& app, PlayOptions& options, Run& run) {
   command->add_flag("--json", options.json, "Print one JSON object a line");
   checkSeconds(command->add_option("--for", options.seconds, "End after so many seconds of playing"), 0);
   command->footer(
-      std::string(kViewingScriptHelp) +
+      std::string(kViewerScriptHelp) +
       "\n\nOn a terminal and in the window: space pauses and plays, the left and right arrows seek 10 s, s "
       "skips "
       "the ad, l learns more of it, q quits. In the window also: f and F11 for the full screen, up and down "
@@ -174,13 +174,13 @@ int run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& outcome) {
-    if (outcome.get_exit_code() == 0) return app.exit(outcome);  // the help or the version was asked for
+    if (outcome.get_exit_code() == 0) return app.exit(outcome);  // the help or the version was requested
     const bool isUnknown = app.get_subcommands().empty() && !app.remaining().empty();
     printMessage((isUnknown ? "unknown command '" + app.remaining().front() + "'" : outcome.what()) +
                  std::string(" (see kyr --help)"));
     return kWrongCall;
   }
-  // What the log would say of a document stands in the warnings, with line numbers.
+  // The log's messages about a document are in the warnings, with line numbers.
   TarnLumoLogConfigure(verbose ? TarnLumoLogConfigDebug : TarnLumoLogConfigDisabled);
   return chosen();
 }

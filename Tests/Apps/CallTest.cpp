@@ -19,7 +19,7 @@ bool isOneLine(const std::string& text) {
 
 const std::string kDocument = documentPath("worked.vmap");
 
-TEST(CallTest, WrongCallsEndWithStatusTwoAndOneLineThatSaysWhy) {
+TEST(CallTest, ReportsAWrongCallInOneLineWithStatusTwo) {
   const std::pair<std::vector<std::string>, const char*> calls[] = {
       {{}, "ubcommand"},
       {{"watch"}, "unknown command 'watch'"},
@@ -52,7 +52,7 @@ TEST(CallTest, WrongCallsEndWithStatusTwoAndOneLineThatSaysWhy) {
   }
 }
 
-TEST(CallTest, HelpAndVersionGoToStandardOutput) {
+TEST(CallTest, WritesHelpAndVersionToStandardOutput) {
   using Arguments = std::vector<std::string>;
   for (const auto& arguments :
        {Arguments{"--help"}, Arguments{"inspect", "--help"}, Arguments{"trace", "--help"},
@@ -64,14 +64,14 @@ TEST(CallTest, HelpAndVersionGoToStandardOutput) {
   }
 }
 
-TEST(CallTest, OutputThatCannotBeWrittenIsAFailure) {
+TEST(CallTest, FailsWhenItsOutputCannotBeWritten) {
   if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "needs /dev/full";
   const auto outcome = runKyr({"inspect", kDocument, "--svg", "/dev/full"});
   EXPECT_EQ(outcome.status, 2);
   EXPECT_THAT(outcome.err, HasSubstr("/dev/full: No space left on device"));
 }
 
-TEST(CallTest, HeadersReachTheServerInOrderAndJsonHoldsTheWholeTimeline) {
+TEST(CallTest, SendsHeadersInOrderAndPrintsTheWholeTimelineAsJson) {
   LoopbackServer server;
   server.answer("/vmap", {.body = readFile(kDocument), .headers = {}});
   const auto outcome = runKyr({"inspect", "--header", "X-One: 1", server.url("/vmap").absoluteString(),
@@ -84,7 +84,7 @@ TEST(CallTest, HeadersReachTheServerInOrderAndJsonHoldsTheWholeTimeline) {
   EXPECT_THAT(requests[0].values("x-two"), ElementsAre("a: b"));
 }
 
-/// The domains and codes of the error that a failed call printed, from the outside in.
+/// The domains and codes of the error that a failed call printed, from the outermost to its cause.
 std::vector<std::string> errorChain(const Outcome& outcome) {
   std::vector<std::string> chain;
   auto error = nlohmann::json::parse(outcome.out).at("error");
@@ -98,7 +98,7 @@ std::vector<std::string> errorChain(const Outcome& outcome) {
   return chain;
 }
 
-TEST(CallTest, DocumentsThatDoNotLoadAreStatusOneWithTheWholeErrorInJson) {
+TEST(CallTest, EndsWithStatusOneAndTheWholeErrorInJsonForAnUnloadableDocument) {
   LoopbackServer server;
   server.answer("/broken", {.status = 404, .body = "not found", .headers = {}});
   const ScratchFolder folder;

@@ -19,7 +19,7 @@ std::string titledBreak(std::string_view title, std::string_view creatives = {})
                            title, creatives));
 }
 
-TEST(InspectTest, TextEndsWithTheWarningsAndTheirLines) {
+TEST(InspectTest, PrintsTheWarningsWithTheirLinesLast) {
   const ScratchFolder folder;
   const auto path = folder.write("odd.vmap", vmap(titledBreak("Odd") + simpleBreak("00:01:00", "00:00:30")));
   const auto outcome = runKyr({"inspect", path});
@@ -29,10 +29,11 @@ TEST(InspectTest, TextEndsWithTheWarningsAndTheirLines) {
   ASSERT_NE(warnings, std::string::npos) << outcome.out;
   EXPECT_THAT(outcome.out.substr(warnings), HasSubstr("line     3  "));
   const auto whole = runKyr({"inspect", documentPath("worked.vmap")}).out;
-  EXPECT_EQ(whole.substr(whole.find('\n') + 1), golden("worked.inspect.txt"));  // below the path
+  EXPECT_EQ(whole.substr(whole.find('\n') + 1),
+            golden("worked.inspect.txt"));  // without the line with the path
 }
 
-TEST(InspectTest, TimesThatAreNoNumbersAreWords) {
+TEST(InspectTest, PrintsNonNumericTimesAsWords) {
   const ScratchFolder folder;
   const auto path =
       folder.write("odd.vmap", vmap(adBreak("start", "<Ad/>") + simpleBreak("end", "00:00:30")));
@@ -47,7 +48,7 @@ TEST(InspectTest, TimesThatAreNoNumbersAreWords) {
   EXPECT_THAT(words, UnorderedElementsAre(R"("invalid""invalid""invalid")", R"(630"invalid""+infinity")"));
 }
 
-TEST(InspectTest, TextsOfADocumentCannotDriveTheTerminal) {
+TEST(InspectTest, PrintsNoControlCharactersOfADocument) {
   const ScratchFolder folder;
   const auto path = folder.write("hostile.vmap",
                                  vmap(titledBreak("&#x9b;31mred &#x202e;back&#10;line", linear("00:00:30"))));
@@ -80,7 +81,7 @@ std::string manyEvents(int count) {
   return text + "</TrackingEvents>";
 }
 
-TEST(InspectTest, PicturesAreWellFormedAndSmallWhateverTheDocumentHolds) {
+TEST(InspectTest, DrawsWellFormedAndSmallPicturesOfAnyDocument) {
   struct Picture {
     const char* name;
     std::string document;

@@ -10,7 +10,7 @@
 namespace tarn::test {
 
 struct Outcome {
-  int status = -1;  ///< The exit status; 128 and the signal's number when one ended the process.
+  int status = -1;  ///< The exit status; 128 plus the signal's number if a signal ended the process.
   std::string out;
   std::string err;
 };
@@ -23,7 +23,7 @@ struct Outcome {
 /// Runs the `kyr` program that was built with these tests, with `input` on its standard input, and waits.
 [[nodiscard]] Outcome runKyr(const std::vector<std::string>& arguments, std::string_view input = {});
 
-/// A folder that goes with the object.
+/// A temporary folder, removed with the object.
 class ScratchFolder {
  public:
   ScratchFolder();
@@ -32,7 +32,7 @@ class ScratchFolder {
   ScratchFolder& operator=(const ScratchFolder&) = delete;
 
   [[nodiscard]] std::string path(std::string_view name) const { return (path_ / name).string(); }
-  /// Writes a file and answers its path.
+  /// Writes a file and returns its path.
   [[nodiscard]] std::string write(std::string_view name, std::string_view bytes) const;
 
  private:

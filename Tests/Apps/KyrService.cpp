@@ -13,7 +13,7 @@
 namespace tarn::test {
 namespace {
 
-/// Reads what the service prints until it names its addresses; the port, or 0 when it ended instead.
+/// Reads the service's output up to its addresses; returns the port, or 0 if the service has ended.
 int readPort(int output) {
   std::string text;
   char byte = 0;

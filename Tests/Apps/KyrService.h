@@ -16,7 +16,7 @@ class KyrService {
 
   [[nodiscard]] int port() const { return port_; }
   [[nodiscard]] std::string url(const std::string& path) const;
-  /// Ends it with a signal and answers its exit status.
+  /// Ends the process with a signal and returns its exit status.
   int end(int signal);
 
  private:

@@ -21,8 +21,7 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAreArray;
 
-/// What a viewer sees and an advertiser is told, in order: no records of waiting, which only a real stream
-/// brings about.
+/// The lifecycle events and beacons, in order, without those of waiting, which occur only with a real stream.
 std::vector<json> eventsOf(const std::vector<json>& records) {
   std::vector<json> events;
   for (const auto& record : records) {
@@ -33,7 +32,7 @@ std::vector<json> eventsOf(const std::vector<json>& records) {
   return events;
 }
 
-/// One after the other, in a word each.
+/// One word for each record.
 std::string wordsOf(const std::vector<json>& records) {
   std::string words;
   for (const auto& record : records) words += shortRecord(record) + " ";
@@ -52,7 +51,7 @@ class PlayTest : public ::testing::Test {
   ScratchFolder scratch;
 };
 
-TEST_F(PlayTest, PlaysTheStreamAndSendsTheBeaconsThatItPasses) {
+TEST_F(PlayTest, PlaysTheStreamAndSendsTheBeaconsOnTheWay) {
   const auto outcome = runKyr({"play", service.url("/vmap/demo.xml"), "--headless", "--json", "--for", "8"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   const auto records = parseRecords(outcome.out);
@@ -89,7 +88,7 @@ TEST_F(PlayTest, FollowsAScriptInRealTime) {
   for (const auto& record : records) {
     if (record["kind"] == "player" && record["action"] == "play") played = true;
     if (record["kind"] != "progress") continue;
-    EXPECT_TRUE(played) << "no progress while paused";
+    EXPECT_TRUE(played) << "there must be no progress while paused";
     times.push_back(record["content"]);
   }
   EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
@@ -98,7 +97,7 @@ TEST_F(PlayTest, FollowsAScriptInRealTime) {
 
 // 0          14         22          34
 // | content  | kyr-travel | content | …
-TEST_F(PlayTest, ShowsWhatTheSimulationForetold) {
+TEST_F(PlayTest, HasTheEventsOfTheSimulation) {
 #ifdef KYR_WITH_MPV
   const std::vector<std::string> players{"gstreamer", "mpv"};
 #else
@@ -109,19 +108,19 @@ TEST_F(PlayTest, ShowsWhatTheSimulationForetold) {
       scratch.write("script", "play\nrun 2\nseek 24\nrun 3\nskip\nrun 1\nseek 5\nrun 1\nterminate\n");
   const auto simulated = runKyr({"simulate", url, "--json", "--script", script});
   EXPECT_EQ(simulated.status, 0) << simulated.err;
-  const auto foretold = eventsOf(parseRecords(simulated.out));
-  EXPECT_THAT(wordsOf(foretold),
+  const auto simulatedEvents = eventsOf(parseRecords(simulated.out));
+  EXPECT_THAT(wordsOf(simulatedEvents),
               AllOf(HasSubstr("mid-roll-1/firstQuartile "), HasSubstr("mid-roll-1/skip ")));
   for (const auto& player : players) {
     SCOPED_TRACE(player);
     const auto played = runKyr({"play", url, "--headless", "--player", player, "--json", "--script", script});
     EXPECT_EQ(played.status, 0) << played.err;
     const auto real = eventsOf(parseRecords(played.out));
-    ASSERT_EQ(wordsOf(real), wordsOf(foretold));
+    ASSERT_EQ(wordsOf(real), wordsOf(simulatedEvents));
     for (std::size_t i = 0; i < real.size(); ++i) {
-      // A seek in content may land up to 2 s off; what happens to ads happens at its place.
+      // A seek in content may end up to 2 s from its target; ad events must be at the exact times.
       if (shortRecord(real[i]).starts_with("Ad")) {
-        EXPECT_NEAR(real[i]["absolute"], foretold[i]["absolute"].get<double>(), 0.5) << real[i];
+        EXPECT_NEAR(real[i]["absolute"], simulatedEvents[i]["absolute"].get<double>(), 0.5) << real[i];
       }
     }
   }
@@ -154,7 +153,7 @@ TEST_F(PlayTest, ReportsAStreamThatCannotBePlayed) {
   EXPECT_THAT(streamless.err, HasSubstr("names no stream"));
 }
 
-TEST_F(PlayTest, ObeysTheKeysOfATerminal) {
+TEST_F(PlayTest, HandlesTheKeysOfATerminal) {
   Terminal terminal({"play", service.url("/vmap/pre-roll.xml"), "--headless"});
   terminal.waitFor("ad kyr-coffee 0:01");
   terminal.type("l");
@@ -174,8 +173,7 @@ TEST_F(PlayTest, ObeysTheKeysOfATerminal) {
   EXPECT_EQ(terminal.end(), 0);
 }
 
-TEST(PlayCallTest, RefusesWhatItCannotFollowBeforeItPlays) {
-  ScratchFolder scratch;
+TEST_F(PlayTest, RejectsAWrongScriptBeforeItPlays) {
   const auto path = scratch.write("script", "play\nrun\n");
   const auto outcome = runKyr({"play", documentPath("worked.vmap"), "--headless", "--script", path});
   EXPECT_EQ(outcome.status, 2);

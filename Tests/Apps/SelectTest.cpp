@@ -17,7 +17,7 @@ Outcome select(const Query& query) {
   return runKyr({"select", kDocument, "--json", query.first, query.second});
 }
 
-TEST(SelectTest, JsonHoldsTheExpressionAndItsMatches) {
+TEST(SelectTest, PrintsTheExpressionAndItsMatchesAsJson) {
   const std::pair<Query, const char*> rows[] = {
       {{"--xpath", "//Companion/StaticResource"},
        R"({"xpath":"//Companion/StaticResource","matches":[{"tag":"StaticResource","line":35,)"
@@ -43,7 +43,7 @@ TEST(SelectTest, JsonHoldsTheExpressionAndItsMatches) {
   }
 }
 
-TEST(SelectTest, ExpressionsThatCannotBeEvaluatedAreNamed) {
+TEST(SelectTest, QuotesAnExpressionThatCannotBeEvaluated) {
   const std::pair<Query, const char*> rows[] = {
       {{"--xpath", "//["}, "`//[`"},
       {{"--xpath", "//other:Ad"}, "`//other:Ad`"},
@@ -58,7 +58,7 @@ TEST(SelectTest, ExpressionsThatCannotBeEvaluatedAreNamed) {
   }
 }
 
-TEST(SelectTest, ExplainPrintsTheExpressionBeforeTheMatches) {
+TEST(SelectTest, PrintsTheExpressionBeforeTheMatchesWithExplain) {
   const auto outcome = runKyr({"select", kDocument, "--css", "Ad#ad-3", "--explain"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, StartsWith(".//Ad[@id = 'ad-3']\n"));

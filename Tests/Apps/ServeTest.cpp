@@ -44,7 +44,7 @@ Playlist parsePlaylist(const std::string& text) {
   return playlist;
 }
 
-TEST_F(ServeTest, DocumentsSayWhatTheirStreamsHold) {
+TEST_F(ServeTest, ServesDocumentsThatMatchTheirStreams) {
   std::set<std::string> all;
   for (const char* cut : {"demo", "no-ads", "pre-roll", "skippable", "post-roll"}) {
     SCOPED_TRACE(cut);
@@ -60,7 +60,7 @@ TEST_F(ServeTest, DocumentsSayWhatTheirStreamsHold) {
 
     const auto playlist = parsePlaylist(get("/stream/" + std::string(cut) + ".m3u8"));
     EXPECT_EQ(playlist.seconds, 38 + ads);
-    EXPECT_EQ(playlist.segments.size(), (38 + ads) / 2) << "a segment stands for one place";
+    EXPECT_EQ(playlist.segments.size(), (38 + ads) / 2) << "each segment must be listed once";
     all.insert(playlist.segments.begin(), playlist.segments.end());
   }
   for (const auto& segment : all) {
@@ -71,7 +71,7 @@ TEST_F(ServeTest, DocumentsSayWhatTheirStreamsHold) {
   }
 }
 
-TEST_F(ServeTest, TheDemoHoldsWhatRealDocumentsDo) {
+TEST_F(ServeTest, ServesADemoWithTheFeaturesOfRealDocuments) {
   const auto inspected = runKyr({"inspect", service.url("/vmap/demo.xml"), "--json"});
   const json timeline = json::parse(inspected.out);
   std::vector<std::pair<double, double>> breaks;
@@ -96,7 +96,7 @@ TEST_F(ServeTest, TheDemoHoldsWhatRealDocumentsDo) {
     get(path, 404);
 }
 
-TEST_F(ServeTest, ListsBeaconsAsTheyCameUntilTheyAreForgotten) {
+TEST_F(ServeTest, ListsReceivedBeaconsUntilTheyAreDeleted) {
   EXPECT_EQ(get("/beacons"), "[]");
   get("/beacon/pre-roll-1/start?cb=%5BX%5D&n=1", 204);
   get("/beacon/%1b%5B2Junknown", 204);
@@ -110,7 +110,7 @@ TEST_F(ServeTest, ListsBeaconsAsTheyCameUntilTheyAreForgotten) {
   EXPECT_EQ(get("/beacons"), "[]");
 }
 
-TEST_F(ServeTest, EndsAtOnceAlsoWithConnectionsOpen) {
+TEST_F(ServeTest, EndsAtOnceWithOpenConnections) {
   for (const int signal : {SIGTERM, SIGINT}) {
     KyrService other;
     httplib::Client idle("127.0.0.1", other.port());
@@ -120,7 +120,7 @@ TEST_F(ServeTest, EndsAtOnceAlsoWithConnectionsOpen) {
   }
 }
 
-TEST_F(ServeTest, SaysThatItsPortIsTakenOrItsFolderCannotBeWritten) {
+TEST_F(ServeTest, ReportsAPortInUseAndAnUnwritableFolder) {
   const auto taken = runKyr({"serve", "--port", std::to_string(service.port()), "--media", KYR_TEST_MEDIA});
   EXPECT_EQ(taken.status, 1);
   EXPECT_THAT(taken.err, HasSubstr("--port 0"));

@@ -53,7 +53,7 @@ std::string shortRecord(const json& record) {
   if (kind == "lifecycle") return lifecycleName(record);
   if (kind == "beacon") return beaconName(record.at("url"));
   if (kind == "canSeek") return "canSeek=" + text(record.at("value"));
-  if (kind == "seek") return fmt::format("sought({} {})", text(record.at("to")), text(record.at("finished")));
+  if (kind == "seek") return fmt::format("seeked({} {})", text(record.at("to")), text(record.at("finished")));
   if (kind == "load") return text(record.at("state"));
   if (record.contains("content")) return fmt::format("{}({})", kind, text(record["content"]));
   return kind + text(record.at("ranges"));

@@ -56,7 +56,7 @@ Outcome simulate(const std::string& document, const std::string& script,
 struct Row {
   const char* name;
   const char* script;
-  /// What happens after the script's first play: see `storyOf`.
+  /// The events after the script's first play: see `storyOf`.
   std::vector<std::string> story;
   std::vector<std::string> options = {};
   const std::string& document = kTwoBreaks;
@@ -80,43 +80,43 @@ const char* const kForcedB =
     "5: canSeek=no pause Pause seek(45.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(1) "
     "b/impression AdEnter(b) b/creativeView b/start";
 
-TEST(SimulateTest, SeeksPlayTheAdsThatTheyPass) {
+TEST(SimulateTest, PlaysTheLastBreakThatASeekPasses) {
   const Row rows[] = {
       {"over two breaks plays the second",
        "run 5\nseek 50\nrun 20",
        {kForcedB,
         "20: b/complete AdExit(b) AdSequenceExit(1) Play canSeek=yes pause Pause seek(80 -2 +2) play Play "
-        "sought(50 yes)"}},
-      {"during an ad is refused", "run 12\nseek 30", {kEnterA, kStartA, "12: sought(30 no)"}},
+        "seeked(50 yes)"}},
+      {"during an ad is refused", "run 12\nseek 30", {kEnterA, kStartA, "12: seeked(30 no)"}},
       {"with ads disabled is plain and exact",
        "run 5\nadsDisabled yes\nseek 50",
-       {"5: canSeek=no canSeek=yes seek(80 -0 +0) sought(50 yes)"}},
+       {"5: canSeek=no canSeek=yes seek(80 -0 +0) seeked(50 yes)"}},
       {"of no time or before the start is refused",
        "run 5\nseek invalid\nseek -1",
-       {"5: sought(invalid no) sought(-1 no)"}},
+       {"5: seeked(invalid no) seeked(-1 no)"}},
       {"in quick succession supersede each other",
        "run 2\nseek 8\nrun 0.5\nseek 5\nrun 2",
-       {"2: canSeek=no canSeek=yes seek(8 -2 +0)", "2.5: canSeek=no canSeek=yes seek(5 -2 +2) sought(8 no)",
-        "3.5: sought(5 yes)"},
+       {"2: canSeek=no canSeek=yes seek(8 -2 +0)", "2.5: canSeek=no canSeek=yes seek(5 -2 +2) seeked(8 no)",
+        "3.5: seeked(5 yes)"},
        {"--seek-latency", "1"}},
-      {"from the end play when the viewer plays before they land",
+      {"from the end play when the viewer plays before they complete",
        "run 20\nseek 5\nplay\nrun 1",
        {kEnterA, kStartA,
         "20: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes End canSeek=no canSeek=yes seek(5.2 -2 "
         "+2) play Play",
-        "21: sought(5 yes)"},
+        "21: seeked(5 yes)"},
        {"--seek-latency", "1", "--item-duration", "20"}},
-      {"under way at the end of the script stop",
+      {"in progress at the end of the script stop",
        "run 2\nseek 8\nrun 0.5",
        {"2: canSeek=no canSeek=yes seek(8 -2 +0)"},
        {"--seek-latency", "1"}},
-      {"ended by termination in a forced ad never answer",
+      {"ended by termination in a forced ad never complete",
        "run 5\nseek 50\nrun 1\nterminate\nskip\nrun 60",
        {kForcedB, "6: pause Terminate"}}};
   for (const auto& row : rows) expectStory(row);
 }
 
-TEST(SimulateTest, AdsAreSkippedPausedAndLeftBehind) {
+TEST(SimulateTest, SkipsPausesAndSeeksOutOfAds) {
   const Row rows[] = {
       {"a skipped ad is left behind",
        "run 12\nskip\nskip\nrun 1",
@@ -130,7 +130,7 @@ TEST(SimulateTest, AdsAreSkippedPausedAndLeftBehind) {
         "60.25: post/start",
         "63: post/skip pause AdPause(post) hideLayer seek(0 -0 +0) seek(75 -0 +0) play AdResume(post) "
         "showLayer post/complete AdExit(post) AdSequenceExit(0) Play canSeek=yes End",
-        "64: canSeek=no canSeek=yes seek(10.2 -2 +2) sought(10 yes)", "65: play Play"},
+        "64: canSeek=no canSeek=yes seek(10.2 -2 +2) seeked(10 yes)", "65: play Play"},
        {},
        kPostRoll},
       {"ad commands work inside a break only",
@@ -149,7 +149,7 @@ TEST(SimulateTest, AdsAreSkippedPausedAndLeftBehind) {
   for (const auto& row : rows) expectStory(row);
 }
 
-TEST(SimulateTest, RecordsAreTheDocumentedOnes) {
+TEST(SimulateTest, PrintsTheDocumentedRecords) {
   const auto outcome = simulate(document(breakWith("a", "00:00:01"), 20, 5),
                                 "seek 0.5\nplay\nrun 1\nseek invalid", {"--tick", "0.75"});
   EXPECT_EQ(outcome.out, golden("short.simulate.jsonl"));
@@ -159,7 +159,7 @@ TEST(SimulateTest, RecordsAreTheDocumentedOnes) {
   EXPECT_EQ(runKyr({"simulate", path, "--script", script}).out, golden("short.simulate.txt"));
 }
 
-TEST(SimulateTest, ThePlayheadIsReportedInTicksFromWhereItBeganToMoveAndAtTheEnd) {
+TEST(SimulateTest, ReportsThePlayheadInTicksFromItsStartAndAtTheEnd) {
   const auto records = parseRecords(
       simulate(document("", 5, 5), "run 1\nplay\nrun 1\npause\nrun 1\nplay\nrun 0.6\nseek 3.5\nrun 9",
                {"--tick", "0.4"})
@@ -172,16 +172,16 @@ TEST(SimulateTest, ThePlayheadIsReportedInTicksFromWhereItBeganToMoveAndAtTheEnd
                                    "5.1 5"));
 }
 
-TEST(SimulateTest, AStreamOfUnknownLengthPlaysOn) {
+TEST(SimulateTest, PlaysAStreamOfUnknownLength) {
   const auto records = parseRecords(simulate(document("", -1), "play\nrun 100").out);
   EXPECT_THAT(storyOf(records), ElementsAre("0: load complete Begin Ready play Play"));
   EXPECT_EQ(shortRecord(records.back()), "progress(100)");
   const auto isBounded = [](const json& record) { return isRoutine(record) && record["kind"] != "progress"; };
   EXPECT_EQ(std::count_if(records.begin(), records.end(), isBounded), 0)
-      << "its duration and ranges are unknown";
+      << "its duration and ranges must be unknown";
 }
 
-TEST(SimulateTest, AnHourWithTwelveBreaksIsOverAtOnceAndTheSameEachTime) {
+TEST(SimulateTest, SimulatesAnHourQuicklyWithTheSameResultEachTime) {
   std::string breaks;
   for (int i = 0; i < 12; ++i)
     breaks += breakWith(fmt::format("ad-{}", i), fmt::format("00:{:02}:00", i * 5));
@@ -196,7 +196,7 @@ TEST(SimulateTest, AnHourWithTwelveBreaksIsOverAtOnceAndTheSameEachTime) {
   EXPECT_GT(records.size(), 3780U * 4);
 }
 
-TEST(SimulateTest, DocumentsThatDoNotLoadAreToldAsTheSessionTellsThem) {
+TEST(SimulateTest, PrintsTheSessionsEventsForAnUnloadableDocument) {
   const auto outcome = simulate(vmap(simpleBreak("10%", "00:00:30")), "play\nrun 5");
   EXPECT_EQ(outcome.status, 1);
   auto records = parseRecords(outcome.out);
@@ -209,7 +209,7 @@ TEST(SimulateTest, DocumentsThatDoNotLoadAreToldAsTheSessionTellsThem) {
   EXPECT_THAT(storyOf(records), ElementsAre("0: error Begin kTarnKyrLifecycleErrorEvent pause Terminate"));
 }
 
-TEST(SimulateTest, ADocumentWithoutAStreamIsSimulatedAllTheSame) {
+TEST(SimulateTest, SimulatesADocumentWithoutAStream) {
   const auto outcome = simulate(vmap("xmlns:vmap='urn:v' xmlns:mh='urn:m'",
                                      "<mh:Marlith payloadlength='660'/>", simpleBreak("start", "00:00:30")),
                                 "play\nrun 700");
@@ -220,7 +220,7 @@ TEST(SimulateTest, ADocumentWithoutAStreamIsSimulatedAllTheSame) {
   EXPECT_THAT(story.back(), "660: End");
 }
 
-TEST(SimulateTest, TheRequestCarriesTheLibrarysNameUnlessItIsReplaced) {
+TEST(SimulateTest, SendsTheLibrarysUserAgentUnlessItIsReplaced) {
   LoopbackServer server;
   server.answer("/vmap", {.body = kTwoBreaks, .headers = {}});
   const auto url = server.url("/vmap").absoluteString();
@@ -233,7 +233,7 @@ TEST(SimulateTest, TheRequestCarriesTheLibrarysNameUnlessItIsReplaced) {
   EXPECT_THAT(requests[1].values("user-agent"), ElementsAre("me"));
 }
 
-TEST(SimulateTest, WrongScriptsAreRefusedBeforeAnythingRuns) {
+TEST(SimulateTest, RejectsWrongScriptsBeforeAnythingRuns) {
   const ScratchFolder folder;
   const auto path = folder.write("document.vmap", kTwoBreaks);
   const std::pair<const char*, std::vector<const char*>> rows[] = {

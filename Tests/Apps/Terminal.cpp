@@ -19,7 +19,7 @@
 namespace tarn::test {
 namespace {
 
-constexpr int kPatience = 30'000;  // milliseconds
+constexpr int kMaxWait = 30'000;  // milliseconds
 
 }  // namespace
 
@@ -51,9 +51,9 @@ void Terminal::type(std::string_view keys) const {
 
 bool Terminal::read() {
   pollfd readable{terminal_, POLLIN, 0};
-  if (::poll(&readable, 1, kPatience) <= 0) return false;
+  if (::poll(&readable, 1, kMaxWait) <= 0) return false;
   std::array<char, 4096> bytes{};
-  const auto count = ::read(terminal_, bytes.data(), bytes.size());  // fails when the program has ended
+  const auto count = ::read(terminal_, bytes.data(), bytes.size());  // fails after the program has ended
   if (count > 0) unread_.append(bytes.data(), static_cast<std::size_t>(count));
   return count > 0;
 }
@@ -62,7 +62,7 @@ void Terminal::waitFor(std::string_view text) {
   for (;;) {
     const auto found = unread_.find(text);
     if (found != std::string::npos) return void(unread_.erase(0, found + text.size()));
-    if (!read()) FAIL() << "never came: " << text << "\nafter: " << unread_;
+    if (!read()) FAIL() << "not written: " << text << "\nafter: " << unread_;
   }
 }
 

@@ -8,7 +8,7 @@
 
 namespace tarn::test {
 
-/// A program that runs on a terminal of its own, wide enough for all of its lines.
+/// A program that runs on its own terminal, wide enough for all of its lines.
 class Terminal {
  public:
   /// `program` is a path; `kyr` without one.
@@ -18,9 +18,9 @@ class Terminal {
   ~Terminal();
 
   void type(std::string_view keys) const;
-  /// Reads on until the program has written `text`; fails the test when it does not.
+  /// Reads until the program has written `text`; fails the test if it does not.
   void waitFor(std::string_view text);
-  /// Waits until it ends and answers its exit status.
+  /// Waits until the program ends and returns its exit status.
   int end();
 
  private:

@@ -7,7 +7,7 @@
 namespace tarn::test {
 namespace {
 
-TEST(TestPictureStreamTest, StopsWhenItIsToldToAndReportsAFolderThatIsNotThere) {
+TEST(TestPictureStreamTest, StopsWhenCancelledAndReportsAMissingFolder) {
   const std::vector<TestPicture> pictures{{"long", 600, "solid-color", 0x102030, 440}};
   const auto folder = testStreamFolder() / "cancelled";
   std::filesystem::create_directory(folder);

@@ -9,7 +9,7 @@ using namespace ::testing;
 
 const std::string kDocument = documentPath("worked.vmap");
 
-TEST(TraceTest, JsonRecordsAreTheDocumentedOnes) {
+TEST(TraceTest, PrintsTheDocumentedRecords) {
   const ScratchFolder folder;
   const auto log = folder.write("session.log", golden("worked.trace.input"));
   const auto outcome = runKyr({"trace", kDocument, "--input", log, "--json"});
@@ -18,7 +18,7 @@ TEST(TraceTest, JsonRecordsAreTheDocumentedOnes) {
   EXPECT_EQ(runKyr({"trace", kDocument, "--input", log}).out, golden("worked.trace.txt"));
 }
 
-// What the example log above does not ask.
+// Lines that the example log above does not have.
 TEST(TraceTest, ReadsTimesAndRangesOfEveryKind) {
   const std::pair<const char*, const char*> rows[] = {
       {"path 345", R"({"line":1,"kind":"path","absolute":345,"logical":15,"ad":"ad-3","adSequence":1})"},
@@ -43,7 +43,7 @@ TEST(TraceTest, ReadsTimesAndRangesOfEveryKind) {
   EXPECT_THAT(none.out, EndsWith("{\"line\":2,\"kind\":\"loaded\",\"ranges\":null}\n"));
 }
 
-TEST(TraceTest, WrongLinesNameTheFileTheLineAndWhatWasExpected) {
+TEST(TraceTest, ReportsAWrongLineWithFileLineAndExpectation) {
   const std::pair<const char*, std::vector<const char*>> rows[] = {
       {"unknown command 'tine'; expected time", {"tine 5"}},
       {"expected 'time T'", {"time", "time 1 2", "time 5s", "time nan", "time 1e999"}},

@@ -17,7 +17,7 @@ namespace tarn::test {
 namespace {
 
 constexpr std::chrono::seconds kPatience{15};
-constexpr int kTolerance = 6;  // of a colour that has been through an encoder
+constexpr int kTolerance = 6;  // for colours changed by the video encoder
 
 }  // namespace
 
@@ -31,7 +31,7 @@ bool Colour::isNear(const Colour& other) const {
          std::abs(blue - other.blue) <= kTolerance;
 }
 
-/// The dump begins with a header of numbers.
+/// The dump's header is a list of numbers.
 std::size_t Frame::headerNumber(std::size_t index) const {
   std::size_t number = 0;
   for (std::size_t i = 0; i < 4; ++i)
@@ -96,7 +96,7 @@ VirtualScreen::VirtualScreen() {
   close(ends[0]);
   EXPECT_FALSE(number.empty()) << "Xvfb did not start";
   setenv("DISPLAY", (":" + number).c_str(), 1);
-  // Graphics drivers are unloaded before leaks are looked for: what they keep cannot be told from ours.
+  // Graphics drivers are unloaded before the leak check, so their leaks could not be distinguished from ours.
   const char* const options = std::getenv("LSAN_OPTIONS");
   setenv("LSAN_OPTIONS", (std::string(options != nullptr ? options : "") + ":detect_leaks=0").c_str(), 1);
 }
@@ -116,7 +116,7 @@ bool VirtualScreen::comesToShow(const std::function<bool(const Frame&)>& wanted)
   const auto end = std::chrono::steady_clock::now() + kPatience;
   while (std::chrono::steady_clock::now() < end) {
     if (wanted(frame())) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // a screen does not tell that it has changed
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // a screen does not report changes
   }
   return false;
 }

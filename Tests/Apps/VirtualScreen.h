@@ -27,14 +27,14 @@ struct Area {
   int height = 0;
 };
 
-/// What a screen showed at one moment.
+/// A picture of a screen.
 class Frame {
  public:
   /// An X window dump (X11/XWDFile.h) with four bytes a pixel, blue first.
   explicit Frame(std::string dump);
 
   [[nodiscard]] Colour at(int x, int y) const;
-  /// How many pixels of the area are of the colour, or near it.
+  /// The number of pixels in the area with the colour, or one near it.
   [[nodiscard]] int count(const Area& area, const Colour& colour) const;
   /// The colour of most of the area's pixels.
   [[nodiscard]] Colour background(const Area& area) const;
@@ -43,14 +43,14 @@ class Frame {
   [[nodiscard]] std::size_t headerNumber(std::size_t index) const;
 
   std::string dump_;
-  std::size_t pixels_ = 0;  ///< Where they begin.
+  std::size_t pixels_ = 0;  ///< The offset of the first one.
   std::size_t bytesPerLine_ = 0;
 };
 
-/// An X server of its own with a screen of 1280×720 that nobody sees (Xvfb), for programs started from here.
+/// A virtual screen of 1280×720 (Xvfb), for programs started by the test.
 class VirtualScreen {
  public:
-  /// What is missing for one, as a sentence; empty for nothing.
+  /// The programs missing to start a screen, as a sentence; empty if none.
   [[nodiscard]] static std::string whatIsMissing();
 
   VirtualScreen();
@@ -59,9 +59,9 @@ class VirtualScreen {
   ~VirtualScreen();
 
   [[nodiscard]] Frame frame() const;
-  /// Looks until it shows what is asked for. False: it never did.
+  /// Takes pictures until `matches` accepts one; false at the timeout.
   [[nodiscard]] bool comesToShow(const std::function<bool(const Frame&)>& wanted) const;
-  /// As a keyboard does, in X's names.
+  /// Presses a key of the keyboard, by its X name.
   void pressKey(const std::string& key) const;
   void click(int x, int y) const;
 

@@ -15,8 +15,8 @@ namespace {
 
 using ::testing::HasSubstr;
 
-// Of a window of 1280×720, two pixels a point. The top bar between its label and its button, the picture
-// beneath it, where the texts stand, the skip button, the transport bar's track.
+// Areas of a window of 1280×720, two pixels a point: the top bar between its label and its button, the
+// picture below it, the texts, the skip button, the transport bar's track.
 constexpr Area kBar{500, 2, 580, 56};
 constexpr Area kPicture{20, 100, 200, 400};
 constexpr Area kLabel{10, 2, 420, 56};
@@ -43,7 +43,7 @@ bool hasBorder(const Frame& frame) {
   return frame.count(kSkip, kBorder) > 200;
 }
 
-/// Whatever else of the content moves there.
+/// Checks only pixels that the moving content does not have.
 bool hasNoOverlay(const Frame& frame) {
   const Colour underOverlay = frame.background(kPicture).dimmed(kUnderOverlay);
   return frame.count(kBar, underOverlay) == 0 && frame.count(kSkip, underOverlay) == 0 &&
@@ -60,7 +60,7 @@ class WindowTest : public ::testing::Test {
 
 // 0          14         22          34
 // | content  | kyr-travel | content | …
-TEST_F(WindowTest, ShowsTheOverlayWhileAnAdPlaysAndObeysTheKeys) {
+TEST_F(WindowTest, ShowsTheOverlayWhileAnAdPlaysAndHandlesTheKeys) {
   const VirtualScreen screen;
   KyrService service;
   Terminal terminal({"play", service.url("/vmap/skippable.xml")});
@@ -69,12 +69,12 @@ TEST_F(WindowTest, ShowsTheOverlayWhileAnAdPlaysAndObeysTheKeys) {
   EXPECT_TRUE(hasNoOverlay(screen.frame()));
   EXPECT_GT(screen.frame().count(kTrack, kBreak), 50);
 
-  screen.pressKey("Right");  // to a second before the break
+  screen.pressKey("Right");  // seeks to a second before the break
   terminal.waitFor("ad kyr-travel 0:01");
-  screen.pressKey("Return");  // meant for the player
+  screen.pressKey("Return");  // pressed for the player
   terminal.waitFor("⏸");
   EXPECT_TRUE(screen.comesToShow([](const Frame& frame) { return hasBar(frame) && hasSkipButton(frame); }));
-  EXPECT_FALSE(hasBorder(screen.frame())) << "it still counts";
+  EXPECT_FALSE(hasBorder(screen.frame())) << "the button must still count down";
   screen.pressKey("space");
   terminal.waitFor("ad kyr-travel 0:03");
   EXPECT_TRUE(screen.comesToShow(hasBorder));
@@ -84,7 +84,7 @@ TEST_F(WindowTest, ShowsTheOverlayWhileAnAdPlaysAndObeysTheKeys) {
   screen.pressKey("Return");
   terminal.waitFor("▶ 0:14 / 0:38");
   EXPECT_TRUE(screen.comesToShow(hasNoOverlay));
-  screen.click(958, 690);  // at 30 s
+  screen.click(958, 690);  // seeks to 30 s
   terminal.waitFor("▶ 0:30 / 0:38");
   EXPECT_TRUE(hasNoOverlay(screen.frame()));
   screen.pressKey("q");
@@ -109,7 +109,7 @@ TEST_F(WindowTest, LetsAnApplicationShowPagesAndBanners) {
   for (const char* const event : {"WillClose", "DidClose", "AdResume", "AdExit"}) application.waitFor(event);
 }
 
-TEST(WindowCallTest, TellsOfTheTerminalWhereThereIsNoDisplay) {
+TEST(WindowCallTest, SuggestsTheTerminalWithoutADisplay) {
   for (const char* const variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) unsetenv(variable);
   const auto outcome = runKyr({"play", documentPath("worked.vmap"), "--json"});
   EXPECT_EQ(outcome.status, 1);

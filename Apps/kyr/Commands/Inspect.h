@@ -10,10 +10,10 @@ namespace tarn::cli {
 struct InspectOptions {
   SourceOptions source;
   bool json = false;
-  std::optional<std::string> svg;  ///< Where to write the picture.
+  std::optional<std::string> svg;  ///< The file to write the picture to.
 };
 
-/// Prints the timeline of a document. Answers the exit status.
+/// Prints the timeline of a document. Returns the exit status.
 [[nodiscard]] int runInspect(const InspectOptions& options);
 
 }  // namespace tarn::cli

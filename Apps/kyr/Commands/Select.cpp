@@ -25,15 +25,15 @@ Error notEvaluable(const std::string& expression, const SelectOptions& options) 
   return error;
 }
 
-/// What an expression yields besides elements.
+/// The result of an expression other than elements.
 struct Scalar {
   bool isEvaluable = false;
-  std::optional<std::string> value;  ///< Absent for a set of nodes.
+  std::optional<std::string> value;  ///< Absent for a node set.
 };
 
 Scalar scalarOf(const TarnLumoONOXMLDocument& document, const std::string& expression) {
   if (!document.functionResultByEvaluatingXPath(expression)) return {};
-  // Only sets of nodes can be counted.
+  // Only node sets can be counted.
   if (document.functionResultByEvaluatingXPath("count(" + expression + ")")) return {true, std::nullopt};
   const auto text = document.functionResultByEvaluatingXPath("string(" + expression + ")");
   return {true, text ? text->stringValue : std::nullopt};
@@ -50,7 +50,8 @@ Json matchJson(const TarnLumoONOXMLElement& element) {
           {"text", element.stringValue()}};
 }
 
-/// Written match by match: with text for every element, the matches of `//*` can be many times the document.
+/// Written match by match: each match contains the text of its children, so the output for `//*` can be many
+/// times the document.
 void printJson(const std::string& expression, TarnLumoONOXPathEnumerator* matches,
                const std::optional<std::string>& value) {
   print(fmt::format("{{\"xpath\":{},\"matches\":[", compactText(expression)));

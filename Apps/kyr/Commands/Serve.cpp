@@ -22,7 +22,7 @@ void say(const std::string& text) {
   std::fflush(stdout);  // scripts read the addresses from a pipe
 }
 
-/// On a terminal one line that moves, elsewhere nothing but the beginning.
+/// On a terminal a line that is updated in place, elsewhere only its beginning.
 class ProgressLine {
  public:
   explicit ProgressLine(bool moves) : moves_(moves) {}

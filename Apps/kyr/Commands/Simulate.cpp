@@ -5,10 +5,10 @@
 #include "Document/DocumentSource.h"
 #include "HostSimulated/SimulatedPlayer.h"
 #include "Terminal/Report.h"
-#include "Viewing/SessionView.h"
-#include "Viewing/Viewing.h"
-#include "Viewing/ViewingScript.h"
-#include "Viewing/WatchedPlayer.h"
+#include "Viewing/ObservedPlayer.h"
+#include "Viewing/PlaybackRun.h"
+#include "Viewing/SessionPrinters.h"
+#include "Viewing/ViewerScript.h"
 
 namespace tarn::cli {
 namespace {
@@ -24,35 +24,35 @@ class Simulation {
  public:
   Simulation(const SimulateOptions& options, const SessionDocument& document)
       : options_(options),
-        view_(makeView()),
-        viewing_(
+        printer_(makePrinter()),
+        playback_(
             {.document = document.url, .headers = document.headers, .fetch = document.fetch},
-            [this](PlayerWatcher watcher) { return makePlayer(std::move(watcher)); }, *view_) {}
+            [this](PlayerObserver observer) { return makePlayer(std::move(observer)); }, *printer_) {}
 
   /// The error that the session ended with.
-  std::optional<Error> run(const std::vector<ViewingStep>& script) {
-    if (!viewing_.begin()) return viewing_.error();
+  std::optional<Error> run(const std::vector<ViewerStep>& script) {
+    if (!playback_.begin()) return playback_.error();
     provideItem();
     for (const auto& step : script) {
-      if (step.act) step.act(viewing_);
+      if (step.act) step.act(playback_);
       clock_.advance(virtualTime(step.seconds));
     }
-    view_->finish();
-    return viewing_.error();
+    printer_->finish();
+    return playback_.error();
   }
 
  private:
-  [[nodiscard]] std::unique_ptr<SessionView> makeView() const {
+  [[nodiscard]] std::unique_ptr<SessionObserver> makePrinter() const {
     const ElapsedTime elapsed = [this] { return CMTimeGetSeconds(clock_.now()); };
-    return options_.json ? makeJsonSessionView(elapsed)
-                         : makeTextSessionView(elapsed, Terminal::ofStandardOutput());
+    return options_.json ? makeSessionJsonPrinter(elapsed)
+                         : makeSessionTextPrinter(elapsed, Terminal::ofStandardOutput());
   }
 
-  std::shared_ptr<TarnPlayer> makePlayer(PlayerWatcher watcher) {
-    const SimulatedPlayerOptions manner{.reportInterval = virtualTime(options_.tick),
-                                        .seekLatency = virtualTime(options_.seekLatency),
-                                        .playsAnyAddress = true};
-    auto player = std::make_shared<WatchedPlayer<SimulatedPlayer>>(std::move(watcher), clock_, manner);
+  std::shared_ptr<TarnPlayer> makePlayer(PlayerObserver observer) {
+    const SimulatedPlayerOptions playerOptions{.reportInterval = virtualTime(options_.tick),
+                                               .seekLatency = virtualTime(options_.seekLatency),
+                                               .playsAnyAddress = true};
+    auto player = std::make_shared<ObservedPlayer<SimulatedPlayer>>(std::move(observer), clock_, playerOptions);
     player_ = player;
     return player;
   }
@@ -60,22 +60,22 @@ class Simulation {
   /// Also where the document names no stream, which the session's log tells.
   void provideItem() {
     const CMTime duration = options_.itemDuration ? virtualTime(*options_.itemDuration)
-                                                  : viewing_.session()->timeline()->payloadLength();
+                                                  : playback_.session()->timeline()->payloadLength();
     if (const auto player = player_.lock()) player->becomeReady(duration);
     clock_.advance(kCMTimeZero);
   }
 
   const SimulateOptions& options_;
   VirtualClock clock_;
-  std::unique_ptr<SessionView> view_;
+  std::unique_ptr<SessionObserver> printer_;
   std::weak_ptr<SimulatedPlayer> player_;
-  Viewing viewing_;
+  PlaybackRun playback_;
 };
 
 }  // namespace
 
 int runSimulate(const SimulateOptions& options) {
-  const auto script = readViewingScript(options.script);
+  const auto script = readViewerScript(options.script);
   if (!script) return reportFailure(script.error(), options.json);
   const auto document = documentForSession(options.source);
   if (!document) return reportFailure(document.error(), options.json);

@@ -12,12 +12,12 @@ struct SimulateOptions {
   std::optional<std::string> script;
   bool json = false;
   // Seconds of virtual time.
-  double tick = 0.25;  ///< Between two reports of the playhead; positive.
+  double tick = 0.25;  ///< The interval of the playhead reports; positive.
   double seekLatency = 0;
-  std::optional<double> itemDuration;  ///< The payload length without it.
+  std::optional<double> itemDuration;  ///< Absent: the payload length.
 };
 
-/// Runs a session over a player in virtual time through a script. Answers the exit status.
+/// Runs a session over a player in virtual time through a script. Returns the exit status.
 [[nodiscard]] int runSimulate(const SimulateOptions& options);
 
 }  // namespace tarn::cli

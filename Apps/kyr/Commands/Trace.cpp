@@ -8,8 +8,8 @@
 #include "Lumo/TarnLumoAnalyticsSession.h"
 #include "Lumo/TarnLumoProgressTracker.h"
 #include "Terminal/Report.h"
+#include "Viewing/ReportingBeaconSink.h"
 #include "Viewing/Script.h"
-#include "Viewing/ShowingBeaconSink.h"
 #include "Viewing/TracePrinter.h"
 
 namespace tarn::cli {
@@ -19,7 +19,7 @@ class Trace {
  public:
   Trace(std::shared_ptr<const TarnLumoTimeline> timeline, TracePrinter& printer)
       : printer_(printer), tracker_(std::make_shared<TarnLumoProgressTracker>(std::move(timeline))) {
-    // The trace observes before the analytics does, so that an event stands before the beacons it causes.
+    // The trace observes before the analytics, so that an event is printed before the beacons that it causes.
     observations_ = {
         tracker_->event().observe([this](const auto& event) { printer_.event(line_, *event); }),
         tracker_->contentTime().observe([this](CMTime time) { printer_.contentTime(line_, time); }),
@@ -28,17 +28,17 @@ class Trace {
         tracker_->contentLoadedTimeRanges().observe(
             [this](const auto& ranges) { printer_.ranges(line_, "loaded", ranges); })};
     analytics_ = TarnLumoAnalyticsSession::initWithProgessTracker(
-        tracker_, std::make_shared<TarnLumoAnalyticsDigester>(std::make_shared<ShowingBeaconSink>(
-                      Beacons::shown, [this](const URL& url) { printer_.beacon(line_, url); })));
+        tracker_, std::make_shared<TarnLumoAnalyticsDigester>(std::make_shared<ReportingBeaconSink>(
+                      Beacons::reported, [this](const URL& url) { printer_.beacon(line_, url); })));
   }
 
-  /// Answers what was expected instead when the line is no command.
+  /// Returns what was expected when the line is not a command.
   [[nodiscard]] std::optional<std::string> execute(const ScriptLine& line);
 
  private:
   using Words = std::vector<std::string>;
 
-  /// The commands answer whether their words made sense.
+  /// The commands return whether their words are valid.
   bool time(const Words& words);
   bool suspend(const Words& words);
   bool seekable(const Words& words);
@@ -75,7 +75,7 @@ std::optional<CMTime> onlyTime(const std::vector<std::string>& words) {
   return words.size() == 2 ? timeFromWord(words[1]) : std::nullopt;
 }
 
-/// Absent when the words are neither ranges nor "empty" nor "none".
+/// Absent unless the words are ranges, "empty" or "none".
 std::optional<TarnLumoProgressTracker::TimeRanges> parseRanges(const std::vector<std::string>& words) {
   if (words.size() < 2) return std::nullopt;
   std::vector<CMTimeRange> ranges;

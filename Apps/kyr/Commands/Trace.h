@@ -9,12 +9,12 @@ namespace tarn::cli {
 
 struct TraceOptions {
   SourceOptions source;
-  std::optional<std::string> input;  ///< Standard input without one.
+  std::optional<std::string> input;  ///< Absent: standard input.
   bool json = false;
 };
 
-/// Feeds a log of player times through the tracker and the analytics and prints what they do, beacons
-/// included, which are not sent. Answers the exit status.
+/// Feeds a log of player times through the tracker and the analytics and prints their events and beacons; no
+/// beacon is sent. Returns the exit status.
 [[nodiscard]] int runTrace(const TraceOptions& options);
 
 }  // namespace tarn::cli

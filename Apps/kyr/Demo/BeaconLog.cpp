@@ -47,9 +47,9 @@ std::string beaconName(std::string_view target) {
   const std::string_view slug = path.substr(0, slash);
   const std::string_view event = slash == std::string_view::npos ? "" : path.substr(slash + 1);
   std::string_view title = slug;
-  const auto stretches = demoStretches(demoCuts().front());
-  for (const auto& stretch : stretches) {
-    if (stretch.slug == slug) title = stretch.picture.title;
+  const auto sections = demoSections(demoCuts().front());
+  for (const auto& section : sections) {
+    if (section.slug == slug) title = section.picture.title;
   }
   std::string name = printable(title);
   name.resize(name.size() + kTitleColumns - std::min(columns(name), kTitleColumns), ' ');

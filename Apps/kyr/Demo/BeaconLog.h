@@ -13,13 +13,13 @@ namespace tarn::cli {
 /// The beacons that the demo service has received, oldest first. Any thread.
 class BeaconLog {
  public:
-  /// More than a viewer sends in a day; beyond it the oldest are forgotten.
+  /// More than a viewer sends in a day; beyond it the oldest are removed.
   static constexpr std::size_t kCapacity = 10'000;
 
-  /// Times count from now.
+  /// Times are counted from now.
   BeaconLog() = default;
 
-  /// Keeps the beacon and prints it. `target` is the path with the query, as it came over the wire; `url` the
+  /// Keeps the beacon and prints it. `target` is the path with the query, as it was received; `url` the
   /// whole URL.
   void receive(std::string_view target, std::string url);
 
@@ -34,11 +34,11 @@ class BeaconLog {
   };
 
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-  mutable std::mutex mutex_;  // guards what follows, and the order of the printed lines
+  mutable std::mutex mutex_;  // guards the members below, and the order of the printed lines
   std::deque<Beacon> beacons_;
 };
 
-/// What people call a beacon: "AD 1 of 2 · pre-roll   firstQuartile". Control characters do not get through.
+/// A beacon's readable name: "AD 1 of 2 · pre-roll   firstQuartile", without control characters.
 [[nodiscard]] std::string beaconName(std::string_view target);
 
 }  // namespace tarn::cli

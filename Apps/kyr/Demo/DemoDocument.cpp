@@ -87,22 +87,22 @@ std::string clock(double seconds) {
   return fmt::format("{:02}:{:02}:{:06.3f}", whole / 3600, whole / 60 % 60, std::fmod(seconds, 60));
 }
 
-/// One ad of the document; writes URLs as ad servers do.
+/// One ad of the document, with URLs written as ad servers do.
 class AdWriter {
  public:
-  AdWriter(const DemoStretch& stretch, std::string_view baseURL) : stretch_(stretch), base_(baseURL) {}
+  AdWriter(const DemoSection& section, std::string_view baseURL) : section_(section), base_(baseURL) {}
 
   [[nodiscard]] std::string write() const {
-    const auto& picture = stretch_.picture;
+    const auto& picture = section_.picture;
     return fmt::format(
-        kAd, fmt::arg("adId", stretch_.adId), fmt::arg("title", picture.title),
-        fmt::arg("slug", stretch_.slug), fmt::arg("breakName", stretch_.breakName),
+        kAd, fmt::arg("adId", section_.adId), fmt::arg("title", picture.title),
+        fmt::arg("slug", section_.slug), fmt::arg("breakName", section_.breakName),
         fmt::arg("colour", picture.colour), fmt::arg("duration", clock(picture.seconds)),
         fmt::arg("skip", skipAttribute()), fmt::arg("impression", beacon("impression", 14)),
         fmt::arg("partnerImpression", beacon("partner-impression", 14)), fmt::arg("tracking", tracking()),
-        fmt::arg("clickThrough", wrapped(fmt::format("{}/landing/{}", base_, stretch_.adId), 22)),
+        fmt::arg("clickThrough", wrapped(fmt::format("{}/landing/{}", base_, section_.adId), 22)),
         fmt::arg("clickTracking", beacon("click", 22)),
-        fmt::arg("banner", wrapped(fmt::format("{}/banner/{}.svg", base_, stretch_.adId), 22)),
+        fmt::arg("banner", wrapped(fmt::format("{}/banner/{}.svg", base_, section_.adId), 22)),
         fmt::arg("companionView", beacon("companion-view", 24)),
         fmt::arg("companionClick", beacon("companion-click", 22)));
   }
@@ -113,21 +113,21 @@ class AdWriter {
   }
 
   [[nodiscard]] std::string beacon(std::string_view event, int indentation) const {
-    return wrapped(fmt::format("{}/beacon/{}/{}?ad={}&cb=[CACHEBUSTING]&ts=[TIMESTAMP]", base_, stretch_.slug,
-                               event, stretch_.adId),
+    return wrapped(fmt::format("{}/beacon/{}/{}?ad={}&cb=[CACHEBUSTING]&ts=[TIMESTAMP]", base_, section_.slug,
+                               event, section_.adId),
                    indentation);
   }
 
   [[nodiscard]] std::string skipAttribute() const {
-    return stretch_.skipAfter > 0 ? fmt::format(" skipoffset=\"{}\"", clock(stretch_.skipAfter)) : "";
+    return section_.skipAfter > 0 ? fmt::format(" skipoffset=\"{}\"", clock(section_.skipAfter)) : "";
   }
 
   [[nodiscard]] std::string tracking() const {
-    const double length = stretch_.picture.seconds;
+    const double length = section_.picture.seconds;
     std::string text = event("creativeView") + event("start", 0) + event("firstQuartile", length / 4) +
                        event("midpoint", length / 2) + event("thirdQuartile", length * 3 / 4) +
                        event("complete");
-    if (stretch_.skipAfter > 0) text += event("skip");
+    if (section_.skipAfter > 0) text += event("skip");
     return text;
   }
 
@@ -140,14 +140,14 @@ class AdWriter {
                        offset, beacon(name, 22));
   }
 
-  const DemoStretch& stretch_;
+  const DemoSection& section_;
   const std::string_view base_;
 };
 
-int lengthOf(const std::vector<DemoStretch>& stretches, bool contentOnly) {
+int lengthOf(const std::vector<DemoSection>& sections, bool contentOnly) {
   int length = 0;
-  for (const auto& stretch : stretches) {
-    if (!contentOnly || !stretch.isAd()) length += stretch.picture.seconds;
+  for (const auto& section : sections) {
+    if (!contentOnly || !section.isAd()) length += section.picture.seconds;
   }
   return length;
 }
@@ -160,10 +160,10 @@ std::string offsetText(int contentTime, int contentLength) {
 }  // namespace
 
 std::string demoDocument(const DemoCut& cut, std::string_view baseURL, std::string_view streamURL) {
-  const auto stretches = demoStretches(cut);
-  const int contentLength = lengthOf(stretches, true);
+  const auto sections = demoSections(cut);
+  const int contentLength = lengthOf(sections, true);
   std::string text =
-      fmt::format(kHead, fmt::arg("stream", streamURL), fmt::arg("payload", lengthOf(stretches, false)),
+      fmt::format(kHead, fmt::arg("stream", streamURL), fmt::arg("payload", lengthOf(sections, false)),
                   fmt::arg("content", contentLength));
   for (const int time : kImpressionTimes) {
     text += fmt::format(kImpression, fmt::arg("base", baseURL), fmt::arg("time", time));
@@ -171,16 +171,16 @@ std::string demoDocument(const DemoCut& cut, std::string_view baseURL, std::stri
   text += "    </mh:contentImpressions>\n  </vmap:Extensions>\n";
 
   int contentTime = 0;
-  for (const auto& stretch : stretches) {
-    if (!stretch.isAd()) {
-      contentTime += stretch.picture.seconds;
+  for (const auto& section : sections) {
+    if (!section.isAd()) {
+      contentTime += section.picture.seconds;
       continue;
     }
     // Ad services write the element's name either way.
-    const char* data = stretch.breakName.starts_with("mid") ? "VASTData" : "VASTAdData";
-    text += fmt::format(kBreak, fmt::arg("breakName", stretch.breakName), fmt::arg("slug", stretch.slug),
+    const char* data = section.breakName.starts_with("mid") ? "VASTData" : "VASTAdData";
+    text += fmt::format(kBreak, fmt::arg("breakName", section.breakName), fmt::arg("slug", section.slug),
                         fmt::arg("offset", offsetText(contentTime, contentLength)), fmt::arg("data", data),
-                        fmt::arg("ad", AdWriter(stretch, baseURL).write()));
+                        fmt::arg("ad", AdWriter(section, baseURL).write()));
   }
   return text + "</vmap:VMAP>\n";
 }

@@ -7,9 +7,9 @@
 
 namespace tarn::cli {
 
-/// The VMAP 1.0.1 document of a cut of the demo, in the manner of real ad servers: indented, URLs wrapped in
-/// CDATA and line breaks, with macros left in them. `baseURL` is the service's, without a slash at its end;
-/// `streamURL` is what the document names as the stitched stream.
+/// The VMAP 1.0.1 document of a cut of the demo, written as real ad servers do: indented, URLs inside CDATA
+/// and line breaks, with macros in them. `baseURL` is the service's, without a slash at its end; `streamURL`
+/// is the stitched stream's URL in the document.
 [[nodiscard]] std::string demoDocument(const DemoCut& cut, std::string_view baseURL,
                                        std::string_view streamURL);
 

@@ -48,8 +48,8 @@ std::optional<int> localPort(int descriptor) {
   return ntohs(address.sin_port);
 }
 
-/// Ends the connections of this process's server. They wait for a next request for long, because a server
-/// that closes idle ones loses the beacon that is sent at that moment.
+/// Closes the connections of this process's server. It keeps idle connections for a long time, because a
+/// beacon that is sent while the server closes its connection is lost.
 void closeConnections(int port) {
   constexpr int kDescriptors = 4096;
   for (int descriptor = 3; descriptor < kDescriptors; ++descriptor) {
@@ -59,22 +59,23 @@ void closeConnections(int port) {
 
 /// 0xRRGGBB, as in the pictures of the ad.
 std::uint32_t brandColour(std::string_view adId) {
-  for (const auto& stretch : demoStretches(demoCuts().front())) {
-    if (stretch.adId == adId) return stretch.picture.colour;
+  for (const auto& section : demoSections(demoCuts().front())) {
+    if (section.adId == adId) return section.picture.colour;
   }
   return 0x1b2631;
 }
 
 }  // namespace
 
-/// What the server answers. The handlers run on the server's threads and share only what locks for itself.
+/// The server's responses. The handlers run on the server's threads and share only objects with their own
+/// lock.
 class DemoServer::Routes {
  public:
   explicit Routes(std::filesystem::path segments) : segments_(std::move(segments)) {
     server_.new_task_queue = [] { return new httplib::ThreadPool(64); };
     server_.set_keep_alive_max_count(1'000'000);
     server_.set_keep_alive_timeout(120);
-    // Without the option to share a port, which would hide that it is taken.
+    // Not with the option to share a port, which would hide that the port is in use.
     server_.set_socket_options([](socket_t socket) {
       const int yes = 1;
       setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);

@@ -12,7 +12,7 @@ namespace tarn::cli {
 /// The demo service's HTTP server, on a thread of its own.
 class DemoServer {
  public:
-  /// Serves as soon as it has been made. `segments` is the folder of the demo stream's files.
+  /// Serves from its construction on. `segments` is the folder of the demo stream's files.
   [[nodiscard]] static Result<std::unique_ptr<DemoServer>> listen(int port, std::filesystem::path segments);
   DemoServer(const DemoServer&) = delete;
   DemoServer& operator=(const DemoServer&) = delete;

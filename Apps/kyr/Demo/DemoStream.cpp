@@ -20,12 +20,12 @@ namespace fs = std::filesystem;
 
 const TestPictureFormat kFormat;
 
-/// Marks the cached stream; to be raised when what the makers of the stream do with the recipe changes.
+/// The version of the cached stream. Increase it when the code that makes the stream changes its output.
 constexpr int kRecipeVersion = 2;
 
-const std::vector<DemoStretch>& wholeStream() {
+const std::vector<DemoSection>& wholeStream() {
   constexpr const char* kContent = "ball animation-mode=frames";
-  static const std::vector<DemoStretch> stretches{
+  static const std::vector<DemoSection> sections{
       {"pre-roll-1", "pre-roll", "kyr-coffee", 0, {"AD 1 of 2 · pre-roll", 6, "solid-color", 0xb9770e, 523}},
       {"pre-roll-2", "pre-roll", "kyr-bicycle", 0, {"AD 2 of 2 · pre-roll", 6, "solid-color", 0x8e44ad, 587}},
       {"content-1", "", "", 0, {"CONTENT · part 1", 14, kContent, 0x3498db, 220}},
@@ -39,15 +39,15 @@ const std::vector<DemoStretch>& wholeStream() {
       {"content-3", "", "", 0, {"CONTENT · part 3", 12, kContent, 0xaab7b8, 262}},
       {"post-roll", "post-roll", "kyr-music", 0, {"AD · post-roll", 6, "solid-color", 0xa93226, 784}},
   };
-  return stretches;
+  return sections;
 }
 
-bool belongsTo(const DemoCut& cut, const DemoStretch& stretch) {
-  return !stretch.isAd() ||
-         std::find(cut.breaks.begin(), cut.breaks.end(), stretch.breakName) != cut.breaks.end();
+bool belongsTo(const DemoCut& cut, const DemoSection& section) {
+  return !section.isAd() ||
+         std::find(cut.breaks.begin(), cut.breaks.end(), section.breakName) != cut.breaks.end();
 }
 
-/// A name that changes with everything that the stream is made of.
+/// A name that depends on all inputs of the stream.
 std::string folderName() {
   std::string recipe = fmt::format("{} {} {} {} {}", kRecipeVersion, kFormat.width, kFormat.height,
                                    kFormat.framesPerSecond, kFormat.segmentSeconds);
@@ -62,25 +62,25 @@ Error fileError(const fs::path& path, const std::error_code& code) {
   return callError(fmt::format("{}: {}", path.string(), code.message()));
 }
 
-/// A folder being filled, removed unless it was put in its place.
-class Workshop {
+/// A temporary folder, removed unless it was moved to its destination.
+class TemporaryFolder {
  public:
-  static Result<std::unique_ptr<Workshop>> open(const fs::path& media) {
+  static Result<std::unique_ptr<TemporaryFolder>> open(const fs::path& media) {
     std::string path = (media / ".making-XXXXXX").string();
     if (!mkdtemp(path.data())) return fileError(media, {errno, std::generic_category()});
-    return std::unique_ptr<Workshop>(new Workshop(path));
+    return std::unique_ptr<TemporaryFolder>(new TemporaryFolder(path));
   }
-  Workshop(const Workshop&) = delete;
-  Workshop& operator=(const Workshop&) = delete;
-  ~Workshop() {
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder() {
     std::error_code ignored;
     if (!path_.empty()) fs::remove_all(path_, ignored);
   }
 
   [[nodiscard]] const fs::path& path() const { return path_; }
 
-  /// When another process was faster its result stands, and is as good.
-  Result<void> putAt(const fs::path& target) {
+  /// If another process was faster its result is kept; it is the same.
+  Result<void> moveTo(const fs::path& target) {
     std::error_code code;
     fs::rename(path_, target, code);
     if (!code) path_.clear();
@@ -89,17 +89,17 @@ class Workshop {
   }
 
  private:
-  explicit Workshop(fs::path path) : path_(std::move(path)) {}
+  explicit TemporaryFolder(fs::path path) : path_(std::move(path)) {}
   fs::path path_;
 };
 
-/// What processes that were killed have left behind.
-void removeOldWorkshops(const fs::path& media) {
+/// Removes the temporary folders of processes that were killed.
+void removeOldTemporaryFolders(const fs::path& media) {
   std::error_code ignored;
   for (const auto& entry : fs::directory_iterator(media, ignored)) {
-    const bool isWorkshop = entry.path().filename().string().starts_with(".making-");
+    const bool isTemporary = entry.path().filename().string().starts_with(".making-");
     const auto age = fs::file_time_type::clock::now() - entry.last_write_time(ignored);
-    if (isWorkshop && age > std::chrono::hours(1)) fs::remove_all(entry.path(), ignored);
+    if (isTemporary && age > std::chrono::hours(1)) fs::remove_all(entry.path(), ignored);
   }
 }
 
@@ -118,11 +118,11 @@ const std::vector<DemoCut>& demoCuts() {
   return cuts;
 }
 
-std::vector<DemoStretch> demoStretches(const DemoCut& cut) {
-  std::vector<DemoStretch> stretches;
-  std::copy_if(wholeStream().begin(), wholeStream().end(), std::back_inserter(stretches),
-               [&](const DemoStretch& stretch) { return belongsTo(cut, stretch); });
-  return stretches;
+std::vector<DemoSection> demoSections(const DemoCut& cut) {
+  std::vector<DemoSection> sections;
+  std::copy_if(wholeStream().begin(), wholeStream().end(), std::back_inserter(sections),
+               [&](const DemoSection& section) { return belongsTo(cut, section); });
+  return sections;
 }
 
 std::string demoPlaylist(const DemoCut& cut) {
@@ -132,9 +132,9 @@ std::string demoPlaylist(const DemoCut& cut) {
       kFormat.segmentSeconds);
   int segment = 0;
   int next = 0;  // the segment that would follow the last one without a gap
-  for (const auto& stretch : wholeStream()) {
-    const int end = segment + stretch.picture.seconds / kFormat.segmentSeconds;
-    if (belongsTo(cut, stretch)) {
+  for (const auto& section : wholeStream()) {
+    const int end = segment + section.picture.seconds / kFormat.segmentSeconds;
+    if (belongsTo(cut, section)) {
       if (segment != next && next > 0) text += "#EXT-X-DISCONTINUITY\n";
       for (; segment < end; ++segment) {
         text += fmt::format("#EXTINF:{:.3f},\n{}\n", static_cast<double>(kFormat.segmentSeconds),
@@ -160,15 +160,15 @@ Result<fs::path> provideDemoStream(const fs::path& media, const TestPictureProgr
   if (fs::is_directory(target, code)) return target;
   fs::create_directories(media, code);
   if (code) return fileError(media, code);
-  removeOldWorkshops(media);
+  removeOldTemporaryFolders(media);
 
-  auto workshop = Workshop::open(media);
-  if (!workshop) return workshop.error();
+  auto folder = TemporaryFolder::open(media);
+  if (!folder) return folder.error();
   std::vector<TestPicture> pictures;
-  for (const auto& stretch : wholeStream()) pictures.push_back(stretch.picture);
-  if (auto made = makeTestPictureStream(pictures, kFormat, (*workshop)->path(), progress); !made)
+  for (const auto& section : wholeStream()) pictures.push_back(section.picture);
+  if (auto made = makeTestPictureStream(pictures, kFormat, (*folder)->path(), progress); !made)
     return made.error();
-  if (auto put = (*workshop)->putAt(target); !put) return put.error();
+  if (auto moved = (*folder)->moveTo(target); !moved) return moved.error();
   return target;
 }
 

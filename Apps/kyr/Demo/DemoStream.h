@@ -10,12 +10,12 @@
 
 namespace tarn::cli {
 
-/// One stretch of the demo's stitched stream, content or one ad.
-struct DemoStretch {
+/// One section of the demo's stitched stream: content or one ad.
+struct DemoSection {
   std::string slug;       ///< Unique; used in beacon URLs.
   std::string breakName;  ///< Of the ad break that it belongs to; empty for content.
   std::string adId;       ///< Empty for content.
-  int skipAfter = 0;      ///< Seconds until the ad may be skipped; 0 when it may not.
+  int skipAfter = 0;      ///< Seconds until the ad can be skipped; 0 when it cannot.
   TestPicture picture;
 
   [[nodiscard]] bool isAd() const { return !breakName.empty(); }
@@ -31,17 +31,17 @@ struct DemoCut {
 /// "demo" with every break comes first.
 [[nodiscard]] const std::vector<DemoCut>& demoCuts();
 
-/// The stretches of a cut in stream order.
-[[nodiscard]] std::vector<DemoStretch> demoStretches(const DemoCut& cut);
+/// The sections of a cut in stream order.
+[[nodiscard]] std::vector<DemoSection> demoSections(const DemoCut& cut);
 
-/// An HLS playlist (RFC 8216) of the cut, whose segments stand beside it.
+/// An HLS playlist (RFC 8216) of the cut, whose segments are in the same folder.
 [[nodiscard]] std::string demoPlaylist(const DemoCut& cut);
 
 /// $XDG_CACHE_HOME/kyr, else ~/.cache/kyr.
 [[nodiscard]] std::filesystem::path defaultDemoMediaFolder();
 
-/// The folder of the demo's segments inside `media`, which are made when they are not there yet. They appear
-/// all at once, however many processes make them and whenever one of them is ended.
+/// The folder of the demo's segments inside `media`; makes missing segments. The folder appears complete or
+/// not at all, even if several processes make it or one is ended meanwhile.
 [[nodiscard]] Result<std::filesystem::path> provideDemoStream(const std::filesystem::path& media,
                                                               const TestPictureProgress& progress);
 

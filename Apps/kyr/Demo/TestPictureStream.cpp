@@ -28,7 +28,7 @@ struct Encoder {
   const char* description;  // {} is the number of pictures, or nothing, from key picture to key picture
 };
 
-/// In order of preference. No key pictures but the regular ones, which the segments begin with.
+/// In order of preference. Key pictures only at the regular interval, at the beginning of each segment.
 constexpr std::array kVideoEncoders{
     Encoder{"x264enc", "x264enc speed-preset=ultrafast bitrate=800 key-int-max={} option-string=scenecut=0"},
     Encoder{"openh264enc",
@@ -43,7 +43,7 @@ Error failure(std::string description) {
   return Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::other, std::move(description));
 }
 
-/// GStreamer's error as ours; frees it.
+/// Converts GStreamer's error and frees it.
 Error takeError(GError* error) {
   Error result = Error::make(g_quark_to_string(error->domain), error->code, error->message);
   g_error_free(error);
@@ -59,8 +59,8 @@ Result<const char*> findEncoder(const std::array<Encoder, size>& encoders) {
   return requireGStreamerElement(encoders.front().factory).error();
 }
 
-/// Stretches meet in a concat for the picture and one for the sound; texts and the place of the files are set
-/// afterwards, because they would have to be quoted here.
+/// One concat element joins the sections' pictures, another their sound; texts and file paths are set later,
+/// because here they would have to be quoted.
 Result<std::string> describe(const std::vector<TestPicture>& pictures, const TestPictureFormat& format) {
   for (const char* element : kOtherElements) {
     if (const auto found = requireGStreamerElement(element); !found) return found.error();
@@ -83,7 +83,7 @@ Result<std::string> describe(const std::vector<TestPicture>& pictures, const Tes
       fmt::format(fmt::runtime(*video), keyDistance), *audio);
   for (std::size_t i = 0; i < pictures.size(); ++i) {
     const auto& picture = pictures[i];
-    // The muxer waits for ever for the end of sound that outlasts the picture.
+    // The muxer waits without end if the sound is longer than the picture.
     const int cut = i + 1 == pictures.size() ? 3 : 0;
     text += fmt::format(
         "videotestsrc pattern={} foreground-color={} background-color={} num-buffers={} "
@@ -101,7 +101,7 @@ Result<std::string> describe(const std::vector<TestPicture>& pictures, const Tes
   return text;
 }
 
-/// Text that a printf format yields as it stands.
+/// Escapes text for a printf format.
 std::string asFormat(std::string_view text) {
   std::string format;
   for (const char c : text) format.append(c == '%' ? 2 : 1, c);

@@ -17,10 +17,10 @@ constexpr double kBarHeight = 38;
 constexpr double kMarkRowHeight = 13;
 constexpr double kPixelsPerSecond = 24;  // breaks of up to 50 s share this scale
 constexpr double kNarrowestBar = 420;
-constexpr std::size_t kMostAds = 40;
-constexpr std::size_t kMostNames = 12;
+constexpr std::size_t kMaxAds = 40;
+constexpr std::size_t kMaxNames = 12;
 
-/// Something at an instant of an ad.
+/// A mark at an instant of an ad.
 struct Mark {
   double x;
   std::string label;
@@ -28,8 +28,8 @@ struct Mark {
   std::string_view labelStyle;
 };
 
-/// Sets labels beside their marks in a few rows, the first in which there is room; a label that finds none is
-/// left out, its mark stays.
+/// Places each label beside its mark in the first of a few rows that has room; without room only the mark is
+/// drawn.
 class MarkRows {
  public:
   explicit MarkRows(double right) : right_(right) {}
@@ -76,7 +76,7 @@ void addMarks(std::vector<Mark>& marks, const TarnLumoAd& ad, const TimeScale& s
   for (const auto& event : ad.trackingEventsCollection()->orderedEventsWithOffsets()) {
     if (!isInside(event->offset())) continue;
     const double x = at(event->offset());
-    if (x - previous < 1) continue;  // one mark tells of all at an instant
+    if (x - previous < 1) continue;  // one mark stands for all events at an instant
     previous = x;
     marks.push_back({x, fmt::format("{} {}", clipped(eventName(*event), 24), secondsText(event->offset())),
                      "event", "eventlabel"});
@@ -90,7 +90,7 @@ std::vector<Mark> marksOf(const TarnLumoAdSequence::Ads& ads, const TimeScale& s
   return marks;
 }
 
-/// Answers the height that the labels take below the bar.
+/// Returns the height of the labels below the bar.
 double drawMarks(SvgWriter& svg, const std::vector<Mark>& marks, double barEnd) {
   MarkRows rows(kPageMargin + kDrawingWidth);
   std::vector<std::pair<const Mark*, Point>> labels;
@@ -100,7 +100,7 @@ double drawMarks(SvgWriter& svg, const std::vector<Mark>& marks, double barEnd) 
     svg.line({mark.x, barEnd - 6}, {mark.x, foot}, mark.lineStyle);
     if (row) labels.push_back({&mark, {mark.x + 3, foot + 1}});
   }
-  // A mark's line may cross labels above its own; the labels come last and keep clear of it by their halo.
+  // A mark's line may cross labels of upper rows; the labels are drawn last, with a halo that hides the line.
   for (const auto& [mark, at] : labels) svg.text(at, mark->labelStyle, mark->label);
   return rows.height();
 }
@@ -118,7 +118,7 @@ std::string otherEvents(const TarnLumoAd& ad) {
     const bool isElsewhere = std::any_of(events.begin(), events.end(),
                                          [&ad](const auto& event) { return isAtNoSetTime(*event, ad); });
     if (!isElsewhere) continue;
-    if (++count > kMostNames) return names + " …";
+    if (++count > kMaxNames) return names + " …";
     names += (names.empty() ? "" : ", ") + clipped(eventName(*events.front()), 24);
   }
   return names;
@@ -150,12 +150,12 @@ std::string headingNote(const TarnLumoAdSequence& sequence) {
                      secondsText(sequence.duration()), counted(sequence.ads().size(), "ad"));
 }
 
-/// The ads that are drawn: those with a place, up to a number.
+/// The ads that are drawn: those with a position, up to a maximum number.
 TarnLumoAdSequence::Ads drawnAds(const TarnLumoAdSequence& sequence) {
   TarnLumoAdSequence::Ads ads;
   for (const auto& ad : sequence.ads()) {
     if (isPlaced(ad->beginTime(), ad->endTime())) ads.push_back(ad);
-    if (ads.size() == kMostAds) break;
+    if (ads.size() == kMaxAds) break;
   }
   return ads;
 }

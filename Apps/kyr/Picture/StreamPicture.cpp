@@ -18,9 +18,9 @@ constexpr double kStreamHeight = 40;
 constexpr double kFoldHeight = 58;
 constexpr double kContentHeight = 20;
 constexpr double kNarrowestBreak = 2;
-/// With more, breaks and the content between them are too narrow to tell apart.
-constexpr std::size_t kMostBreaks = 300;
-/// Pixels over which the share of ads is then told.
+/// With more, breaks and the content between them are too narrow to distinguish.
+constexpr std::size_t kMaxBreaks = 300;
+/// The width in pixels of the columns whose share of ads is then drawn.
 constexpr double kShareColumn = 4;
 
 /// An interval of pixels.
@@ -72,11 +72,11 @@ void drawBreaks(SvgWriter& svg, const std::vector<NumberedStretch>& breaks, doub
   }
 }
 
-/// The part of each column that breaks take, 0 to 1.
+/// The share of each column that breaks cover, 0 to 1.
 std::vector<double> breakShares(const std::vector<NumberedStretch>& breaks) {
   constexpr auto kColumns = static_cast<std::size_t>(kDrawingWidth / kShareColumn);
   std::vector<double> partial(kColumns, 0.0);
-  std::vector<int> coverChange(kColumns + 1, 0);  // columns that a break takes whole, as a running difference
+  std::vector<int> coverChange(kColumns + 1, 0);  // columns that a break covers completely, as differences
   for (const auto& numbered : breaks) {
     const auto columnOf = [](double x) {
       return std::clamp((x - kPageMargin) / kShareColumn, 0.0, static_cast<double>(kColumns));
@@ -102,7 +102,7 @@ std::vector<double> breakShares(const std::vector<NumberedStretch>& breaks) {
   return partial;
 }
 
-/// Many breaks: a tint that tells how much of the stream around a place is ads.
+/// Many breaks: the tint shows the share of ads in that part of the stream.
 void drawBreakShares(SvgWriter& svg, const std::vector<NumberedStretch>& breaks, double top) {
   const auto tintOf = [](double share) { return share > 0 ? std::max(1L, std::lround(share * 10)) : 0L; };
   const auto shares = breakShares(breaks);
@@ -156,7 +156,7 @@ void drawSegments(SvgWriter& svg, const std::vector<JoinedSegment>& segments, do
   }
 }
 
-/// Marks the content times at which breaks sit.
+/// Marks the content times of the breaks.
 void drawFolds(SvgWriter& svg, const std::vector<JoinedSegment>& segments, const TimeScale& content,
                double contentTop) {
   double last = -kPageWidth;
@@ -201,7 +201,7 @@ double drawStream(SvgWriter& svg, double top, const TarnLumoTimeline& timeline) 
   }
   const TimeScale absolute(span, kPageMargin, kDrawingWidth);
   const auto breaks = breakStretches(timeline, absolute);
-  const bool isDense = breaks.size() > kMostBreaks;
+  const bool isDense = breaks.size() > kMaxBreaks;
   const double streamTop = top + 44;
   const double contentTop = streamTop + kStreamHeight + kFoldHeight;
   svg.text({kPageMargin, top + 10}, "heading", "Absolute time: the stitched stream");
@@ -211,7 +211,7 @@ double drawStream(SvgWriter& svg, double top, const TarnLumoTimeline& timeline) 
   double bottom = streamTop + kStreamHeight + 22;
   const double length = contentSeconds(timeline);
   if (length > 0) {
-    // Content is as long here as above, so that the eye can compare.
+    // Content has the same scale as above, so that the lengths can be compared.
     const double width = std::min(kDrawingWidth, kDrawingWidth * length / span.length());
     const TimeScale content({0, length}, kPageMargin + (kDrawingWidth - width) / 2, width);
     auto segments = joinedSegments(timeline, absolute, content);

@@ -12,7 +12,7 @@
 namespace tarn::cli {
 namespace {
 
-/// The mean of the sans-serif fonts in use; a wide one (DejaVu) is what sets it.
+/// The mean character width of a wide sans-serif font (DejaVu).
 constexpr double kCharacterWidth = 0.6;
 
 /// Printable text holds no characters that XML forbids but these two.
@@ -45,7 +45,7 @@ std::string escaped(std::string_view raw) {
   return result;
 }
 
-/// A tenth of a pixel is as fine as anyone sees.
+/// A tenth of a pixel is below what is visible.
 double rounded(double value) {
   return std::round(value * 10.0) / 10.0;
 }

@@ -18,8 +18,8 @@ struct Box {
   double height;
 };
 
-/// Collects the shapes of a picture. `style` names classes of the picture's style sheet; texts come from
-/// anyone and are escaped here.
+/// Collects the shapes of a picture. `style` names classes of the picture's style sheet; texts may be hostile
+/// and are escaped here.
 class SvgWriter {
  public:
   void rectangle(const Box& box, std::string_view style, std::string_view tooltip = {});
@@ -28,7 +28,7 @@ class SvgWriter {
   /// `at` is the text's anchor on its base line.
   void text(Point at, std::string_view style, std::string_view text);
 
-  /// The whole document; `description` is for readers who cannot see it.
+  /// The whole document; `description` is for screen readers.
   [[nodiscard]] std::string document(double width, double height, std::string_view styleSheet,
                                      std::string_view definitions, std::string_view description) const;
 
@@ -38,7 +38,7 @@ class SvgWriter {
 
 /// `text` cut so that it takes about `width` at a font size.
 [[nodiscard]] std::string fitted(std::string_view text, double width, double fontSize);
-/// About what `text` takes at a font size; the true width depends on the reader's fonts.
+/// The approximate width of `text` at a font size; the exact one depends on the reader's fonts.
 [[nodiscard]] double textWidth(std::string_view text, double fontSize);
 
 }  // namespace tarn::cli

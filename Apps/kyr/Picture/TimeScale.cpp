@@ -10,7 +10,7 @@ namespace tarn::cli {
 namespace {
 
 constexpr double kPixelsPerTick = 110;
-/// From here on clock times are harder to read than powers of ten.
+/// Beyond this, clock times are harder to read than powers of ten.
 constexpr double kClockLimit = 1000.0 * 3600.0;
 
 /// The smallest of 1, 2 and 5 times a power of ten that is not less than `least`.

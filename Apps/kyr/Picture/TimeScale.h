@@ -23,7 +23,7 @@ class TimeScale {
     double x;
     std::string label;
   };
-  /// About one for every 110 pixels, at times that people count in.
+  /// About one for every 110 pixels, at round clock times.
   [[nodiscard]] std::vector<Tick> ticks() const;
 
  private:

@@ -15,11 +15,11 @@
 namespace tarn::cli {
 namespace {
 
-constexpr std::size_t kMostBreaksApart = 16;
-constexpr std::size_t kMostListed = 8;
+constexpr std::size_t kMaxBreaksDrawn = 16;
+constexpr std::size_t kMaxListed = 8;
 constexpr double kRowHeight = 16;
 
-/// Draws the page from top to bottom; `y_` is where the next part begins.
+/// Draws the page from top to bottom; `y_` is the upper edge of the next part.
 class Page {
  public:
   Page(const LoadedTimeline& loaded, const std::string& source)
@@ -102,7 +102,7 @@ void Page::drawLegend() {
 void Page::drawBreaks() {
   const auto& sequences = timeline_.adSequences();
   std::size_t drawn = 0;
-  for (std::size_t i = 0; i < sequences.size() && drawn < kMostBreaksApart; ++i) {
+  for (std::size_t i = 0; i < sequences.size() && drawn < kMaxBreaksDrawn; ++i) {
     if (!isPlaced(sequences[i]->beginTime(), sequences[i]->endTime())) continue;
     if (drawn++ == 0) {
       svg_.line({kPageMargin, y_ - 14}, {kPageMargin + kDrawingWidth, y_ - 14}, "rule");
@@ -138,7 +138,7 @@ void Page::drawPanel(std::string_view style, std::string_view heading, const std
 void Page::drawImpressions() {
   const auto& impressions = timeline_.contentImpressions();
   std::vector<std::string> rows;
-  for (std::size_t i = 0; i < std::min(impressions.size(), kMostListed); ++i) {
+  for (std::size_t i = 0; i < std::min(impressions.size(), kMaxListed); ++i) {
     rows.push_back(fmt::format("{}   {}", clockText(impressions[i]->logicalTime()),
                                impressions[i]->url() ? impressions[i]->url()->absoluteString() : "no URL"));
   }
@@ -152,7 +152,7 @@ void Page::drawNotPlaced() {
   for (std::size_t i = 0; i < sequences.size(); ++i) {
     const auto& sequence = *sequences[i];
     if (isPlaced(sequence.beginTime(), sequence.endTime())) continue;
-    if (++total > kMostListed) continue;
+    if (++total > kMaxListed) continue;
     rows.push_back(fmt::format("Break {}: begin {}, end {}, {}", i, clockText(sequence.beginTime()),
                                clockText(sequence.endTime()), counted(sequence.ads().size(), "ad")));
   }
@@ -161,7 +161,7 @@ void Page::drawNotPlaced() {
 
 void Page::drawWarnings() {
   std::vector<std::string> rows;
-  for (std::size_t i = 0; i < std::min(loaded_.warnings.size(), kMostListed); ++i) {
+  for (std::size_t i = 0; i < std::min(loaded_.warnings.size(), kMaxListed); ++i) {
     const auto& warning = loaded_.warnings[i];
     rows.push_back(warning.line ? fmt::format("line {}: {}", *warning.line, warning.message)
                                 : warning.message);

@@ -15,13 +15,13 @@ namespace {
 
 constexpr std::array kSignals{SIGINT, SIGTERM};
 
-/// Where the handler writes; a handler can be told nothing else.
+/// The pipe end that the handler writes to; a handler takes no arguments.
 std::atomic<int> handlerEnd = -1;
 
 void onSignal(int /*signal*/) {
   const int savedError = errno;
   const char byte = 1;
-  [[maybe_unused]] const auto written = write(handlerEnd, &byte, 1);  // a full pipe says the same
+  [[maybe_unused]] const auto written = write(handlerEnd, &byte, 1);  // a full pipe reports the request too
   errno = savedError;
 }
 

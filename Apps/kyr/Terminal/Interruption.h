@@ -2,8 +2,8 @@
 
 namespace tarn::cli {
 
-/// The wish to end, from SIGINT or SIGTERM, as something to ask and to wait for. While one exists these
-/// signals do not end the process by themselves. One at a time.
+/// Reports a request to end by SIGINT or SIGTERM, to check or to wait for. While it exists these signals do
+/// not end the process. One at a time.
 class Interruption {
  public:
   Interruption();
@@ -13,7 +13,7 @@ class Interruption {
 
   [[nodiscard]] bool requested() const;
   void wait() const;
-  /// Readable once it was requested; for `poll`.
+  /// Readable after the request; for `poll`.
   [[nodiscard]] int descriptor() const { return readEnd_; }
 
  private:

@@ -28,8 +28,8 @@ using Json = nlohmann::ordered_json;
 
 /// Writes one line to standard output.
 void printRecord(const Json& record);
-/// Writes one line to standard output and flushes it, so that a reader at the other end of a pipe sees each
-/// record when it happens.
+/// Writes one line to standard output and flushes it, so that the reader of a pipe receives each record at
+/// once.
 void writeRecord(const Json& record);
 
 }  // namespace tarn::cli

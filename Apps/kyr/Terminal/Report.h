@@ -10,7 +10,7 @@ inline constexpr int kDone = 0;
 inline constexpr int kNotLoaded = 1;
 inline constexpr int kWrongCall = 2;
 
-/// Domain of the errors for which the caller is to blame: a wrong option, an unreadable file, a bad script
+/// Domain of errors of the caller: a wrong option, an unreadable file, a bad script
 /// line. The code is `kWrongCall`.
 inline constexpr const char* kCallErrorDomain = "kyr.call";
 
@@ -19,7 +19,7 @@ inline constexpr const char* kCallErrorDomain = "kyr.call";
 /// Writes "kyr: " and the text to standard error, as one printable line.
 void printMessage(std::string_view text);
 
-/// Reports why a command ends and answers its exit status: `kWrongCall` for errors of the call's domain,
+/// Reports why a command ends and returns its exit status: `kWrongCall` for errors of the call's domain,
 /// otherwise `kNotLoaded`, which with `asJson` also prints the error's object.
 [[nodiscard]] int reportFailure(const Error& error, bool asJson);
 

@@ -11,7 +11,7 @@ namespace tarn::cli {
 
 enum class Align { left, right };
 
-/// Rows of printable text in aligned columns. The last column is cut where the terminal ends.
+/// Rows of printable text in aligned columns. The last column is cut at the terminal's width.
 class Table {
  public:
   struct Column {

@@ -8,7 +8,7 @@ namespace tarn::cli {
 
 enum class Style { plain, strong, faint, content, ad, warning };
 
-/// How standard output wants its text.
+/// The capabilities of standard output.
 struct Terminal {
   bool colours = false;
   std::size_t width = 120;  ///< Columns.

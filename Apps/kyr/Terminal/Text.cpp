@@ -32,11 +32,11 @@ struct Interval {
   char32_t last;
 };
 
-/// Blocks that terminals draw two columns wide (Unicode Standard Annex 11, in coarse strokes).
+/// Blocks that terminals draw two columns wide (Unicode Standard Annex 11, simplified).
 constexpr std::array kWide{Interval{0x1100, 0x115F}, Interval{0x2E80, 0xA4CF},   Interval{0xAC00, 0xD7A3},
                            Interval{0xF900, 0xFAFF}, Interval{0xFE30, 0xFE6F},   Interval{0xFF00, 0xFF60},
                            Interval{0xFFE0, 0xFFE6}, Interval{0x1F300, 0x1FAFF}, Interval{0x20000, 0x3FFFD}};
-/// Marks that stand on the character before them.
+/// Marks that combine with the previous character.
 constexpr std::array kCombining{Interval{0x0300, 0x036F}, Interval{0x1AB0, 0x1AFF}, Interval{0x200B, 0x200D},
                                 Interval{0x20D0, 0x20FF}, Interval{0xFE00, 0xFE0F}};
 

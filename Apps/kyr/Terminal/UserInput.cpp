@@ -15,10 +15,10 @@
 namespace tarn::cli {
 namespace {
 
-/// Tells the keys from the bytes of a terminal: arrows come as control sequences (ECMA-48 §5.4).
+/// Decodes the keys from the bytes of a terminal: arrows are control sequences (ECMA-48 §5.4).
 class KeyDecoder {
  public:
-  /// The key that the byte completes, if it does.
+  /// The key that the byte completes, if any.
   std::optional<char> take(char byte) {
     switch (std::exchange(state_, State::plain)) {
       case State::plain:
@@ -46,7 +46,7 @@ class KeyDecoder {
 
 }  // namespace
 
-/// Single keys instead of lines, for as long as it lives. Ctrl-C still makes a signal.
+/// Switches the terminal from lines to single keys during its lifetime. Ctrl-C still sends a signal.
 class UserInput::RawTerminal {
  public:
   RawTerminal() {
@@ -98,7 +98,7 @@ void UserInput::run(int keys) {
     char byte = 0;
     if (key.revents == 0) continue;
     if (read(key.fd, &byte, 1) != 1) {
-      key.fd = -1;  // the terminal is gone
+      key.fd = -1;  // the terminal was closed
       continue;
     }
     const auto pressed = decoder.take(byte);

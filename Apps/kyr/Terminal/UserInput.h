@@ -9,7 +9,7 @@
 
 namespace tarn::cli {
 
-/// Passes what the user does on to the main queue: the keys of a terminal, and the wish to end.
+/// Passes the user's input to the main queue: the keys of a terminal, and the request to end.
 ///
 /// Made and destroyed on the main thread; nothing is called after it was destroyed. While it reads keys the
 /// terminal neither echoes them nor waits for a line's end.
@@ -20,7 +20,7 @@ class UserInput {
     std::function<void()> interrupted;
   };
 
-  /// Reads keys only when asked to and when standard input is a terminal whose foreground is this process.
+  /// Reads keys only if `readKeys` is set and standard input is a terminal whose foreground is this process.
   UserInput(bool readKeys, Handlers handlers);
   UserInput(const UserInput&) = delete;
   UserInput& operator=(const UserInput&) = delete;

@@ -21,29 +21,29 @@ void ControlsState::loaded(const TarnKyrSession& session) {
 }
 
 void ControlsState::lifecycle(const TarnPlaybackSessionLifecycleEvent& event) {
-  noticePlaying(event);
+  updatePlaying(event);
   if (event.is(kTarnPlaybackSessionLifecycleEventAdEnter) ||
       event.is(kTarnPlaybackSessionLifecycleEventAdProgress)) {
     ad_ = event.ad();
     adProgress_ = event.adProgress().value_or(kCMTimeZero);
   }
   if (event.is(kTarnPlaybackSessionLifecycleEventAdExit)) ad_.reset();
-  if (event.is(kTarnPlaybackSessionLifecycleEventBufferingEnter)) waits_ = true;
-  if (event.is(kTarnPlaybackSessionLifecycleEventBufferingExit)) waits_ = false;
+  if (event.is(kTarnPlaybackSessionLifecycleEventBufferingEnter)) waiting_ = true;
+  if (event.is(kTarnPlaybackSessionLifecycleEventBufferingExit)) waiting_ = false;
 }
 
-/// The Pause that announces a break, and the Play that follows it, are about the content.
-void ControlsState::noticePlaying(const TarnPlaybackSessionLifecycleEvent& event) {
+/// Ignores the Pause before a break and the Play after it, which concern only the content.
+void ControlsState::updatePlaying(const TarnPlaybackSessionLifecycleEvent& event) {
   const bool announcesBreak =
-      std::exchange(breakComes_, event.is(kTarnPlaybackSessionLifecycleEventWillPauseForAd));
+      std::exchange(breakIsNext_, event.is(kTarnPlaybackSessionLifecycleEventWillPauseForAd));
   if (event.is(kTarnPlaybackSessionLifecycleEventPlay) ||
       event.is(kTarnPlaybackSessionLifecycleEventAdResume)) {
-    plays_ = true;
+    playing_ = true;
   }
   if ((event.is(kTarnPlaybackSessionLifecycleEventPause) && !announcesBreak) ||
       event.is(kTarnPlaybackSessionLifecycleEventAdPause) ||
       event.is(kTarnPlaybackSessionLifecycleEventEnd)) {
-    plays_ = false;
+    playing_ = false;
   }
 }
 

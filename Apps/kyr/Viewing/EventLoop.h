@@ -7,11 +7,11 @@
 
 namespace tarn::cli {
 
-/// An event loop that runs the tasks of the main queue: until `done`, asked after every turn, answers true or
-/// the time is up. Answers whether `done` was reached. Main thread.
+/// An event loop that runs the tasks of the main queue: until `done`, checked after every turn, returns true
+/// or the time is over. Returns whether `done` returned true. Main thread.
 using RunUntil = std::function<bool(const std::function<bool()>& done, std::chrono::milliseconds limit)>;
 
-/// The loop of a program that has no other.
+/// The loop of a program without another event loop.
 inline bool runMainQueueUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
   return MainQueue::shared().runUntil(done, limit);
 }

@@ -9,49 +9,49 @@
 
 namespace tarn::cli {
 
-/// What a player was told to do.
+/// A call made to a player.
 struct PlayerAction {
   std::string_view name;  ///< "load", "play", "pause", "seek", "hideLayer" or "showLayer"
   std::optional<URL> url = {};
-  std::optional<CMTime> to = {};  ///< Of a seek, in absolute time, like the tolerances.
+  std::optional<CMTime> to = {};  ///< A seek's target, in absolute time.
   std::optional<CMTime> toleranceBefore = {};
   std::optional<CMTime> toleranceAfter = {};
 };
 
-using PlayerWatcher = std::function<void(const PlayerAction&)>;
+using PlayerObserver = std::function<void(const PlayerAction&)>;
 
-/// A player that says what it is told to do, before it does it.
+/// A player that reports each call to an observer before it executes it.
 template <class Player>
-class WatchedPlayer final : public Player {
+class ObservedPlayer final : public Player {
  public:
   template <typename... Arguments>
-  explicit WatchedPlayer(PlayerWatcher watcher, Arguments&&... arguments)
+  explicit ObservedPlayer(PlayerObserver observer, Arguments&&... arguments)
       : Player(std::forward<Arguments>(arguments)...),
-        watcher_(std::move(watcher)),
+        observer_(std::move(observer)),
         layerObservation_(this->layerHidden_.observe(
-            [this](bool hidden) { watcher_({.name = hidden ? "hideLayer" : "showLayer"}); })) {}
+            [this](bool hidden) { observer_({.name = hidden ? "hideLayer" : "showLayer"}); })) {}
 
   void loadURL(const URL& url) override {
-    watcher_({.name = "load", .url = url});
+    observer_({.name = "load", .url = url});
     Player::loadURL(url);
   }
   void play() override {
-    watcher_({.name = "play"});
+    observer_({.name = "play"});
     Player::play();
   }
   void pause() override {
-    watcher_({.name = "pause"});
+    observer_({.name = "pause"});
     Player::pause();
   }
   void seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranceAfter,
                   TarnPlayer::SeekCompletion completion) override {
-    watcher_(
+    observer_(
         {.name = "seek", .to = time, .toleranceBefore = toleranceBefore, .toleranceAfter = toleranceAfter});
     Player::seekToTime(time, toleranceBefore, toleranceAfter, std::move(completion));
   }
 
  private:
-  const PlayerWatcher watcher_;
+  const PlayerObserver observer_;
   const Token layerObservation_;
 };
 

@@ -1,4 +1,4 @@
-#include "Viewing/Show.h"
+#include "Viewing/PlaybackLoop.h"
 
 #include <algorithm>
 #include <utility>
@@ -8,10 +8,10 @@ namespace {
 
 using Milliseconds = std::chrono::milliseconds;
 
-constexpr double kLongest = 1e6;  // seconds; longer than anybody watches
+constexpr double kMaxSeconds = 1e6;  // seconds; no playback is longer
 
 Milliseconds milliseconds(double seconds) {
-  return Milliseconds(static_cast<Milliseconds::rep>(std::clamp(seconds, 0.0, kLongest) * 1000));
+  return Milliseconds(static_cast<Milliseconds::rep>(std::clamp(seconds, 0.0, kMaxSeconds) * 1000));
 }
 
 CMTime tenSeconds(int sign) {
@@ -25,55 +25,55 @@ Error noStream() {
 
 }  // namespace
 
-Show::Show(Viewing& viewing, std::optional<double> limit, RunUntil runUntil)
-    : viewing_(viewing),
+PlaybackLoop::PlaybackLoop(PlaybackRun& playback, std::optional<double> limit, RunUntil runUntil)
+    : playback_(playback),
       runUntil_(std::move(runUntil)),
-      limit_(milliseconds(limit.value_or(kLongest))),
-      end_(Clock::now() + milliseconds(kLongest)) {}
+      limit_(milliseconds(limit.value_or(kMaxSeconds))),
+      end_(Clock::now() + milliseconds(kMaxSeconds)) {}
 
-std::optional<Error> Show::run(const std::optional<std::vector<ViewingStep>>& script) {
-  if (!viewing_.begin([this] { return quits_; }, runUntil_)) return viewing_.error();
-  if (!viewing_.session()->timeline()->lumoURL()) return noStream();
-  wait([this] { return viewing_.isReady(); },
-       milliseconds(kLongest));  // the player has a limit of its own
+std::optional<Error> PlaybackLoop::run(const std::optional<std::vector<ViewerStep>>& script) {
+  if (!playback_.begin([this] { return quits_; }, runUntil_)) return playback_.error();
+  if (!playback_.session()->timeline()->lumoURL()) return noStream();
+  wait([this] { return playback_.isReady(); },
+       milliseconds(kMaxSeconds));  // the player has its own limit
   end_ = Clock::now() + limit_;
   if (script) {
-    follow(*script);
+    runScript(*script);
   } else {
-    wait([this] { return viewing_.hasEnded(); }, milliseconds(kLongest));
+    wait([this] { return playback_.hasEnded(); }, milliseconds(kMaxSeconds));
   }
-  return viewing_.error();
+  return playback_.error();
 }
 
-void Show::follow(const std::vector<ViewingStep>& script) {
+void PlaybackLoop::runScript(const std::vector<ViewerStep>& script) {
   for (const auto& step : script) {
     if (isOver()) return;
-    if (step.act) step.act(viewing_);
+    if (step.act) step.act(playback_);
     wait([] { return false; }, milliseconds(step.seconds));
   }
 }
 
-void Show::wait(const std::function<bool()>& done, Milliseconds longest) {
+void PlaybackLoop::wait(const std::function<bool()>& done, Milliseconds maxWait) {
   const auto left = std::chrono::duration_cast<Milliseconds>(end_ - Clock::now());
-  runUntil_([&] { return isOver() || done(); }, std::clamp(left, Milliseconds(0), longest));
+  runUntil_([&] { return isOver() || done(); }, std::clamp(left, Milliseconds(0), maxWait));
 }
 
-bool Show::isOver() const {
-  return quits_ || viewing_.error() || Clock::now() >= end_;
+bool PlaybackLoop::isOver() const {
+  return quits_ || playback_.error() || Clock::now() >= end_;
 }
 
-void Show::press(char key) {
+void PlaybackLoop::press(char key) {
   if (key == 'q') quit();
-  if (!viewing_.session()) return;
-  if (key == ' ') viewing_.togglePlaying();
-  if (key == '<') viewing_.seekBy(tenSeconds(-1));
-  if (key == '>') viewing_.seekBy(tenSeconds(1));
-  if (key == 's') viewing_.skip();
-  if (key == 'l') viewing_.learnMore();
+  if (!playback_.session()) return;
+  if (key == ' ') playback_.togglePlaying();
+  if (key == '<') playback_.seekBy(tenSeconds(-1));
+  if (key == '>') playback_.seekBy(tenSeconds(1));
+  if (key == 's') playback_.skip();
+  if (key == 'l') playback_.learnMore();
 }
 
-void Show::seek(CMTime contentTime) {
-  if (viewing_.session()) viewing_.seek(contentTime);
+void PlaybackLoop::seek(CMTime contentTime) {
+  if (playback_.session()) playback_.seek(contentTime);
 }
 
 }  // namespace tarn::cli

@@ -6,19 +6,20 @@
 
 #include "Platform/Error.h"
 #include "Viewing/EventLoop.h"
-#include "Viewing/Viewing.h"
-#include "Viewing/ViewingScript.h"
+#include "Viewing/PlaybackRun.h"
+#include "Viewing/ViewerScript.h"
 
 namespace tarn::cli {
 
-/// Plays a viewing to its end, through a script, or until the viewer or a time limit ends it. Main thread.
-class Show {
+/// Runs a playback in real time: to its end, through a script, or until the viewer or a time limit ends it.
+/// Main thread.
+class PlaybackLoop {
  public:
-  /// `limit` in seconds, counted from when there is something to play. `viewing` outlives the show.
-  Show(Viewing& viewing, std::optional<double> limit, RunUntil runUntil);
+  /// `limit` in seconds, from when the stream is ready. `playback` outlives the loop.
+  PlaybackLoop(PlaybackRun& playback, std::optional<double> limit, RunUntil runUntil);
 
-  /// Answers the error that it ended with.
-  std::optional<Error> run(const std::optional<std::vector<ViewingStep>>& script);
+  /// Returns the error that ended the playback.
+  std::optional<Error> run(const std::optional<std::vector<ViewerStep>>& script);
 
   /// A key of the viewer's: space pauses and plays, '<' and '>' seek, 's' skips, 'l' learns more, 'q' quits.
   void press(char key);
@@ -28,11 +29,11 @@ class Show {
  private:
   using Clock = std::chrono::steady_clock;
 
-  void follow(const std::vector<ViewingStep>& script);
-  void wait(const std::function<bool()>& done, std::chrono::milliseconds longest);
+  void runScript(const std::vector<ViewerStep>& script);
+  void wait(const std::function<bool()>& done, std::chrono::milliseconds maxWait);
   [[nodiscard]] bool isOver() const;
 
-  Viewing& viewing_;
+  PlaybackRun& playback_;
   const RunUntil runUntil_;
   const std::chrono::milliseconds limit_;
   Clock::time_point end_;

@@ -1,4 +1,4 @@
-#include "Viewing/Viewing.h"
+#include "Viewing/PlaybackRun.h"
 
 #include <algorithm>
 #include <chrono>
@@ -12,8 +12,8 @@
 namespace tarn::cli {
 namespace {
 
-/// More than any request may take; a request ends by its own time-outs.
-constexpr std::chrono::minutes kLoadLimit{10};
+/// Longer than any request, whose own time-outs end it earlier.
+constexpr std::chrono::minutes kMaxLoadTime{10};
 
 bool haveSameName(const std::pair<std::string, std::string>& a,
                   const std::pair<std::string, std::string>& b) {
@@ -35,7 +35,7 @@ std::shared_ptr<const TarnVideo> videoAt(const URL& document) {
       TarnMutableVideo{.sources = {std::make_shared<const TarnSource>(document, kTarnSourceDeliveryLumo)}});
 }
 
-/// The error that an event of a session carries, whichever of the two kinds of errors it is.
+/// The error of a session's event, from either of the two property keys.
 std::optional<Error> errorOf(const TarnPlaybackSessionLifecycleEvent& event) {
   if (auto error = event.error()) return error;
   if (!event.properties()) return std::nullopt;
@@ -43,39 +43,40 @@ std::optional<Error> errorOf(const TarnPlaybackSessionLifecycleEvent& event) {
   return error != nullptr ? std::optional(*error) : std::nullopt;
 }
 
-Error noAnswer(const URL& document) {
+Error noResponse(const URL& document) {
   return Error::make(TarnLumoErrorDomain, TarnLumoDocumentErrorCodeConnection,
                      document.absoluteString() + ": no answer");
 }
 
 }  // namespace
 
-class Viewing::Consumer final : public TarnSessionConsumer {
+class PlaybackRun::Consumer final : public TarnSessionConsumer {
  public:
-  explicit Consumer(Viewing& viewing) : viewing_(viewing) {}
+  explicit Consumer(PlaybackRun& playback) : playback_(playback) {}
   void didAdvanceToPlaybackSession(const std::shared_ptr<TarnPlaybackSession>& session) override {
-    viewing_.meet(session);
+    playback_.didAdvance(session);
   }
 
  private:
-  Viewing& viewing_;
+  PlaybackRun& playback_;
 };
 
-Viewing::Viewing(const ViewingOptions& options, MakePlayer makePlayer, SessionView& view)
+PlaybackRun::PlaybackRun(const PlaybackOptions& options, MakePlayer makePlayer, SessionObserver& observer)
     : document_(options.document),
-      view_(&view, [](SessionView*) {}),
+      observer_(&observer, [](SessionObserver*) {}),
       consumer_(std::make_shared<Consumer>(*this)) {
-  const std::weak_ptr<SessionView> weakView = view_;
-  const auto manager = std::make_shared<TarnPlayerSDKManager>([weakView, makePlayer = std::move(makePlayer)] {
-    return makePlayer([weakView](const PlayerAction& action) {
-      if (const auto told = weakView.lock()) told->player(action);
-    });
-  });
+  const std::weak_ptr<SessionObserver> weakObserver = observer_;
+  const auto manager =
+      std::make_shared<TarnPlayerSDKManager>([weakObserver, makePlayer = std::move(makePlayer)] {
+        return makePlayer([weakObserver](const PlayerAction& action) {
+          if (const auto alive = weakObserver.lock()) alive->player(action);
+        });
+      });
   const auto providerOptions = std::make_shared<TarnKyrSessionProviderOptions>();
   addHeaders(providerOptions->httpHeaders, options.headers);
   providerOptions->fetch = options.fetch;
-  beaconSink_ = std::make_shared<ShowingBeaconSink>(options.beacons, [weakView](const URL& url) {
-    if (const auto told = weakView.lock()) told->beacon(url);
+  beaconSink_ = std::make_shared<ReportingBeaconSink>(options.beacons, [weakObserver](const URL& url) {
+    if (const auto alive = weakObserver.lock()) alive->beacon(url);
   });
   providerOptions->beaconSink = beaconSink_;
   const auto provider = std::make_shared<TarnKyrSessionProvider>(
@@ -86,51 +87,51 @@ Viewing::Viewing(const ViewingOptions& options, MakePlayer makePlayer, SessionVi
   controller_->addVideo(videoAt(options.document));
 }
 
-Viewing::~Viewing() {
+PlaybackRun::~PlaybackRun() {
   subscriptions_.dispose();
   canSeekObservation_.reset();
-  view_.reset();
+  observer_.reset();
   controller_->terminate();
 }
 
-bool Viewing::begin(const std::function<bool()>& isOver, const RunUntil& runUntil) {
+bool PlaybackRun::begin(const std::function<bool()>& isOver, const RunUntil& runUntil) {
   controller_->begin();
-  const bool isDone = runUntil([&] { return begun_ || isOver(); }, kLoadLimit);
-  if (!isDone) error_ = noAnswer(document_);
+  const bool isDone = runUntil([&] { return begun_ || isOver(); }, kMaxLoadTime);
+  if (!isDone) error_ = noResponse(document_);
   return session_ != nullptr;
 }
 
-void Viewing::meet(const std::shared_ptr<TarnPlaybackSession>& session) {
+void PlaybackRun::didAdvance(const std::shared_ptr<TarnPlaybackSession>& session) {
   begun_ = true;
   session_ = std::dynamic_pointer_cast<TarnKyrSession>(session);
-  view_->loaded(session_.get());
-  follow(*session);
-  if (session_) followCanSeek();
+  observer_->loaded(session_.get());
+  subscribeTo(*session);
+  if (session_) observeCanSeek();
 }
 
-void Viewing::follow(const TarnPlaybackSession& session) {
-  SessionView& view = *view_;
-  subscriptions_.add(session.lifecycle().subscribeNext([this](const auto& event) { notice(event); }));
-  subscriptions_.add(session.progress().subscribeNext([this, &view](CMTime time) {
+void PlaybackRun::subscribeTo(const TarnPlaybackSession& session) {
+  SessionObserver& observer = *observer_;
+  subscriptions_.add(session.lifecycle().subscribeNext([this](const auto& event) { handleEvent(event); }));
+  subscriptions_.add(session.progress().subscribeNext([this, &observer](CMTime time) {
     position_ = time;
-    view.progress(time);
+    observer.progress(time);
   }));
   subscriptions_.add(
-      session.durationChanges().subscribeNext([&view](CMTime duration) { view.duration(duration); }));
+      session.durationChanges().subscribeNext([&observer](CMTime duration) { observer.duration(duration); }));
   subscriptions_.add(session.seekableRangesChanges().subscribeNext(
-      [&view](const auto& ranges) { view.ranges("seekable", ranges); }));
+      [&observer](const auto& ranges) { observer.ranges("seekable", ranges); }));
   subscriptions_.add(session.loadedTimeRangesChanges().subscribeNext(
-      [&view](const auto& ranges) { view.ranges("loaded", ranges); }));
+      [&observer](const auto& ranges) { observer.ranges("loaded", ranges); }));
 }
 
-void Viewing::followCanSeek() {
-  canSeekObservation_ =
-      session_->canSeekProperty().observe([&view = *view_, last = session_->canSeek()](bool allowed) mutable {
-        if (std::exchange(last, allowed) != allowed) view.canSeek(allowed);
+void PlaybackRun::observeCanSeek() {
+  canSeekObservation_ = session_->canSeekProperty().observe(
+      [&observer = *observer_, last = session_->canSeek()](bool allowed) mutable {
+        if (std::exchange(last, allowed) != allowed) observer.canSeek(allowed);
       });
 }
 
-void Viewing::notice(const TarnPlaybackSession::LifecycleEvent& event) {
+void PlaybackRun::handleEvent(const TarnPlaybackSession::LifecycleEvent& event) {
   if (!event) return;
   if (event->is(kTarnPlaybackSessionLifecycleEventAdEnter)) ad_ = event->ad();
   if (event->is(kTarnPlaybackSessionLifecycleEventAdExit) ||
@@ -141,42 +142,42 @@ void Viewing::notice(const TarnPlaybackSession::LifecycleEvent& event) {
   if (event->is(kTarnPlaybackSessionLifecycleEventPlay)) ended_ = false;
   if (event->is(kTarnPlaybackSessionLifecycleEventEnd)) ended_ = true;
   if (auto error = errorOf(*event)) error_ = std::move(error);
-  view_->lifecycle(*event);
+  observer_->lifecycle(*event);
 }
 
-void Viewing::togglePlaying() {
+void PlaybackRun::togglePlaying() {
   const auto player = session_->player();
   if (!player) return;
   player->playing().get() ? pause() : play();
 }
 
-void Viewing::seek(CMTime contentTime) {
-  sought_ = contentTime;
-  session_->seekToTime(contentTime, [this, weakView = std::weak_ptr<SessionView>(view_), contentTime,
-                                     number = ++seeks_](bool finished) {
-    const auto view = weakView.lock();
-    if (!view) return;
-    if (number == seeks_) sought_.reset();
-    view->seek(contentTime, finished);
+void PlaybackRun::seek(CMTime contentTime) {
+  seekTarget_ = contentTime;
+  session_->seekToTime(contentTime, [this, weakObserver = std::weak_ptr<SessionObserver>(observer_),
+                                     contentTime, number = ++seeks_](bool finished) {
+    const auto observer = weakObserver.lock();
+    if (!observer) return;
+    if (number == seeks_) seekTarget_.reset();
+    observer->seek(contentTime, finished);
   });
 }
 
-void Viewing::seekBy(CMTime distance) {
-  const CMTime target = CMTimeAdd(sought_.value_or(position_), distance);
+void PlaybackRun::seekBy(CMTime distance) {
+  const CMTime target = CMTimeAdd(seekTarget_.value_or(position_), distance);
   seek(target < kCMTimeZero ? kCMTimeZero : target);
 }
 
-void Viewing::learnMore() {
+void PlaybackRun::learnMore() {
   if (!ad_) return;
   const auto* urls =
       ad_->privateProperties().get<std::vector<std::string>>(kTarnAdPrivatePropertyKeyClickthroughURLs);
   if (urls == nullptr || urls->empty()) return;
-  view_->note(urls->front());
+  observer_->note(urls->front());
   if (const auto analytics = session_->analyticsSession()->adAnalaytics()) analytics->trackVideoClick();
 }
 
-void Viewing::skip() {
-  const auto ad = ad_;  // what the handler does may end it
+void PlaybackRun::skip() {
+  const auto ad = ad_;  // the handler may end the ad
   if (!ad) return;
   const auto* skip = ad->privateProperties().get<TarnAdSkipHandler>(kTarnAdPrivatePropertyKeySkipHandler);
   if (skip != nullptr && *skip) (*skip)();

@@ -1,4 +1,4 @@
-#include "Viewing/ShowingBeaconSink.h"
+#include "Viewing/ReportingBeaconSink.h"
 
 #include <utility>
 
@@ -6,16 +6,16 @@
 
 namespace tarn::cli {
 
-ShowingBeaconSink::ShowingBeaconSink(Beacons beacons, std::function<void(const URL&)> show)
-    : beacons_(beacons), show_(std::move(show)) {}
+ReportingBeaconSink::ReportingBeaconSink(Beacons beacons, std::function<void(const URL&)> report)
+    : beacons_(beacons), report_(std::move(report)) {}
 
-void ShowingBeaconSink::send(const URL& url) {
-  show_(url);
-  if (beacons_ == Beacons::shownAndSent) HTTPBeaconSink::shared()->send(url);
+void ReportingBeaconSink::send(const URL& url) {
+  report_(url);
+  if (beacons_ == Beacons::reportedAndSent) HTTPBeaconSink::shared()->send(url);
 }
 
-bool ShowingBeaconSink::flush(std::chrono::milliseconds timeout) {
-  return beacons_ == Beacons::shown || HTTPBeaconSink::shared()->flush(timeout);
+bool ReportingBeaconSink::flush(std::chrono::milliseconds timeout) {
+  return beacons_ == Beacons::reported || HTTPBeaconSink::shared()->flush(timeout);
 }
 
 }  // namespace tarn::cli

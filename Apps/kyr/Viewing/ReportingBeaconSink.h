@@ -6,18 +6,18 @@
 
 namespace tarn::cli {
 
-enum class Beacons { shown, shownAndSent };
+enum class Beacons { reported, reportedAndSent };
 
-/// Calls `show` with each beacon, before it is sent if it is.
-class ShowingBeaconSink final : public BeaconSink {
+/// Calls `report` with each beacon, then sends it if `beacons` says so.
+class ReportingBeaconSink final : public BeaconSink {
  public:
-  ShowingBeaconSink(Beacons beacons, std::function<void(const URL&)> show);
+  ReportingBeaconSink(Beacons beacons, std::function<void(const URL&)> report);
   void send(const URL& url) override;
   bool flush(std::chrono::milliseconds timeout) override;
 
  private:
   const Beacons beacons_;
-  const std::function<void(const URL&)> show_;
+  const std::function<void(const URL&)> report_;
 };
 
 }  // namespace tarn::cli

@@ -43,7 +43,7 @@ std::vector<std::string> wordsOf(std::string_view text) {
   return words;
 }
 
-/// Takes a number from the front of `text`, as long a one as there is.
+/// Removes the longest number at the front of `text` and returns it.
 std::optional<double> takeNumber(std::string_view& text) {
   const std::string_view digits = text.substr(text.substr(0, 1) == "-" ? 1 : 0);
   if (digits.empty() || (digits[0] != '.' && (digits[0] < '0' || digits[0] > '9'))) return std::nullopt;

@@ -13,17 +13,17 @@
 
 namespace tarn::cli {
 
-/// One command of a script: its words, of which there is at least one.
+/// One command of a script: one or more words.
 struct ScriptLine {
   std::size_t number = 0;  ///< Counted from 1.
   std::vector<std::string> words;
 };
 
 /// Reads a script line by line: words separated by blanks; blank lines and lines that begin with "#" are
-/// passed over. Reads no further than it is asked to, so that a script can come from a terminal or a pipe.
+/// skipped. Reads one line at a time, so that a script can come from a terminal or a pipe.
 class ScriptReader {
  public:
-  /// Standard input without a path. An error of the call's domain when the file cannot be opened.
+  /// Standard input if there is no path. An error of the call's domain when the file cannot be opened.
   [[nodiscard]] static Result<ScriptReader> open(const std::optional<std::string>& path);
 
   /// The next command, absent at the end; an error of the call's domain when the file cannot be read or a
@@ -51,7 +51,7 @@ class ScriptReader {
 /// A plain decimal number; absent for any other text, "nan" and "inf" among them.
 [[nodiscard]] std::optional<double> numberFromWord(std::string_view word);
 
-/// "start+duration", each as `timeFromWord` takes it.
+/// "start+duration", each as in `timeFromWord`.
 [[nodiscard]] std::optional<CMTimeRange> rangeFromWord(std::string_view word);
 
 }  // namespace tarn::cli

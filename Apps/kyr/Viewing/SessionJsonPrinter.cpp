@@ -3,7 +3,7 @@
 #include "Document/AdIndex.h"
 #include "Terminal/Json.h"
 #include "Viewing/EventText.h"
-#include "Viewing/SessionView.h"
+#include "Viewing/SessionPrinters.h"
 
 namespace tarn::cli {
 namespace {
@@ -28,9 +28,9 @@ std::shared_ptr<const TarnLumoAdSequence> lumoAdSequence(const TarnAdSequence& a
   return lumo != nullptr ? *lumo : nullptr;
 }
 
-class JsonSessionView final : public SessionView {
+class SessionJsonPrinter final : public SessionObserver {
  public:
-  using SessionView::SessionView;
+  using SessionObserver::SessionObserver;
 
   void loaded(const TarnKyrSession* session) override {
     Json cuePoints = Json::array();
@@ -87,7 +87,7 @@ class JsonSessionView final : public SessionView {
     printRecord(record);
   }
 
-  /// Of the player in the stream, as last reported.
+  /// The player's last reported position in the stream.
   [[nodiscard]] Json positionJson() const {
     const CMTime time = session_ != nullptr ? session_->tracker()->absoluteTime() : kCMTimeInvalid;
     return CMTIME_IS_VALID(time) ? cli::json(time) : Json(nullptr);
@@ -104,8 +104,8 @@ class JsonSessionView final : public SessionView {
 
 }  // namespace
 
-std::unique_ptr<SessionView> makeJsonSessionView(ElapsedTime elapsed) {
-  return std::make_unique<JsonSessionView>(std::move(elapsed));
+std::unique_ptr<SessionObserver> makeSessionJsonPrinter(ElapsedTime elapsed) {
+  return std::make_unique<SessionJsonPrinter>(std::move(elapsed));
 }
 
 }  // namespace tarn::cli

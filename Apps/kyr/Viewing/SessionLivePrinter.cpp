@@ -8,23 +8,23 @@
 #include "Terminal/Text.h"
 #include "Viewing/ControlsState.h"
 #include "Viewing/EventText.h"
-#include "Viewing/SessionView.h"
+#include "Viewing/SessionPrinters.h"
 
 namespace tarn::cli {
 namespace {
 
-constexpr std::size_t kSmallestBar = 10;
-constexpr std::size_t kLargestBar = 60;
-/// Kept for what plays, so that the bar does not change its length with it.
+constexpr std::size_t kMinBarWidth = 10;
+constexpr std::size_t kMaxBarWidth = 60;
+/// Reserved for the status text, so that the bar keeps its length.
 constexpr std::size_t kStatusColumns = 40;
 
-class LiveSessionView final : public SessionView {
+class SessionLivePrinter final : public SessionObserver {
  public:
-  LiveSessionView(ElapsedTime elapsed, const Terminal& terminal)
-      : SessionView(std::move(elapsed)), terminal_(terminal) {
+  SessionLivePrinter(ElapsedTime elapsed, const Terminal& terminal)
+      : SessionObserver(std::move(elapsed)), terminal_(terminal) {
     print("space pauses and plays, arrows seek, s skips the ad, l learns more of it, q quits\n\x1b[?25l");
   }
-  ~LiveSessionView() override { print("\n\x1b[?25h"); }  // the cursor is hidden meanwhile
+  ~SessionLivePrinter() override { print("\n\x1b[?25h"); }  // the cursor is hidden meanwhile
 
   void loaded(const TarnKyrSession* session) override {
     if (session == nullptr) return;
@@ -67,7 +67,7 @@ class LiveSessionView final : public SessionView {
                                                    shortClock(state_.time()), shortClock(state_.duration())),
                                        width);
     const std::size_t besideBar = columns(clocks) + kStatusColumns;
-    const std::size_t bar = width >= besideBar + kSmallestBar ? std::min(width - besideBar, kLargestBar) : 0;
+    const std::size_t bar = width >= besideBar + kMinBarWidth ? std::min(width - besideBar, kMaxBarWidth) : 0;
     const std::size_t room = width - columns(clocks) - bar;
     const std::string status = room > 1 ? " " + clipped(statusText(), room - 1) : "";
     print("\r" + clocks + barText(bar) + terminal_.styled(status, state_.ad() ? Style::ad : Style::plain) +
@@ -104,8 +104,8 @@ class LiveSessionView final : public SessionView {
 
 }  // namespace
 
-std::unique_ptr<SessionView> makeLiveSessionView(ElapsedTime elapsed, const Terminal& terminal) {
-  return std::make_unique<LiveSessionView>(std::move(elapsed), terminal);
+std::unique_ptr<SessionObserver> makeSessionLivePrinter(ElapsedTime elapsed, const Terminal& terminal) {
+  return std::make_unique<SessionLivePrinter>(std::move(elapsed), terminal);
 }
 
 }  // namespace tarn::cli

@@ -9,24 +9,23 @@
 #include "Host/TarnPlaybackSessionLifecycleEvent.h"
 #include "Kyr/TarnKyrSession.h"
 #include "Platform/URL.h"
-#include "Terminal/Terminal.h"
-#include "Viewing/WatchedPlayer.h"
+#include "Viewing/ObservedPlayer.h"
 
 namespace tarn::cli {
 
-/// Seconds since the viewing began.
+/// Returns the seconds since playback began.
 using ElapsedTime = std::function<double()>;
 
-/// Shows what happens while a session plays. Told of everything when it happens and in that order, as long as
-/// the session exists. Times are content time except those of the player's actions.
-class SessionView {
+/// Observes one session: called for each event, in order, as long as the session exists. Times are content
+/// time except those of the player's actions.
+class SessionObserver {
  public:
-  explicit SessionView(ElapsedTime elapsed) : elapsed_(std::move(elapsed)) {}
-  SessionView(const SessionView&) = delete;
-  SessionView& operator=(const SessionView&) = delete;
-  virtual ~SessionView() = default;
+  explicit SessionObserver(ElapsedTime elapsed) : elapsed_(std::move(elapsed)) {}
+  SessionObserver(const SessionObserver&) = delete;
+  SessionObserver& operator=(const SessionObserver&) = delete;
+  virtual ~SessionObserver() = default;
 
-  /// Null: the document could not be loaded.
+  /// `session` is null if the document could not be loaded.
   virtual void loaded(const TarnKyrSession* session) = 0;
   virtual void lifecycle(const TarnPlaybackSessionLifecycleEvent& event) = 0;
   virtual void progress(CMTime time) = 0;
@@ -35,12 +34,12 @@ class SessionView {
   virtual void ranges(std::string_view kind, const TarnPlaybackSession::TimeRanges& ranges) = 0;
   virtual void canSeek(bool allowed) = 0;
   virtual void player(const PlayerAction& action) = 0;
-  /// The answer to a seek of the viewer.
+  /// The result of a seek of the viewer.
   virtual void seek(CMTime to, bool finished) = 0;
   virtual void beacon(const URL& url) = 0;
-  /// Something else for people to read.
+  /// Another text for the user.
   virtual void note(std::string_view) {}
-  /// Nothing follows.
+  /// The last call.
   virtual void finish() = 0;
 
  protected:
@@ -49,12 +48,5 @@ class SessionView {
  private:
   const ElapsedTime elapsed_;
 };
-
-/// One JSON object a line.
-[[nodiscard]] std::unique_ptr<SessionView> makeJsonSessionView(ElapsedTime elapsed);
-/// A line for each thing that a viewer would notice or an advertiser be told, and a summary.
-[[nodiscard]] std::unique_ptr<SessionView> makeTextSessionView(ElapsedTime elapsed, const Terminal& terminal);
-/// One line that is drawn anew in place.
-[[nodiscard]] std::unique_ptr<SessionView> makeLiveSessionView(ElapsedTime elapsed, const Terminal& terminal);
 
 }  // namespace tarn::cli

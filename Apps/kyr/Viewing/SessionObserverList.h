@@ -3,38 +3,39 @@
 #include <initializer_list>
 #include <vector>
 
-#include "Viewing/SessionView.h"
+#include "Viewing/SessionObserver.h"
 
 namespace tarn::cli {
 
-/// Tells several views of everything, in their order. They outlive it.
-class TeeSessionView final : public SessionView {
+/// Passes every call on to several observers, in their order. They outlive it.
+class SessionObserverList final : public SessionObserver {
  public:
-  TeeSessionView(std::initializer_list<SessionView*> views) : SessionView({}), views_(views) {}
+  SessionObserverList(std::initializer_list<SessionObserver*> observers)
+      : SessionObserver({}), observers_(observers) {}
 
-  void loaded(const TarnKyrSession* session) override { tell(&SessionView::loaded, session); }
+  void loaded(const TarnKyrSession* session) override { notify(&SessionObserver::loaded, session); }
   void lifecycle(const TarnPlaybackSessionLifecycleEvent& event) override {
-    tell(&SessionView::lifecycle, event);
+    notify(&SessionObserver::lifecycle, event);
   }
-  void progress(CMTime time) override { tell(&SessionView::progress, time); }
-  void duration(CMTime duration) override { tell(&SessionView::duration, duration); }
+  void progress(CMTime time) override { notify(&SessionObserver::progress, time); }
+  void duration(CMTime duration) override { notify(&SessionObserver::duration, duration); }
   void ranges(std::string_view kind, const TarnPlaybackSession::TimeRanges& ranges) override {
-    tell(&SessionView::ranges, kind, ranges);
+    notify(&SessionObserver::ranges, kind, ranges);
   }
-  void canSeek(bool allowed) override { tell(&SessionView::canSeek, allowed); }
-  void player(const PlayerAction& action) override { tell(&SessionView::player, action); }
-  void seek(CMTime to, bool finished) override { tell(&SessionView::seek, to, finished); }
-  void beacon(const URL& url) override { tell(&SessionView::beacon, url); }
-  void note(std::string_view text) override { tell(&SessionView::note, text); }
-  void finish() override { tell(&SessionView::finish); }
+  void canSeek(bool allowed) override { notify(&SessionObserver::canSeek, allowed); }
+  void player(const PlayerAction& action) override { notify(&SessionObserver::player, action); }
+  void seek(CMTime to, bool finished) override { notify(&SessionObserver::seek, to, finished); }
+  void beacon(const URL& url) override { notify(&SessionObserver::beacon, url); }
+  void note(std::string_view text) override { notify(&SessionObserver::note, text); }
+  void finish() override { notify(&SessionObserver::finish); }
 
  private:
   template <class Operation, class... Arguments>
-  void tell(Operation operation, const Arguments&... arguments) {
-    for (auto* const view : views_) (view->*operation)(arguments...);
+  void notify(Operation operation, const Arguments&... arguments) {
+    for (auto* const observer : observers_) (observer->*operation)(arguments...);
   }
 
-  const std::vector<SessionView*> views_;
+  const std::vector<SessionObserver*> observers_;
 };
 
 }  // namespace tarn::cli

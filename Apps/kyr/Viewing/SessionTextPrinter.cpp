@@ -4,12 +4,12 @@
 
 #include "Terminal/Text.h"
 #include "Viewing/EventText.h"
-#include "Viewing/SessionView.h"
+#include "Viewing/SessionPrinters.h"
 
 namespace tarn::cli {
 namespace {
 
-/// A lifecycle event's type without what all of them begin with: "AdEnter".
+/// A lifecycle event's type without the common prefix: "AdEnter".
 std::string_view shortType(std::string_view type) {
   for (const std::string_view common : {"kTarnPlaybackSessionLifecycleEvent", "kTarnKyrLifecycle"}) {
     if (type.starts_with(common)) return type.substr(common.size());
@@ -17,10 +17,10 @@ std::string_view shortType(std::string_view type) {
   return type;
 }
 
-class TextSessionView final : public SessionView {
+class SessionTextPrinter final : public SessionObserver {
  public:
-  TextSessionView(ElapsedTime elapsed, const Terminal& terminal)
-      : SessionView(std::move(elapsed)), terminal_(terminal) {}
+  SessionTextPrinter(ElapsedTime elapsed, const Terminal& terminal)
+      : SessionObserver(std::move(elapsed)), terminal_(terminal) {}
 
   void loaded(const TarnKyrSession* session) override {
     if (session == nullptr) return;
@@ -73,7 +73,7 @@ class TextSessionView final : public SessionView {
     print("\n" + terminal_.styled(summary, Style::strong) + "\n");
   }
 
-  // These come many times a second, or say what other lines say.
+  // These occur many times a second, or repeat what other lines show.
   void ranges(std::string_view, const TarnPlaybackSession::TimeRanges&) override {}
   void canSeek(bool) override {}
 
@@ -93,8 +93,8 @@ class TextSessionView final : public SessionView {
 
 }  // namespace
 
-std::unique_ptr<SessionView> makeTextSessionView(ElapsedTime elapsed, const Terminal& terminal) {
-  return std::make_unique<TextSessionView>(std::move(elapsed), terminal);
+std::unique_ptr<SessionObserver> makeSessionTextPrinter(ElapsedTime elapsed, const Terminal& terminal) {
+  return std::make_unique<SessionTextPrinter>(std::move(elapsed), terminal);
 }
 
 }  // namespace tarn::cli

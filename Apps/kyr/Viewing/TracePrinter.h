@@ -10,7 +10,7 @@
 
 namespace tarn::cli {
 
-/// Writes what a trace brings about, each with the number of the input line that caused it.
+/// Prints the results of a trace, each with the number of the input line that caused it.
 class TracePrinter {
  public:
   TracePrinter() = default;

@@ -1,4 +1,4 @@
-#include "Viewing/ViewingScript.h"
+#include "Viewing/ViewerScript.h"
 
 #include <fmt/format.h>
 
@@ -14,12 +14,12 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr double kLongestRun = 1e9;  // seconds
+constexpr double kMaxRunSeconds = 1e9;  // seconds
 
-/// The parsers are given the words behind the command's name and answer nothing when these make no sense.
+/// The parsers receive the words after the command's name; absent if these are not valid.
 struct Command {
   std::string_view name;
-  std::optional<ViewingStep> (*parse)(const Words& words);
+  std::optional<ViewerStep> (*parse)(const Words& words);
   std::string_view usage;
 };
 
@@ -34,53 +34,53 @@ std::optional<CMTime> contentTime(std::string_view word) {
   return time && (CMTIME_IS_NUMERIC(*time) || CMTIME_IS_INVALID(*time)) ? time : std::nullopt;
 }
 
-std::optional<ViewingStep> parseRun(const Words& words) {
+std::optional<ViewerStep> parseRun(const Words& words) {
   const auto seconds = words.size() == 1 ? numberFromWord(words[0]) : std::nullopt;
-  if (!seconds || *seconds < 0 || *seconds > kLongestRun) return std::nullopt;
-  return ViewingStep{nullptr, *seconds};
+  if (!seconds || *seconds < 0 || *seconds > kMaxRunSeconds) return std::nullopt;
+  return ViewerStep{nullptr, *seconds};
 }
 
-template <void (Viewing::*act)()>
-std::optional<ViewingStep> parsePlain(const Words& words) {
+template <void (PlaybackRun::*act)()>
+std::optional<ViewerStep> parsePlain(const Words& words) {
   if (!words.empty()) return std::nullopt;
-  return ViewingStep{std::mem_fn(act)};
+  return ViewerStep{std::mem_fn(act)};
 }
 
-std::optional<ViewingStep> parseSeek(const Words& words) {
+std::optional<ViewerStep> parseSeek(const Words& words) {
   const auto time = words.size() == 1 ? contentTime(words[0]) : std::nullopt;
   if (!time) return std::nullopt;
-  return ViewingStep{[time = *time](Viewing& viewing) { viewing.seek(time); }};
+  return ViewerStep{[time = *time](PlaybackRun& playback) { playback.seek(time); }};
 }
 
-std::optional<ViewingStep> parseAdsDisabled(const Words& words) {
+std::optional<ViewerStep> parseAdsDisabled(const Words& words) {
   const auto disabled = words.size() == 1 ? yesOrNo(words[0]) : std::nullopt;
   if (!disabled) return std::nullopt;
-  return ViewingStep{[disabled = *disabled](Viewing& viewing) { viewing.setAdsDisabled(disabled); }};
+  return ViewerStep{[disabled = *disabled](PlaybackRun& playback) { playback.setAdsDisabled(disabled); }};
 }
 
-std::optional<ViewingStep> parseResumeAt(const Words& words) {
+std::optional<ViewerStep> parseResumeAt(const Words& words) {
   const auto time = words.size() == 2 ? contentTime(words[0]) : std::nullopt;
   const auto autoPlay = words.size() == 2 ? yesOrNo(words[1]) : std::nullopt;
   if (!time || !autoPlay) return std::nullopt;
-  return ViewingStep{
-      [time = *time, autoPlay = *autoPlay](Viewing& viewing) { viewing.resumeAt(time, autoPlay); }};
+  return ViewerStep{
+      [time = *time, autoPlay = *autoPlay](PlaybackRun& playback) { playback.resumeAt(time, autoPlay); }};
 }
 
 constexpr std::array<Command, 10> kCommands{{
     {"run", parseRun, "'run S' with S a number of seconds"},
-    {"play", parsePlain<&Viewing::play>, "'play' alone"},
-    {"pause", parsePlain<&Viewing::pause>, "'pause' alone"},
+    {"play", parsePlain<&PlaybackRun::play>, "'play' alone"},
+    {"pause", parsePlain<&PlaybackRun::pause>, "'pause' alone"},
     {"seek", parseSeek, "'seek C' with C a number of seconds or 'invalid'"},
-    {"skip", parsePlain<&Viewing::skip>, "'skip' alone"},
-    {"pauseAd", parsePlain<&Viewing::pauseAd>, "'pauseAd' alone"},
-    {"resumeAd", parsePlain<&Viewing::resumeAd>, "'resumeAd' alone"},
+    {"skip", parsePlain<&PlaybackRun::skip>, "'skip' alone"},
+    {"pauseAd", parsePlain<&PlaybackRun::pauseAd>, "'pauseAd' alone"},
+    {"resumeAd", parsePlain<&PlaybackRun::resumeAd>, "'resumeAd' alone"},
     {"adsDisabled", parseAdsDisabled, "'adsDisabled yes' or 'adsDisabled no'"},
     {"resumeAt", parseResumeAt,
      "'resumeAt C yes' or 'resumeAt C no' with C a number of seconds or 'invalid'"},
-    {"terminate", parsePlain<&Viewing::terminate>, "'terminate' alone"},
+    {"terminate", parsePlain<&PlaybackRun::terminate>, "'terminate' alone"},
 }};
 
-Result<ViewingStep> parse(const ScriptReader& reader, const ScriptLine& line) {
+Result<ViewerStep> parse(const ScriptReader& reader, const ScriptLine& line) {
   const auto& name = line.words.front();
   const auto* command = std::find_if(kCommands.begin(), kCommands.end(),
                                      [&name](const Command& candidate) { return candidate.name == name; });
@@ -95,10 +95,10 @@ Result<ViewingStep> parse(const ScriptReader& reader, const ScriptLine& line) {
 
 }  // namespace
 
-Result<std::vector<ViewingStep>> readViewingScript(const std::optional<std::string>& path) {
+Result<std::vector<ViewerStep>> readViewerScript(const std::optional<std::string>& path) {
   auto reader = ScriptReader::open(path);
   if (!reader) return reader.error();
-  std::vector<ViewingStep> steps;
+  std::vector<ViewerStep> steps;
   for (;;) {
     const auto line = reader->next();
     if (!line) return line.error();

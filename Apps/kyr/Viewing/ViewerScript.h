@@ -6,22 +6,22 @@
 #include <vector>
 
 #include "Platform/Result.h"
-#include "Viewing/Viewing.h"
+#include "Viewing/PlaybackRun.h"
 
 namespace tarn::cli {
 
-/// One command of a viewer's script: something that the viewer does, or time that passes.
-struct ViewingStep {
-  std::function<void(Viewing& viewing)> act;  ///< Empty when only time passes.
+/// One command of a viewer's script: an action of the viewer, or time that passes.
+struct ViewerStep {
+  std::function<void(PlaybackRun& playback)> act;  ///< Empty when only time passes.
   double seconds = 0;
 };
 
-/// Reads the whole script, from standard input without a path. Errors, of the call's domain, name the file
-/// and the line.
-[[nodiscard]] Result<std::vector<ViewingStep>> readViewingScript(const std::optional<std::string>& path);
+/// Reads the whole script, from standard input if there is no path. Errors, of the call's domain, name the
+/// file and the line.
+[[nodiscard]] Result<std::vector<ViewerStep>> readViewerScript(const std::optional<std::string>& path);
 
-/// What a script may hold, for the help.
-inline constexpr const char* kViewingScriptHelp =
+/// The help text for scripts.
+inline constexpr const char* kViewerScriptHelp =
     "The script, one command a line; blank lines and lines that begin with # are passed over:\n"
     "  run S                     lets S seconds pass\n"
     "  play | pause              the application's play and pause\n"

@@ -25,8 +25,8 @@ namespace tarn::cli {
 namespace {
 
 constexpr QSize kSize(1280, 720);
-/// The driver has been asked; what is slow is a machine that draws in software.
-constexpr std::chrono::seconds kFirstFrameLimit{30};
+/// The driver is available; only software rendering is slow.
+constexpr std::chrono::seconds kMaxFirstFrameWait{30};
 
 Error noWindow(const QString& reason) {
   Error error = Error::make("kyr.window", 1, "No window could be opened; --headless plays in the terminal");
@@ -34,8 +34,8 @@ Error noWindow(const QString& reason) {
   return error;
 }
 
-/// Qt's own words, of any thread, go to the log, except when they are its last: then those on the display
-/// that came before told why.
+/// Qt's messages, of any thread, go to the log. A fatal one ends the process; the first message about the
+/// display is then reported as the reason.
 class QtMessages {
  public:
   explicit QtMessages(bool json) {
@@ -49,21 +49,22 @@ class QtMessages {
  private:
   static void handle(QtMsgType type, const QMessageLogContext& context, const QString& text) {
     const std::lock_guard lock(mutex_);
-    if (ofDisplay_.isEmpty() && QByteArrayView(context.category).startsWith("qt.qpa"))
-      ofDisplay_ = text.trimmed();
+    if (displayMessage_.isEmpty() && QByteArrayView(context.category).startsWith("qt.qpa"))
+      displayMessage_ = text.trimmed();
     if (type != QtFatalMsg) return MHLog(2, text.toStdString());
-    const int status = reportFailure(noWindow(ofDisplay_.isEmpty() ? text.trimmed() : ofDisplay_), json_);
+    const int status =
+        reportFailure(noWindow(displayMessage_.isEmpty() ? text.trimmed() : displayMessage_), json_);
     std::fflush(stdout);
-    std::_Exit(status);  // when this returns, Qt aborts
+    std::_Exit(status);  // if this returned, Qt would abort
   }
 
   inline static bool json_ = false;
   inline static std::mutex mutex_;
-  inline static QString ofDisplay_;
+  inline static QString displayMessage_;
   QtMessageHandler previous_;
 };
 
-/// The application's object, in the numbers of the C locale and the texts of the viewer's.
+/// The application's object, with the C locale for numbers and the viewer's locale for texts.
 class QtApplication {
  public:
   QtApplication() : application_(count_, arguments_) {
@@ -81,7 +82,7 @@ class QtApplication {
   QGuiApplication application_;
 };
 
-/// Stays open when it is told to close: the picture's sink needs its graphics as long as there is a player.
+/// Does not close on a close event: the picture's sink needs its graphics as long as there is a player.
 class View final : public QQuickView {
  public:
   std::function<void()> onClose;
@@ -97,7 +98,7 @@ class View final : public QQuickView {
 
 }  // namespace
 
-/// In the order in which the pieces need one another.
+/// In the order of their dependencies.
 class PlayWindow::Stage {
  public:
   explicit Stage(bool json) : messages_(json) {}
@@ -124,7 +125,7 @@ class PlayWindow::Stage {
   QtMainQueue mainQueue_;
   WindowControls controls_;
   View view_;
-  QRect normal_;  // the geometry outside the full screen
+  QRect normal_;  // the geometry when not full screen
 };
 
 Result<void> PlayWindow::Stage::open(bool fullScreen) {
@@ -145,14 +146,14 @@ Result<void> PlayWindow::Stage::open(bool fullScreen) {
       QObject::connect(&view_, &QQuickWindow::frameSwapped, &controls_, [&drawn] { drawn = true; });
   view_.resize(kSize);
   fullScreen ? fillScreen() : view_.show();
-  view_.requestActivate();  // a set-top may have no window manager that would give it the keys
-  runUntil([&] { return drawn || failure; }, kFirstFrameLimit);
+  view_.requestActivate();  // without a window manager nothing else gives it the keyboard focus
+  runUntil([&] { return drawn || failure; }, kMaxFirstFrameWait);
   QObject::disconnect(firstFrame);
   if (failure) return noWindow(*failure);
   return {};
 }
 
-/// Without a window manager a window has only the size that it gives itself.
+/// Without a window manager only the window itself sets its size.
 void PlayWindow::Stage::fillScreen() {
   normal_ = view_.geometry();
   view_.setGeometry(view_.screen()->geometry());
@@ -182,14 +183,14 @@ bool PlayWindow::Stage::runUntil(const std::function<bool()>& done, std::chrono:
   while (!done() && !late) {
     loop.processEvents(QEventLoop::WaitForMoreEvents);
     QCoreApplication::sendPostedEvents(nullptr,
-                                       QEvent::DeferredDelete);  // no loop of Qt's own ever ends here
+                                       QEvent::DeferredDelete);  // Qt's own loop never ends here
   }
   return done();
 }
 
 Result<std::unique_ptr<PlayWindow>> PlayWindow::open(bool fullScreen, bool json) {
   setenv("GST_PLUGIN_FEATURE_RANK", "openalsink:NONE",
-         0);  // where there is no sound it writes of it at length
+         0);  // without sound hardware it writes many messages
   if (const auto prepared = prepareQuickVideo(); !prepared) return prepared.error();
   QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);  // GStreamer shares its textures
   auto stage = std::make_unique<Stage>(json);
@@ -205,7 +206,7 @@ void PlayWindow::setHandlers(Handlers handlers) {
   stage_->controls().setHandlers(std::move(handlers));
 }
 
-SessionView& PlayWindow::view() {
+SessionObserver& PlayWindow::observer() {
   return stage_->controls();
 }
 
@@ -221,7 +222,7 @@ std::shared_ptr<TarnSessionConsumer> PlayWindow::makeOverlay(std::shared_ptr<Bea
                               Q_ARG(QVariant, QString::fromStdString(page.absoluteString())));
   });
   auto* const learnMore = overlay->adComponentView()->learnMoreButton();
-  QObject::connect(&stage_->controls(), &WindowControls::learnMoreAsked, learnMore,
+  QObject::connect(&stage_->controls(), &WindowControls::learnMoreRequested, learnMore,
                    [learnMore] { learnMore->click(); });
   return overlay;
 }

@@ -10,11 +10,11 @@ Item {
     readonly property alias video: picture
     readonly property alias stage: overlayPlace
 
-    // The unit of all measures, so that they look alike on every screen; the overlay counts in the same.
+    // The unit of all measures, so that the layout is the same on every screen; the overlay uses the same unit.
     readonly property real point: Math.max(1, Math.min(width / 640, height / 360))
     readonly property bool fullScreen: Window.visibility === Window.FullScreen
 
-    // An ad's page is not opened here; the viewer sees where it leads while the ad is paused.
+    // An ad's page is not opened here; its URL is shown while the ad is paused.
     function presentViewController(address) {
         player.showPage(address)
     }

@@ -1,12 +1,12 @@
 import QtQuick
 
-// Where the content stands, with the ad breaks marked. Shows content time only: it rests while ads play.
+// The content position, with the ad breaks marked. Shows content time only: it does not move while ads play.
 Item {
     id: bar
 
     required property QtObject player
     required property real point
-    // Whether it goes when nobody has pressed or moved anything for a while.
+    // Whether it is hidden after a while without input.
     required property bool hides
 
     readonly property bool shown: !hides || !player.playing || awake.running
@@ -32,7 +32,7 @@ Item {
         interval: 4000
     }
 
-    // A short wait is not worth a word.
+    // A short wait is not shown.
     Timer {
         id: patience
         interval: 1000
@@ -113,15 +113,15 @@ Item {
         }
         height: parent.height
 
-        component Stretch: Rectangle {
+        component BarPart: Rectangle {
             anchors.verticalCenter: parent.verticalCenter
             height: track.thickness
             radius: height / 2
         }
 
-        Stretch { width: parent.width; color: Qt.rgba(1, 1, 1, 0.25) }
-        Stretch { width: parent.width * Math.max(bar.player.loaded, bar.player.position); color: Qt.rgba(1, 1, 1, 0.3) }
-        Stretch { width: parent.width * bar.player.position; color: bar.player.adPlaying ? bar.breakColor : "white" }
+        BarPart { width: parent.width; color: Qt.rgba(1, 1, 1, 0.25) }
+        BarPart { width: parent.width * Math.max(bar.player.loaded, bar.player.position); color: Qt.rgba(1, 1, 1, 0.3) }
+        BarPart { width: parent.width * bar.player.position; color: bar.player.adPlaying ? bar.breakColor : "white" }
 
         Repeater {
             model: bar.player.breaks
@@ -158,7 +158,7 @@ Item {
         }
     }
 
-    // Above the bar: what the viewer should know now.
+    // Above the bar: a message for the viewer.
     Rectangle {
         anchors { left: parent.left; leftMargin: 5 * bar.point; bottom: parent.top; bottomMargin: 5 * bar.point }
         width: Math.min(message.implicitWidth + 16 * bar.point, parent.width - 150 * bar.point)

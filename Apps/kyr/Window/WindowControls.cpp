@@ -7,8 +7,8 @@
 namespace tarn::cli {
 namespace {
 
-/// What a key of a keyboard or a remote control means to the player; 0 for nothing. Up and down are left to
-/// the overlay: nobody seeks with them, so they cannot take the focus to an ad by mistake.
+/// The player's key for a key of a keyboard or a remote control; 0 for none. Up and down are not used for the
+/// player, so they move the focus to the overlay's buttons only on purpose.
 char playerKey(int key) {
   switch (key) {
     case Qt::Key_Space:
@@ -36,7 +36,7 @@ char playerKey(int key) {
   }
 }
 
-/// The end of what is loaded from the beginning of the last range on.
+/// The end of the last loaded range.
 CMTime endOf(const TarnPlaybackSession::TimeRanges& ranges) {
   return ranges && !ranges->empty() ? CMTimeRangeGetEnd(ranges->back()) : kCMTimeZero;
 }
@@ -52,7 +52,7 @@ bool WindowControls::press(int key, bool isRepetition) {
   } else if (key == Qt::Key_Escape || key == Qt::Key_Back) {
     Q_EMIT fullScreenLeft();
   } else if (meant == 'l') {
-    Q_EMIT learnMoreAsked();
+    Q_EMIT learnMoreRequested();
   } else if (meant != 0) {
     send(meant);
   } else {

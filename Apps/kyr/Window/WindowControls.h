@@ -5,14 +5,14 @@
 #include <QVariantList>
 
 #include "Viewing/ControlsState.h"
-#include "Viewing/SessionView.h"
+#include "Viewing/SessionObserver.h"
 #include "Window/PlayWindow.h"
 
 namespace tarn::cli {
 
-/// What the window's look draws of a session, and where the viewer's presses go. All it knows of times is
+/// The model of the window's QML: the session's state, and the handlers of the viewer's presses. Times are
 /// content time; shares are of the content's duration. Main thread.
-class WindowControls final : public QObject, public SessionView {
+class WindowControls final : public QObject, public SessionObserver {
   Q_OBJECT
   Q_PROPERTY(double position READ position NOTIFY changed)
   Q_PROPERTY(double loaded READ loadedShare NOTIFY changed)
@@ -27,7 +27,7 @@ class WindowControls final : public QObject, public SessionView {
   Q_PROPERTY(QString message READ message NOTIFY changed)
 
  public:
-  WindowControls() : SessionView({}) {}
+  WindowControls() : SessionObserver({}) {}
 
   void setHandlers(PlayWindow::Handlers handlers) { handlers_ = std::move(handlers); }
 
@@ -37,15 +37,15 @@ class WindowControls final : public QObject, public SessionView {
   [[nodiscard]] QString time() const { return QString::fromStdString(shortClock(state_.time())); }
   [[nodiscard]] QString duration() const { return QString::fromStdString(shortClock(state_.duration())); }
   [[nodiscard]] bool isPlaying() const { return state_.isPlaying(); }
-  /// Also before there is something to play.
+  /// Also before the stream is ready.
   [[nodiscard]] bool isWaiting() const { return !ready_ || state_.isWaiting(); }
   [[nodiscard]] bool isAdPlaying() const { return state_.ad() != nullptr; }
   [[nodiscard]] bool isSeekable() const { return ready_ && canSeek_; }
   [[nodiscard]] bool isPictureHidden() const { return pictureHidden_; }
-  /// For the viewer to read; empty for none.
+  /// A text for the viewer; empty for none.
   [[nodiscard]] const QString& message() const { return message_; }
 
-  /// A key that no button of the overlay has taken; answers whether it was for the player.
+  /// A key that the overlay did not handle; returns whether the player handles it.
   Q_INVOKABLE bool press(int key, bool isRepetition);
   Q_INVOKABLE void togglePlaying();
   Q_INVOKABLE void seekToShare(double share);
@@ -67,7 +67,7 @@ class WindowControls final : public QObject, public SessionView {
   void breaksChanged();
   void fullScreenToggled();
   void fullScreenLeft();
-  void learnMoreAsked();
+  void learnMoreRequested();
 
  private:
   void send(char key) const;

@@ -17,7 +17,7 @@ Item {
 
     readonly property real gap: 5
 
-    function spoken(text: string): string {
+    function accessibleName(text: string): string {
         return text.replace(/\n/g, " ").replace(/[\u21E4\u21E5]/g, "").trim()
     }
 
@@ -63,7 +63,7 @@ Item {
             width: Math.ceil(learnMoreText.implicitWidth)
             height: parent.height
             Accessible.role: Accessible.Button
-            Accessible.name: look.spoken(title)
+            Accessible.name: look.accessibleName(title)
             Accessible.focusable: visible && enabled
             Accessible.onPressAction: click()
 
@@ -94,7 +94,7 @@ Item {
         }
         width: Math.ceil(skipText.implicitWidth) + 2 * look.gap
         Accessible.role: Accessible.Button
-        Accessible.name: look.spoken(title)
+        Accessible.name: look.accessibleName(title)
         Accessible.focusable: visible && enabled
         Accessible.onPressAction: click()
 

@@ -1,6 +1,6 @@
 import QtQuick
 
-// Told from any picture beneath by being both white and black.
+// Visible on any picture because it is both white and black.
 Rectangle {
     property Item control
 

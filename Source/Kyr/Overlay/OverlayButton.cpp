@@ -7,7 +7,7 @@
 namespace tarn {
 namespace {
 
-/// The keys that remote controls and keyboards send for OK. Space is a player's play and pause.
+/// The keys that remote controls and keyboards send for OK. Not space, which players use for play and pause.
 bool isOK(int key) {
   return key == Qt::Key_Select || key == Qt::Key_Return || key == Qt::Key_Enter;
 }
@@ -88,7 +88,7 @@ void OverlayButton::mouseUngrabEvent() {
 void OverlayButton::keyPressEvent(QKeyEvent* event) {
   if (!isOK(event->key())) return event->ignore();
   event->accept();
-  // The repetition of a key that went down elsewhere is not a press here.
+  // The auto-repeat of a key that was pressed on another item is not a press.
   if (event->isAutoRepeat()) return;
   pressedKey_ = event->key();
   setHighlighted(true);

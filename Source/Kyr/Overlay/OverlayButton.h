@@ -7,21 +7,21 @@
 
 namespace tarn {
 
-/// What a button shows in one of its states.
+/// The content of a button in one of its states.
 struct OverlayTitle {
   QString text;
   QColor color;
   bool underlined = false;
 };
 
-/// A button of the overlay: what a press means, without a look; a look is drawn into it in QML.
+/// The behaviour of an overlay button; its appearance is drawn in QML.
 ///
-/// A press counts when it begins and ends on the button, and the button could be clicked all the while: by
-/// the left mouse button or a finger, or by the OK key while the button has the focus. A press that began
-/// before the button was there, became active or got the focus clicks nothing, however long it is held.
+/// A press clicks when it begins and ends on the button, and the button was clickable throughout: with the
+/// left mouse button or a finger, or with the OK key while the button has the focus. A press that began
+/// before the button was shown, became active or got the focus clicks nothing, however long it is held.
 ///
-/// `hidden` and `enabled` are the button's own; it can be clicked only if all around it is shown and enabled
-/// as well. Main thread.
+/// `hidden` and `enabled` are the button's own properties; it is clickable only if all its parents are shown
+/// and enabled too. Main thread.
 class OverlayButton : public QQuickItem {
   Q_OBJECT
   Q_PROPERTY(QString title READ title NOTIFY lookChanged)
@@ -38,7 +38,7 @@ class OverlayButton : public QQuickItem {
   [[nodiscard]] QString title() const { return current().text; }
   [[nodiscard]] QColor titleColor() const { return current().color; }
   [[nodiscard]] bool titleUnderlined() const { return current().underlined; }
-  /// While a press lies on it.
+  /// Whether it is pressed.
   [[nodiscard]] bool isHighlighted() const { return highlighted_; }
   /// Points.
   [[nodiscard]] qreal borderWidth() const { return borderWidth_; }
@@ -52,7 +52,8 @@ class OverlayButton : public QQuickItem {
   void setBorderWidth(qreal width);
   void setHidden(bool hidden);
 
-  /// A click by other means than a press, such as a screen reader's; nothing while it cannot be clicked.
+  /// Clicks the button without a press, for example for a screen reader; does nothing while it is not
+  /// clickable.
   Q_INVOKABLE void click();
 
  Q_SIGNALS:

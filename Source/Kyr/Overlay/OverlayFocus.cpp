@@ -30,15 +30,15 @@ OverlayFocus::OverlayFocus(QQuickItem& overlay, OverlayButton& top, OverlayButto
     : overlay_(overlay), top_(top), bottom_(bottom), isMirrored_(std::move(isMirrored)) {
   for (auto* const button : {&top, &bottom}) {
     connect(button, &QQuickItem::activeFocusChanged, this, [this, button](bool active) {
-      if (active) focusHasComeTo(*button);
+      if (active) focusMovedTo(*button);
     });
-    connect(button, &OverlayButton::clickableChanged, this, [this, button] { review(*button); });
+    connect(button, &OverlayButton::clickableChanged, this, [this, button] { updateFocus(*button); });
   }
 }
 
 void OverlayFocus::watchWindow(QQuickWindow* window) {
   if (keySource_) keySource_->removeEventFilter(this);
-  // Keys that the focused item and all around it have left come to the window's content item.
+  // The window's content item receives the keys that the focused item and its parents did not handle.
   keySource_ = window != nullptr ? window->contentItem() : nullptr;
   if (keySource_) keySource_->installEventFilter(this);
 }
@@ -64,7 +64,7 @@ OverlayButton* OverlayFocus::focusedButton() const {
   return bottom_.hasActiveFocus() ? &bottom_ : nullptr;
 }
 
-/// A held key was pressed for something else.
+/// A held key was pressed for another purpose.
 bool OverlayFocus::enterByKey(const QKeyEvent& event) {
   if (event.isAutoRepeat() || !isArrow(event.key()) || event.key() == leadingKey()) return false;
   auto* const target =
@@ -81,9 +81,9 @@ void OverlayFocus::moveByKey(OverlayButton& from, const QKeyEvent& event) {
   const int towardsOther = fromTop ? Qt::Key_Down : Qt::Key_Up;
   const int outwards = fromTop ? Qt::Key_Up : Qt::Key_Down;
   if (event.key() == towardsOther && other.isClickable()) return focus(other);
-  if (isBack(event.key()) || event.key() == leadingKey()) return giveBackFrom(from);
-  // In the one direction lies the picture, in the other the edge of the screen.
-  if (fromTop ? event.key() == towardsOther : event.key() == outwards) giveBackFrom(from);
+  if (isBack(event.key()) || event.key() == leadingKey()) return returnFocusFrom(from);
+  // In one direction is the picture, in the other the edge of the screen.
+  if (fromTop ? event.key() == towardsOther : event.key() == outwards) returnFocusFrom(from);
 }
 
 void OverlayFocus::focus(OverlayButton& button) {
@@ -93,18 +93,18 @@ void OverlayFocus::focus(OverlayButton& button) {
   button.forceActiveFocus(Qt::TabFocusReason);
 }
 
-/// By the Tab key, by the application, or because the window is active again.
-void OverlayFocus::focusHasComeTo(OverlayButton& button) {
+/// Moved by the Tab key, by the application, or because the window is active again.
+void OverlayFocus::focusMovedTo(OverlayButton& button) {
   if (held_ == nullptr) origin_ = nullptr;
   held_ = &button;
 }
 
-void OverlayFocus::review(OverlayButton& button) {
-  if (held_ == &button && !button.isClickable()) giveBackFrom(button);
+void OverlayFocus::updateFocus(OverlayButton& button) {
+  if (held_ == &button && !button.isClickable()) returnFocusFrom(button);
 }
 
-/// Where the application has moved the focus in the meantime, it stays.
-void OverlayFocus::giveBackFrom(OverlayButton& button) {
+/// If the application has moved the focus in the meantime, it does not change.
+void OverlayFocus::returnFocusFrom(OverlayButton& button) {
   held_ = nullptr;
   const auto origin = std::exchange(origin_, nullptr);
   auto* const window = overlay_.window();

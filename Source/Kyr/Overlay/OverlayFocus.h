@@ -12,22 +12,23 @@ class QKeyEvent;
 
 namespace tarn {
 
-/// Brings a remote control's focus to the overlay's buttons and back.
+/// Moves a remote control's focus to the overlay's buttons and back.
 ///
-/// The focus never comes by itself: somebody who presses OK for the player must not click an ad that happened
-/// to begin. It is moved by an arrow key that nothing else in the window took, or that the application
-/// forwards, and goes back to where it came from by an arrow that leads off, by Back, and when its button can
-/// no longer be clicked. Main thread.
+/// The buttons never take the focus on their own: a viewer who presses OK for the player must not click an ad
+/// that has just begun. An arrow key moves it there, if nothing else in the window handles the key or if the
+/// application forwards it. It returns to its previous item with an arrow that points away, with Back, and
+/// when its button is no longer clickable. Main thread.
 class OverlayFocus final : public QObject {
  public:
-  /// All live as long as this. `top` lies above `bottom`, both at the trailing edge: the right one, or the
-  /// left one while `isMirrored` says so.
+  /// All must outlive this object. `top` is above `bottom`, both at the trailing edge: the right one, or the
+  /// left one while `isMirrored` returns true.
   OverlayFocus(QQuickItem& overlay, OverlayButton& top, OverlayButton& bottom,
                std::function<bool()> isMirrored);
 
-  /// Hears the keys that nothing in `window` takes; null for none. The one before is let go of.
+  /// Receives the keys that nothing in `window` handles, instead of those of the previous window; null for
+  /// none.
   void watchWindow(QQuickWindow* window);
-  /// Answers whether the key was for the overlay.
+  /// Returns whether the overlay handled the key.
   [[nodiscard]] bool handleKey(const QKeyEvent& event);
 
  protected:
@@ -39,17 +40,17 @@ class OverlayFocus final : public QObject {
   [[nodiscard]] bool enterByKey(const QKeyEvent& event);
   void moveByKey(OverlayButton& from, const QKeyEvent& event);
   void focus(OverlayButton& button);
-  void focusHasComeTo(OverlayButton& button);
-  void giveBackFrom(OverlayButton& button);
-  void review(OverlayButton& button);
+  void focusMovedTo(OverlayButton& button);
+  void returnFocusFrom(OverlayButton& button);
+  void updateFocus(OverlayButton& button);
 
   QQuickItem& overlay_;
   OverlayButton& top_;
   OverlayButton& bottom_;
   std::function<bool()> isMirrored_;
   QPointer<QQuickItem> keySource_;
-  QPointer<QQuickItem> origin_;    // where the focus came from
-  OverlayButton* held_ = nullptr;  // the button that had the focus last, until it is given back
+  QPointer<QQuickItem> origin_;    // the item that had the focus before
+  OverlayButton* held_ = nullptr;  // the button that has the focus, until the focus returns
 };
 
 }  // namespace tarn

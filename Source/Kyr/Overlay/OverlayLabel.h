@@ -6,7 +6,7 @@
 
 namespace tarn {
 
-/// A line of text in the overlay; a look is drawn into it in QML. Main thread.
+/// A line of text in the overlay; its appearance is drawn in QML. Main thread.
 class OverlayLabel : public QQuickItem {
   Q_OBJECT
   Q_PROPERTY(QString text READ text NOTIFY textChanged)

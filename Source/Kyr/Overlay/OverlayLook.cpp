@@ -7,7 +7,7 @@
 #include "Overlay/OverlayLabel.h"
 #include "Platform/Log.h"
 
-/// Outside any namespace, as Qt asks of it: a static library's resources have to be named to be linked.
+/// Qt requires this outside any namespace: a static library's resources are linked only when named.
 static void initialiseOverlayResources() {
   Q_INIT_RESOURCE(KyrOverlay);
 }

@@ -7,13 +7,13 @@
 
 namespace tarn {
 
-/// The overlay as it is drawn: what QML makes of it. Main thread.
+/// The overlay's appearance, created by QML. Main thread.
 ///
-/// All looks of the process share one QML engine, which goes with the last of them.
+/// All looks of the process share one QML engine, which is destroyed with the last of them.
 class OverlayLook final {
  public:
   /// Drawn in `parent`, which outlives the look; `properties` are set on its root before anything is shown.
-  /// Where QML cannot make it (an incomplete installation) a log line tells why, and the look is empty.
+  /// If QML cannot create it (an incomplete installation) the reason is logged, and the look is empty.
   OverlayLook(QQuickItem& parent, const QVariantMap& properties);
   OverlayLook(const OverlayLook&) = delete;
   OverlayLook& operator=(const OverlayLook&) = delete;
@@ -21,7 +21,7 @@ class OverlayLook final {
 
   /// Never null.
   [[nodiscard]] QQuickItem& root() const { return *root_; }
-  /// The part that the root names so; one without a look where it names none.
+  /// The root's part of that name; one without an appearance if there is none.
   template <typename Part>
   [[nodiscard]] Part* part(const char* name) const {
     auto* const named = qvariant_cast<Part*>(root_->property(name));

@@ -7,8 +7,8 @@
 
 namespace tarn {
 
-/// Has Qt's event loop run the tasks of `MainQueue`, as long as it lives. Made on the thread of the
-/// `QCoreApplication`, which is the main thread then, and destroyed there.
+/// Runs the tasks of `MainQueue` from Qt's event loop during its lifetime. Made and destroyed on the thread
+/// of the `QCoreApplication`, which is then the main thread.
 class QtMainQueue final {
  public:
   QtMainQueue();
@@ -21,7 +21,7 @@ class QtMainQueue final {
   void drain();
 
   QObject receiver_;
-  std::atomic<bool> woken_ = false;  // one posted event runs all tasks that wait
+  std::atomic<bool> woken_ = false;  // one posted event runs all waiting tasks
   Token installation_;               // ends first
 };
 

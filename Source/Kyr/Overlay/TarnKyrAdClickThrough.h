@@ -25,7 +25,7 @@ class TarnKyrAdClickThrough {
   /// The session that was current at the click.
   [[nodiscard]] const std::shared_ptr<TarnPlaybackSession>& session() const { return session_; }
   [[nodiscard]] const tarn::URL& clickThroughURL() const { return clickThroughURL_; }
-  /// Null when it has gone.
+  /// Null when it has been destroyed.
   [[nodiscard]] QQuickItem* sender() const { return sender_; }
 
  private:

@@ -12,7 +12,7 @@ namespace {
 
 using LifecycleEvent = TarnPlaybackSession::LifecycleEvent;
 
-/// Whether the session plays a break: false when it becomes current, and last when it has ended.
+/// Whether the session plays a break: sends false when the session becomes current, and when it has ended.
 Tarn_RACSignal<bool> isInBreak(const TarnKyrAdComponentDisplayContainer::Session& session) {
   if (!session) return Tarn_RACSignal<bool>::returnValue(false);
   const auto isEnter = [](const LifecycleEvent& event) {
@@ -28,7 +28,7 @@ Tarn_RACSignal<bool> isInBreak(const TarnKyrAdComponentDisplayContainer::Session
       .concat(Tarn_RACSignal<bool>::returnValue(false));
 }
 
-/// Whether QML or C++ code has given the object an operation `presentViewController`.
+/// Whether the object has an operation `presentViewController`, from QML or C++.
 bool canPresentViewController(const QObject& object) {
   const auto& type = *object.metaObject();
   for (int i = 0; i < type.methodCount(); ++i) {
@@ -64,7 +64,7 @@ TarnKyrAdComponentDisplayContainer::TarnKyrAdComponentDisplayContainer(Companion
   configureCompanionSlots(std::move(companionSlots));
 }
 
-/// The common set-up is done anew: the view of the first is never shown.
+/// The delegated constructor has made a view that is never shown; this one replaces it.
 TarnKyrAdComponentDisplayContainer::TarnKyrAdComponentDisplayContainer(
     QQuickItem* adComponentContainer, CompanionSlots companionSlots,
     std::shared_ptr<tarn::BeaconSink> beaconSink)
@@ -77,7 +77,7 @@ TarnKyrAdComponentDisplayContainer::TarnKyrAdComponentDisplayContainer(
 
 TarnKyrAdComponentDisplayContainer::~TarnKyrAdComponentDisplayContainer() = default;
 
-/// A click in the view may be what lets go of the container.
+/// The container may be destroyed by a click in the view.
 void TarnKyrAdComponentDisplayContainer::DeleteLater::operator()(TarnKyrAdComponentView* view) const {
   view->setVisible(false);
   view->setParentItem(nullptr);
@@ -103,7 +103,7 @@ void TarnKyrAdComponentDisplayContainer::configureAdComponentContainer(QQuickIte
   constructSignals(sessions);
   const auto clicks = adComponentView_->adsByLearnMoreWithSessions(sessions, beaconSink_);
   subscriptions_.add(clicks.subscribeNext([this](const TarnKyrAdClickThrough& click) {
-    const auto handler = nextBlock_;  // it may replace itself, or let go of this container
+    const auto handler = nextBlock_;  // it may replace itself, or destroy this container
     if (handler) handler(click);
   }));
 }

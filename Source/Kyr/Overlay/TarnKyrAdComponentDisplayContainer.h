@@ -14,25 +14,25 @@
 #include "Reactive/Tarn_RACDisposable.h"
 #include "Reactive/Tarn_RACInvocations.h"
 
-/// Kept for the application; nothing is asked of it.
+/// Kept for the application; the library never calls it.
 class TarnKyrAdComponentDelegate {
  public:
   virtual ~TarnKyrAdComponentDelegate() = default;
 };
 
-/// What an application makes to have the ad overlay:
+/// The ad overlay of an application:
 ///
 ///     auto container = std::make_shared<TarnKyrAdComponentDisplayContainer>(videoItem, slots);
 ///     controller->addSessionConsumer(container);
 ///
 /// It puts the overlay over the application's item when a break of the current session starts, and hides it
 /// when that break or session ends: the session terminates, is destroyed, or another one, or none, becomes
-/// current. It handles the viewer's clicks: the player is paused, the item that can present a page is looked
-/// for, and the presenting operation is called, which is the application's to fill. Playback stays paused
-/// until the application resumes it.
+/// current. It handles the viewer's clicks: it pauses the player, finds the item that can present a page, and
+/// calls the presenting operation, which the application implements. Playback stays paused until the
+/// application resumes it.
 ///
 /// Main thread; lives as long as the application holds it, at most as long as the `QGuiApplication`, and
-/// takes the overlay away when it goes.
+/// removes the overlay when it is destroyed.
 class TarnKyrAdComponentDisplayContainer : public TarnSessionConsumer {
  public:
   using Session = std::shared_ptr<TarnPlaybackSession>;
@@ -48,7 +48,7 @@ class TarnKyrAdComponentDisplayContainer : public TarnSessionConsumer {
   /// `tarn::HTTPBeaconSink::shared()`.
   TarnKyrAdComponentDisplayContainer(QQuickItem* adComponentContainer, CompanionSlots companionSlots,
                                      std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr);
-  /// With a view that nothing puts anywhere.
+  /// With a view that is never shown.
   explicit TarnKyrAdComponentDisplayContainer(CompanionSlots companionSlots);
   ~TarnKyrAdComponentDisplayContainer() override;
 
@@ -62,15 +62,15 @@ class TarnKyrAdComponentDisplayContainer : public TarnSessionConsumer {
   /// Never null. The container's own.
   [[nodiscard]] TarnKyrAdComponentView* adComponentView() const { return adComponentView_.get(); }
 
-  /// What a click does; at first as the class says. Another one may be set; empty for nothing. May be called
-  /// when the container has gone: it then only pauses.
+  /// The handler of clicks; initially as described above. It may be replaced; empty to do nothing. May be
+  /// called after the container was destroyed: it then only pauses.
   [[nodiscard]] const ClickThroughHandler& nextBlock() const { return nextBlock_; }
   void setNextBlock(ClickThroughHandler nextBlock) { nextBlock_ = std::move(nextBlock); }
 
   /// `session` becomes the current one, whose breaks the overlay shows; after null there is none.
   void didAdvanceToPlaybackSession(const Session& session) override;
 
-  /// Presents the advertiser's page: to be overridden, or filled by `setPagePresenter`; does nothing else.
+  /// Presents the advertiser's page: calls the presenter set by `setPagePresenter`, or override it.
   /// `viewController` has an invokable `presentViewController`; `session` is paused.
   virtual void presentLearnMoreWebViewControllerFromViewController(QObject* viewController,
                                                                    const std::shared_ptr<const TarnAd>& ad,

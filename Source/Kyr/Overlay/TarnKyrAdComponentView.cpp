@@ -20,7 +20,7 @@ namespace {
 using State = tarn::OverlayButton::State;
 using LifecycleEvent = TarnPlaybackSession::LifecycleEvent;
 
-/// The screen in points, as small as the look is made for.
+/// The smallest screen that the layout is designed for, in points.
 constexpr double kPointsAcross = 640;
 constexpr double kPointsDown = 360;
 
@@ -60,7 +60,7 @@ TarnKyrAdComponentView::TarnKyrAdComponentView(const QRectF& frame, QQuickItem* 
 TarnKyrAdComponentView::~TarnKyrAdComponentView() = default;
 
 void TarnKyrAdComponentView::configure() {
-  // Presses on what is taken but cannot be clicked end here.
+  // Presses on the bar, and on buttons that are not clickable, end here.
   setAcceptedMouseButtons(Qt::AllButtons);
   look_ = std::make_unique<tarn::OverlayLook>(
       *this, QVariantMap{{QStringLiteral("buttonWidthHeight"), buttonWidthHeightForCurrentIdiom()},
@@ -88,7 +88,7 @@ void TarnKyrAdComponentView::configureButtons() {
   skipButton_->setHidden(true);
   connect(skipButton_, &QQuickItem::enabledChanged, this,
           [this] { skipButton_->setBorderWidth(skipButton_->isEnabled() ? 1 : 0); });
-  skipButton_->setEnabled(false);  // nothing is known of an ad that could be skipped
+  skipButton_->setEnabled(false);  // no ad that can be skipped yet
   connect(skipButton_, &tarn::OverlayButton::touchUpInside, this,
           [this] { skipButtonDidTouchUpInside(skipButton_); });
 }
@@ -98,7 +98,7 @@ Tarn_RACSignal<TarnKyrAdClickThrough> TarnKyrAdComponentView::adsByLearnMoreWith
   const auto digester = std::make_shared<TarnLumoAnalyticsDigester>(std::move(beaconSink));
   const Tarn_RACSubject<TarnKyrAdClickThrough> clickThroughs;
   subscriptions_.add(sessions.subscribeNext([this, digester, clickThroughs](const Session& session) {
-    session_.reset();  // before the next one is wired to the same buttons
+    session_.reset();  // before the next one is connected to the same buttons
     if (session) session_ = std::make_unique<tarn::OverlaySession>(*this, session, digester, clickThroughs);
   }));
   return clickThroughs.signal();
@@ -127,7 +127,7 @@ TarnKyrAdComponentView::clickThroughURLSignalWithAdEnterSignal(
   const auto ads = adEnterSignalWithClickThroughURL(adEnterSignal)
                        .map([](const LifecycleEvent& event) { return event->ad(); })
                        .sample(touches);
-  // The buttons are subscribed to first, so that each touch that has an ad finds its own button.
+  // Subscribes to the buttons first, so that each touch with an ad is paired with its own button.
   return tarn::zip(buttons.sample(ads), ads).reduceEach([](QQuickItem* button, const Ad& ad) {
     return Tarn_RACTuple<Ad, QQuickItem*>(ad, button);
   });
@@ -150,7 +150,7 @@ QString TarnKyrAdComponentView::learnMoreButtonTitle() {
   return localized("Learn More");
 }
 
-/// A set-top and a desktop do not tell an idiom.
+/// Linux has no interface idiom, so the pad layout is never chosen.
 double TarnKyrAdComponentView::buttonWidthHeightForCurrentIdiom() {
   return 30;
 }

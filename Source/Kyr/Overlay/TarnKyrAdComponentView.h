@@ -21,21 +21,20 @@ namespace tarn {
 class OverlaySession;
 }
 
-/// The overlay that is drawn over the video while ads play: at the top a bar that tells how long the break
-/// still lasts, with "Learn More", near the bottom a button that counts down to "Skip Ad ⇥" and then skips.
+/// The overlay over the video while ads play: at the top a bar with the remaining time of the break and
+/// "Learn More", near the bottom a button that counts down to "Skip Ad ⇥" and then skips.
 ///
-/// It follows the lifecycle events of one session at a time, of those given to `adsByLearnMoreWithSessions`,
-/// and polls nothing. When that session ends inside an ad, nothing of the ad is left: neither texts, nor
-/// buttons, nor clicks.
-/// What it shows is measured in points: a 360th of the view's height or a 640th of its width, whichever is
-/// less, but at least a pixel; so it is read from a sofa as well on a 720 as on a 2160 lines screen. Where
-/// the texts, or the application, run from right to left it is mirrored.
+/// It follows the lifecycle events of one session at a time, of those sent to `adsByLearnMoreWithSessions`,
+/// and polls nothing. When that session ends inside an ad, the ad's texts, buttons and clicks end too. Its
+/// sizes are in points: a 360th of the view's height or a 640th of its width, whichever is less, but at least
+/// a pixel; so it is equally readable on screens of 720 and of 2160 lines. If the texts, or the application,
+/// run from right to left it is mirrored.
 ///
-/// Presses beside the bar and the buttons go to what lies beneath. A remote control reaches the buttons by an
-/// arrow key that nothing else in the window took, or that the application forwards (`Keys.forwardTo`); see
-/// `tarn::OverlayFocus`.
+/// Presses beside the bar and the buttons go to the items below. A remote control reaches the buttons with an
+/// arrow key that nothing else in the window handles, or that the application forwards (`Keys.forwardTo`);
+/// see `tarn::OverlayFocus`.
 ///
-/// Main thread; tasks of the main queue are awaited, so something has to run them (`tarn::QtMainQueue`).
+/// Main thread; it needs an event loop that runs the main queue (`tarn::QtMainQueue`).
 class TarnKyrAdComponentView : public QQuickItem {
   Q_OBJECT
 
@@ -50,44 +49,44 @@ class TarnKyrAdComponentView : public QQuickItem {
   explicit TarnKyrAdComponentView(const QRectF& frame, QQuickItem* parent = nullptr);
   ~TarnKyrAdComponentView() override;
 
-  /// Its own subviews, never null.
+  /// The view's subviews, never null.
   [[nodiscard]] tarn::OverlayLabel* durationLabel() const { return durationLabel_; }
   [[nodiscard]] tarn::OverlayButton* skipButton() const { return skipButton_; }
   [[nodiscard]] tarn::OverlayButton* learnMoreButton() const { return learnMoreButton_; }
   [[nodiscard]] QQuickItem* topComponentContainer() const { return topComponentContainer_; }
 
-  /// Has the overlay follow the session sent last until that session terminates or is destroyed, or the next
-  /// one is sent; after a null session, none. Keeps no session alive. Sessions are sent on the main thread,
-  /// their events on any. The signal returned sends each click on "Learn More", after the click's beacons.
-  /// `beaconSink` receives the beacons; null: `tarn::HTTPBeaconSink::shared()`. Call it once.
+  /// Makes the overlay follow the session sent last until that session terminates or is destroyed, or another
+  /// one is sent; null for none. Keeps no session alive. Sessions are sent on the main thread, their events
+  /// on any. The signal returned sends each click on "Learn More", after the click's beacons. `beaconSink`
+  /// receives the beacons; null: `tarn::HTTPBeaconSink::shared()`. Call it once.
   Tarn_RACSignal<TarnKyrAdClickThrough> adsByLearnMoreWithSessions(
       const Sessions& sessions, std::shared_ptr<tarn::BeaconSink> beaconSink = nullptr);
 
-  /// The buttons call them. They do nothing but send to the signals below.
+  /// Called by the buttons. They only send to the signals below.
   void skipButtonDidTouchUpInside(QQuickItem* sender) { skipTouches_(sender); }
   void learnMoreButtonDidTouchUpInside(QQuickItem* sender) { learnMoreTouches_(sender); }
   using Touches = Tarn_RACSignal<Tarn_RACTuple<QQuickItem*>>;
   [[nodiscard]] Touches skipButtonTouches() const { return skipTouches_.signal(); }
   [[nodiscard]] Touches learnMoreButtonTouches() const { return learnMoreTouches_.signal(); }
 
-  // The signals that the learn-more button's wiring is built of. The events of entered ads carry an ad whose
-  // properties hold the parsed ad.
+  // The signals that connect the learn-more button. The events of entered ads have an ad whose properties
+  // hold the parsed ad.
 
   /// On the main thread.
   [[nodiscard]] static Tarn_RACSignal<bool> shouldHideLearnMoreButtonWithAdEnterSignal(
       const LifecycleEvents& adEnterSignal, const LifecycleEvents& adExitSignal);
-  /// At each touch of a button that ad, of those with a page to open, which was entered last, and the button.
+  /// At each touch of a button: the ad entered last, of those with a page to open, and the button.
   [[nodiscard]] static Tarn_RACSignal<Tarn_RACTuple<Ad, QQuickItem*>> clickThroughURLSignalWithAdEnterSignal(
       const LifecycleEvents& adEnterSignal, const Touches& learnMoreButtonDidTouchUpInsideSignal);
   [[nodiscard]] static LifecycleEvents adEnterSignalWithClickThroughURL(const LifecycleEvents& adEnterSignal);
 
-  /// The texts, in the application's language. Whole seconds are counted towards zero.
+  /// The texts, in the application's language. Seconds are truncated to whole ones.
   [[nodiscard]] static QString formatAdRemainTime(CMTime time);
-  /// `progress` is the number of seconds still to be waited for.
+  /// `progress` is the number of seconds left to wait.
   [[nodiscard]] static QString skipButtonTitleWithProgress(std::int64_t progress);
   [[nodiscard]] static QString learnMoreButtonTitle();
 
-  // The look. Points.
+  // The appearance, in points.
 
   [[nodiscard]] static double buttonWidthHeightForCurrentIdiom();
   [[nodiscard]] static double fontSizeForCurrentIdiom();
@@ -100,7 +99,7 @@ class TarnKyrAdComponentView : public QQuickItem {
   /// Whether the leading edge is the right one: the application, or the texts, run from right to left.
   [[nodiscard]] static bool isMirrored();
 
-  /// Whether a press at `point` is taken by the view: it lies in a subview that is shown.
+  /// Whether the view handles a press at `point`: it is inside a visible subview.
   [[nodiscard]] bool pointInside(const QPointF& point) const;
   [[nodiscard]] bool contains(const QPointF& point) const override { return pointInside(point); }
 

@@ -6,9 +6,9 @@
 
 /// A place in the application's interface for a companion banner.
 ///
-/// The library stores slots and shows nothing in them: a slot as made has no view and no size. An application
-/// that shows companions sets them, or has a subclass do so, and asks the ad's companions for those of just
-/// that size. Main thread.
+/// The library stores slots and shows nothing in them: a new slot has no view and no size. An application
+/// that shows companions sets both, or a subclass does, and selects the ad's companions of exactly that size.
+/// Main thread.
 class TarnKyrCompanionSlot {
  public:
   /// Must not be used: throws `tarn::ProgrammingError`.
@@ -18,10 +18,10 @@ class TarnKyrCompanionSlot {
   TarnKyrCompanionSlot& operator=(const TarnKyrCompanionSlot&) = delete;
   virtual ~TarnKyrCompanionSlot() = default;
 
-  /// Owned by its own parent; null when there is none, or it has gone.
+  /// Owned by its own parent; null when there is none, or it has been destroyed.
   [[nodiscard]] QQuickItem* view() const { return view_; }
   void setView(QQuickItem* view) { view_ = view; }
-  /// Pixels, as the ad's document counts them.
+  /// In pixels of the ad's document.
   [[nodiscard]] std::int64_t width() const { return width_; }
   void setWidth(std::int64_t width) { width_ = width; }
   [[nodiscard]] std::int64_t height() const { return height_; }

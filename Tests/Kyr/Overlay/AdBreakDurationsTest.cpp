@@ -10,7 +10,7 @@
 namespace tarn::test {
 namespace {
 
-TEST(AdBreakDurations, HasAnEntryForEachParsedAdAndOneForTheTotal) {
+TEST(AdBreakDurationsTest, HasAnEntryForEachParsedAdAndOneForTheTotal) {
   const auto a = makeAd({.duration = 10, .id = "a"});
   const auto b = makeAd({.beginTime = 10, .duration = 5, .id = "b"});
   const auto unparsed =

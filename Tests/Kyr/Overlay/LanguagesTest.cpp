@@ -9,15 +9,15 @@
 namespace tarn::test {
 namespace {
 
-/// The catalogues that were built, one after the other.
-class Languages : public OverlayWindowTest {
+/// The catalogues that were built, each in turn.
+class LanguagesTest : public OverlayWindowTest {
  protected:
-  Languages() {
+  LanguagesTest() {
     setlocale(LC_ALL, "C.UTF-8");
     bindtextdomain("kyr", KYR_LANGUAGES);
     bind_textdomain_codeset("kyr", "UTF-8");
   }
-  ~Languages() override {
+  ~LanguagesTest() override {
     unsetenv("LANGUAGE");
     textdomain("messages");
     setlocale(LC_ALL, "C");
@@ -28,7 +28,7 @@ class Languages : public OverlayWindowTest {
   }
 };
 
-TEST_F(Languages, EachHasAllTexts) {
+TEST_F(LanguagesTest, EachCatalogueHasAllTexts) {
   const auto texts = [] {
     std::vector<QString> all{TarnKyrAdComponentView::learnMoreButtonTitle()};
     for (const int count : {0, 1, 17}) {
@@ -39,7 +39,7 @@ TEST_F(Languages, EachHasAllTexts) {
   };
   use("none");
   const auto own = texts();
-  EXPECT_EQ(own[0].toStdString(), "Learn More") << "without a catalogue the key is the text";
+  EXPECT_EQ(own[0].toStdString(), "Learn More") << "without a catalogue the text must be the key";
   for (const char* const language : {"ar", "de", "es", "fr", "ja"}) {
     use(language);
     const auto translated = texts();
@@ -53,7 +53,7 @@ TEST_F(Languages, EachHasAllTexts) {
   }
 }
 
-TEST_F(Languages, AScriptFromRightToLeftMirrorsTheOverlay) {
+TEST_F(LanguagesTest, MirrorsTheOverlayForAScriptFromRightToLeft) {
   use("ar");
   EXPECT_TRUE(TarnKyrAdComponentView::isMirrored());
   use("ja");

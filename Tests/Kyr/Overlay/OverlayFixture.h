@@ -16,12 +16,12 @@
 
 namespace tarn::test {
 
-/// Runs what waits on the main queue, and what that enqueues.
+/// Runs all tasks of the main queue, including those that they enqueue.
 void runMainQueue();
-/// Has Qt handle what waits, deletions included.
+/// Makes Qt handle all pending events, deletions included.
 void runQt();
 
-/// A player's picture, as an application puts it into its window: takes presses and keys, and says so.
+/// The player's picture in an application's window; it records the presses and keys that it receives.
 class Picture final : public QQuickItem {
   Q_OBJECT
  public:
@@ -47,18 +47,18 @@ class OverlayWindowTest : public ::testing::Test {
   [[nodiscard]] tarn::OverlayButton& skip() { return *view().skipButton(); }
   [[nodiscard]] tarn::OverlayButton& learnMore() { return *view().learnMoreButton(); }
 
-  /// A new session, advanced to.
+  /// Makes a new session current.
   std::shared_ptr<ScriptedSession> advance(double itemSeconds = 600);
-  /// In that session, a break with that one ad, entered and at that in-ad time.
+  /// Starts in that session a break with only that ad, at that in-ad time.
   void play(const std::shared_ptr<const TarnLumoAd>& entered, double inAdSeconds = 0);
-  /// The ad that was entered last, or is said to be the current one, goes on to that in-ad time.
+  /// Plays the current ad (the one entered last by default) to that in-ad time.
   void progress(double inAdSeconds);
 
-  /// Plays a story (see `tellStory`). Steps: a number is progress; an arrow, "ok", "back" or "escape" is
-  /// typed; "skip" and "more" are clicked on, "press" and "release" are of the mouse on the skip button;
-  /// "?skip", "?more", "?picture" and "?none" expect the focus there, "?shown" and "?hidden" are of the view;
-  /// the others are of the session. To be looked at: the "label", the "buttons" that are there, those that
-  /// cannot be clicked in brackets, the player's "calls", the "beacons".
+  /// Runs a script (see `tellStory`). Steps: a number is progress; an arrow, "ok", "back" or "escape" is a
+  /// key; "skip" and "more" are clicked on, "press" and "release" use the mouse on the skip button;
+  /// "?skip", "?more", "?picture" and "?none" expect the focus there, "?shown" and "?hidden" check the view;
+  /// the others are steps of the session. Values to check: the "label", the visible "buttons" (in brackets if
+  /// not clickable), the player's "calls", the "beacons".
   void tell(const std::string& story);
 
   [[nodiscard]] QPoint centreOf(const QQuickItem& item) const;

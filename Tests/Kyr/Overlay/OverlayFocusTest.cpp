@@ -13,16 +13,16 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// With an ad that can be skipped and has a page.
-class RemoteControl : public OverlayWindowTest {
+/// Plays an ad that can be skipped and has a page.
+class OverlayFocusTest : public OverlayWindowTest {
  protected:
-  RemoteControl() {
+  OverlayFocusTest() {
     advance();
     play(makeAd({.beginTime = 10, .duration = 75, .skipOffset = 5, .hasPage = true}), 6);
   }
 };
 
-TEST_F(RemoteControl, ArrowsLeadToTheButtonsAndBack) {
+TEST_F(OverlayFocusTest, MovesToTheButtonsAndBackWithArrows) {
   tell(R"(
     ?picture left ?picture
     up ?more up ?more right ?more left ?picture
@@ -31,32 +31,33 @@ TEST_F(RemoteControl, ArrowsLeadToTheButtonsAndBack) {
     down left ?picture down back ?picture up escape ?picture)");
 }
 
-TEST_F(RemoteControl, ArrowsFollowTheMirroredLayout) {
+TEST_F(OverlayFocusTest, UsesMirroredArrowsInAMirroredLayout) {
   QGuiApplication::setLayoutDirection(Qt::RightToLeft);
   tell("right ?picture left ?skip right ?picture");
   QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
-TEST_F(RemoteControl, AnArrowThatTheApplicationTakesStaysWithIt) {
+TEST_F(OverlayFocusTest, IgnoresArrowsThatTheApplicationHandles) {
   picture->takesArrows = true;
   tell("up ?picture");
   EXPECT_THAT(picture->keys, ElementsAre(Qt::Key_Up));
 }
 
-TEST_F(RemoteControl, OnlyWhatCanBeClickedIsReached) {
+TEST_F(OverlayFocusTest, ReachesOnlyClickableButtons) {
   tell("2 down ?more down ?picture exitAd up ?picture");
   EXPECT_THAT(picture->keys, IsEmpty());
 }
 
-// The exit of the break hides the view, and not the button by itself. A focus does not come back by itself.
-TEST_F(RemoteControl, TheFocusGoesBackWhenItsButtonCanNoLongerBeClicked) {
+// The exit of the break hides the view, not the button itself. The focus does not return to the button on its
+// own.
+TEST_F(OverlayFocusTest, ReturnsTheFocusWhenItsButtonIsNoLongerClickable) {
   tell(R"(
     down ?skip 62 ?picture 66 ?picture
     up ?more exitAd ?picture
     enterAd 6 down ?skip exitBreak ?picture)");
 }
 
-TEST_F(RemoteControl, AFocusThatTheApplicationHasMovedStaysWhereItIs) {
+TEST_F(OverlayFocusTest, DoesNotReturnAFocusThatTheApplicationHasMoved) {
   QQuickItem menu(window.contentItem());
   tell("down");
   menu.forceActiveFocus();
@@ -64,7 +65,7 @@ TEST_F(RemoteControl, AFocusThatTheApplicationHasMovedStaysWhereItIs) {
   EXPECT_TRUE(menu.hasActiveFocus());
 }
 
-TEST_F(RemoteControl, WithNowhereToGoBackToTheFocusIsGivenUp) {
+TEST_F(OverlayFocusTest, ClearsTheFocusWhenThePreviousItemIsGone) {
   auto* const menu = new QQuickItem(window.contentItem());
   menu->forceActiveFocus();
   tell("down ?skip");
@@ -72,31 +73,31 @@ TEST_F(RemoteControl, WithNowhereToGoBackToTheFocusIsGivenUp) {
   tell("left ?none");
 }
 
-TEST_F(RemoteControl, OKClicksTheFocusedButton) {
+TEST_F(OverlayFocusTest, ClicksTheFocusedButtonWithOK) {
   tell("up ok => beacons: click-a");
   for (const int key : {Qt::Key_Enter, Qt::Key_Select}) typeKey(key);
   tell("down ?skip => beacons: click-a, click-a");
   EXPECT_TRUE((pressKey(Qt::Key_Return), skip().isHighlighted()));
-  tell("=> beacons:");  // when the key is let go
+  tell("=> beacons:");  // clicks when the key is released
   releaseKey(Qt::Key_Return);
   tell("=> beacons: skip-a");
   EXPECT_THAT(picture->keys, IsEmpty());
 }
 
-TEST_F(RemoteControl, AnOKMeantForThePlayerNeverClicksAnAd) {
+TEST_F(OverlayFocusTest, NeverClicksWithAnOKPressedForThePlayer) {
   typeKey(Qt::Key_Return);
-  EXPECT_THAT(picture->keys, ElementsAre(Qt::Key_Return)) << "the focus is the player's";
+  EXPECT_THAT(picture->keys, ElementsAre(Qt::Key_Return)) << "the player must have the focus";
 
   pressKey(Qt::Key_Return);
-  tell("up ?more");  // the focus comes while the key is held
+  tell("up ?more");  // the focus moves while the key is held
   pressKey(Qt::Key_Return, true);
   releaseKey(Qt::Key_Return);
   tell("left => beacons:");
   pressKey(Qt::Key_Right, true);
-  tell("?picture");  // a held arrow was pressed for something else
+  tell("?picture");  // a held arrow was pressed for another purpose
 }
 
-TEST_F(RemoteControl, APressIsOverWhenItsButtonCannotBeClickedAnyMore) {
+TEST_F(OverlayFocusTest, EndsAPressWhenItsButtonIsNoLongerClickable) {
   tell("down");
   pressKey(Qt::Key_Return);
   tell("62 66 down ?skip");
@@ -108,7 +109,7 @@ TEST_F(RemoteControl, APressIsOverWhenItsButtonCannotBeClickedAnyMore) {
     skip                  => beacons: skip-a)");
 }
 
-TEST_F(RemoteControl, TheWindowsFocusComesBackToTheButtonAndThenToThePlayer) {
+TEST_F(OverlayFocusTest, RestoresTheButtonsFocusWithTheWindowsThenThePlayers) {
   tell("down");
   QQuickWindow other;
   other.show();

@@ -16,7 +16,7 @@ const VMAPDrawing kSkippable{.linearAttributes = "skipoffset='00:00:03'",
                                  "<ClickTracking>http://t.example/click</ClickTracking></VideoClicks>"};
 
 /// The overlay over the plug-in's own session, whose stream plays in virtual time.
-class OverlayWithSession : public OverlayWindowTest {
+class OverlayWithSessionTest : public OverlayWindowTest {
  protected:
   KyrStage& start(const char* drawing) {
     container->didAdvanceToPlaybackSession(kyr.emplace(drawing, kSkippable).session);
@@ -25,7 +25,7 @@ class OverlayWithSession : public OverlayWindowTest {
   std::optional<KyrStage> kyr;
 };
 
-TEST_F(OverlayWithSession, FollowsTheStreamThroughItsBreaks) {
+TEST_F(OverlayWithSessionTest, ShowsEachBreakOfTheStream) {
   start("..aabb...cc").play(9.75);
   tell("?hidden");
   kyr->play(0.25);
@@ -34,7 +34,7 @@ TEST_F(OverlayWithSession, FollowsTheStreamThroughItsBreaks) {
             => buttons: (You can skip this ad/in 3 seconds), Learn More)");
   kyr->play(3);
   tell("=> label: Your video will resume in 17 seconds");
-  tell("skip");  // lands 0.2 s inside the next ad
+  tell("skip");  // arrives 0.2 s inside the next ad
   tell(R"(
             => label: Your video will resume in 9 seconds
             => buttons: (You can skip this ad/in 3 seconds), Learn More
@@ -45,14 +45,14 @@ TEST_F(OverlayWithSession, FollowsTheStreamThroughItsBreaks) {
   tell("?shown  => label: Your video will resume in 10 seconds");
 }
 
-TEST_F(OverlayWithSession, SkipsThePostRollToTheStreamsEndUnseen) {
+TEST_F(OverlayWithSessionTest, HidesThePictureWhenSkippingThePostRollToTheStreamsEnd) {
   start("..aa").tell("14 |");
   tell("skip");
   kyr->tell("out => calls: pause, hideLayer, seek 20 -0 +0, seek 20 -0 +0, canSeek, play, showLayer");
   tell("?hidden");
 }
 
-TEST_F(OverlayWithSession, AClickPausesTheAdUntilTheApplicationResumesIt) {
+TEST_F(OverlayWithSessionTest, PausesTheAdOnAClickUntilTheApplicationResumesIt) {
   start("..aa..").tell("11 |");
   tell("more");
   kyr->tell(R"(
@@ -82,7 +82,7 @@ class TerminatingApplication final : public TarnSessionConsumer {
   const char* const type_;
 };
 
-TEST_F(OverlayWithSession, IsHiddenWhereverTheApplicationTerminates) {
+TEST_F(OverlayWithSessionTest, IsHiddenAfterTheApplicationTerminatesInAnyEvent) {
   std::weak_ptr<FakePlayer> player;
   const auto makePlayer = [&player] {
     auto made = std::make_shared<FakePlayer>();

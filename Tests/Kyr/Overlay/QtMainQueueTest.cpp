@@ -8,7 +8,7 @@
 namespace tarn::test {
 namespace {
 
-TEST(QtMainQueue, RunsTasksInOrderFromQtsLoopOnTheMainThread) {
+TEST(QtMainQueueTest, RunsTasksInOrderFromQtsLoopOnTheMainThread) {
   std::vector<int> order;
   const auto main = std::this_thread::get_id();
   const auto note = [&](int number) {
@@ -24,12 +24,12 @@ TEST(QtMainQueue, RunsTasksInOrderFromQtsLoopOnTheMainThread) {
     MainQueue::shared().async(note(3));
   });
   std::thread([&] { MainQueue::shared().async(note(2)); }).join();
-  EXPECT_TRUE(order.empty()) << "never inside the call";
+  EXPECT_TRUE(order.empty()) << "a task must not run inside the call";
   EXPECT_TRUE(QTest::qWaitFor([&] { return order.size() == 4; }));
   EXPECT_THAT(order, ::testing::ElementsAre(0, 1, 2, 3));
 }
 
-TEST(QtMainQueue, LeavesTheTasksToTheNextLoopWhenItGoes) {
+TEST(QtMainQueueTest, LeavesWaitingTasksToTheNextLoopWhenDestroyed) {
   bool ran = false;
   auto queue = std::make_unique<QtMainQueue>();
   MainQueue::shared().async([&] { ran = true; });

@@ -10,12 +10,12 @@
 
 namespace tarn::test {
 
-/// A session that sends the lifecycle events that the test says, over a player in virtual time.
+/// A session that sends the lifecycle events chosen by the test, over a player in virtual time.
 class ScriptedSession final : public TarnPlaybackSession {
  public:
   using LumoAd = std::shared_ptr<const TarnLumoAd>;
 
-  /// The player's item is ready and lasts that long.
+  /// Makes the player's item ready, with that duration.
   explicit ScriptedSession(double itemSeconds = 600);
 
   void enterBreak(const std::vector<LumoAd>& ads);
@@ -27,7 +27,7 @@ class ScriptedSession final : public TarnPlaybackSession {
   void sendNothing() { lifecycle_.sendNext(nullptr); }
 
   [[nodiscard]] FakePlayer& fakePlayer() { return *player_; }
-  /// What the player was told since the last call.
+  /// The calls of the player since the last `takeCalls`.
   [[nodiscard]] std::vector<std::string> takeCalls() { return std::exchange(*player_->calls(), {}); }
   void dropPlayer() { player_.reset(); }
 

@@ -23,7 +23,7 @@ class PageStage final : public QQuickItem {
   Q_INVOKABLE void presentViewController(const QVariant& /*page*/) {}
 };
 
-class DisplayContainer : public OverlayWindowTest {
+class TarnKyrAdComponentDisplayContainerTest : public OverlayWindowTest {
  protected:
   void touchBoth() {
     view().skipButtonDidTouchUpInside(&skip());
@@ -36,7 +36,7 @@ class DisplayContainer : public OverlayWindowTest {
   }
 };
 
-TEST_F(DisplayContainer, ShowsTheViewDuringBreaksAndAddsItOnce) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, ShowsTheViewDuringBreaksAndAddsItOnce) {
   advance();
   ad = makeAd({});
   const QSignalSpy additions(&view(), &QQuickItem::parentChanged);
@@ -53,7 +53,7 @@ TEST_F(DisplayContainer, ShowsTheViewDuringBreaksAndAddsItOnce) {
   EXPECT_EQ(view().size(), QSizeF(800, 600));
 }
 
-TEST_F(DisplayContainer, TheEndOfASessionIsAnExitFromItsAd) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, LeavesTheAdWhenTheSessionEnds) {
   const auto next = std::make_shared<ScriptedSession>();
   const std::function<void()> ends[] = {
       [&] { session->terminate(); },
@@ -68,7 +68,7 @@ TEST_F(DisplayContainer, TheEndOfASessionIsAnExitFromItsAd) {
     end();
     const auto ended = session;
     touchBoth();
-    if (ended) play(ad);  // nothing of it counts any more
+    if (ended) play(ad);  // its events are ignored
     tell(R"(
       turn ?hidden => label:
                    => buttons:
@@ -86,19 +86,19 @@ TEST_F(DisplayContainer, TheEndOfASessionIsAnExitFromItsAd) {
   }
 }
 
-TEST_F(DisplayContainer, ASkipInFlightDoesNotHinderTheNextSessions) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, SkipsInTheNextSessionWhileASkipIsInFlight) {
   std::vector<std::shared_ptr<ScriptedSession>> sessions;
   for (int i = 0; i < 2; ++i) {
     sessions.push_back(session = std::make_shared<ScriptedSession>(30));
     container->didAdvanceToPlaybackSession(session);
     session->enterAd(makeAd({.skipOffset = 5}));
-    tarn::MainQueue::shared().drain();  // lands the first of the two seeks of the session before
+    tarn::MainQueue::shared().drain();  // ends the first of the previous session's two seeks
     touchBoth();
   }
   tell("turn => calls: pause, hideLayer, seek 30 -0 +0, seek 30 -0 +0, play, showLayer");
 }
 
-TEST_F(DisplayContainer, AContainerViewThatGoesTakesTheOverlayAway) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, RemovesTheOverlayWhenTheContainerViewIsDestroyed) {
   playAd();
   ASSERT_EQ(view().parentItem(), stage);
   delete stage;
@@ -106,13 +106,13 @@ TEST_F(DisplayContainer, AContainerViewThatGoesTakesTheOverlayAway) {
   EXPECT_EQ(container->adComponentContainer(), nullptr);
 }
 
-TEST_F(DisplayContainer, AContainerViewThatHasGoneLeavesTheOverlayUnattached) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, LeavesTheOverlayUnattachedAfterTheContainerViewWasDestroyed) {
   delete stage;
   playAd();
   EXPECT_EQ(view().parentItem(), nullptr);
 }
 
-TEST_F(DisplayContainer, LetGoWhileAnAdShowsItTakesTheViewAwayAndListensNoMore) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, RemovesTheViewAndItsSubscriptionsWhenDestroyedDuringAnAd) {
   playAd();
   session->progress(ad, 7);
   const QPointer<TarnKyrAdComponentView> shown = &view();
@@ -124,7 +124,7 @@ TEST_F(DisplayContainer, LetGoWhileAnAdShowsItTakesTheViewAwayAndListensNoMore) 
   tell("exitAd exitBreak");
 }
 
-TEST_F(DisplayContainer, MayBeLetGoInsideAClick) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, CanBeDestroyedInsideAClick) {
   container->setNextBlock([this](const TarnKyrAdClickThrough&) { container.reset(); });
   playAd();
   const QPointer<TarnKyrAdComponentView> shown = &view();
@@ -134,7 +134,7 @@ TEST_F(DisplayContainer, MayBeLetGoInsideAClick) {
   EXPECT_TRUE(shown.isNull());
 }
 
-TEST_F(DisplayContainer, ASkipUnderWayGoesOnWhenTheContainerIsLetGo) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, CompletesASkipInFlightAfterItIsDestroyed) {
   playAd(30);
   view().skipButtonDidTouchUpInside(&skip());
   tarn::MainQueue::shared().drain();
@@ -144,7 +144,7 @@ TEST_F(DisplayContainer, ASkipUnderWayGoesOnWhenTheContainerIsLetGo) {
   tell("=> calls: pause, hideLayer, seek 30 -0 +0, seek 30 -0 +0, play, showLayer");
 }
 
-TEST_F(DisplayContainer, AClickPausesAndLooksForWhoCanPresentThePage) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, PausesOnAClickAndFindsTheItemThatPresentsThePage) {
   PageStage pages(window.contentItem());
   std::vector<QObject*> presenters;
   container->setPagePresenter([&](QObject* viewController, const std::shared_ptr<const TarnAd>& clicked,
@@ -152,12 +152,12 @@ TEST_F(DisplayContainer, AClickPausesAndLooksForWhoCanPresentThePage) {
     EXPECT_EQ(clicked->adId(), "a");
     EXPECT_EQ(url.absoluteString(), "https://shop.example/a");
     EXPECT_EQ(playing, session);
-    EXPECT_FALSE(session->fakePlayer().playing().get()) << "paused before";
+    EXPECT_FALSE(session->fakePlayer().playing().get()) << "must be paused before presenting";
     presenters.push_back(viewController);
   });
   playAd();
   tell("more => calls: pause");
-  EXPECT_THAT(presenters, IsEmpty()) << "nobody around the button can";
+  EXPECT_THAT(presenters, IsEmpty()) << "no parent of the button can present";
   stage->setParentItem(&pages);
   tell(R"(
     more => calls: pause
@@ -166,7 +166,7 @@ TEST_F(DisplayContainer, AClickPausesAndLooksForWhoCanPresentThePage) {
   stage->setParentItem(window.contentItem());
 }
 
-TEST_F(DisplayContainer, ItsHandlerMayOutliveIt) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, AllowsItsHandlerToOutliveIt) {
   advance();
   const auto handler = container->nextBlock();
   container.reset();
@@ -174,7 +174,7 @@ TEST_F(DisplayContainer, ItsHandlerMayOutliveIt) {
   tell("=> calls: pause");
 }
 
-TEST_F(DisplayContainer, IsNotMadeBareNorAreItsSlots) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, ThrowsWhenItOrASlotIsMadeWithoutArguments) {
   const auto expectLogged = [](auto make, const char* logged) {
     std::string line;
     const auto logSink = installLogSink([&](std::string_view text) { line = text; });
@@ -189,7 +189,7 @@ TEST_F(DisplayContainer, IsNotMadeBareNorAreItsSlots) {
                "-[TarnKyrAdComponentDisplayContainer initWithAdComponentContainer:companionSlots:]");
 }
 
-TEST_F(DisplayContainer, DoesNotKeepItsDelegateAlive) {
+TEST_F(TarnKyrAdComponentDisplayContainerTest, DoesNotKeepItsDelegateAlive) {
   container->setDelegate(std::make_shared<TarnKyrAdComponentDelegate>());
   EXPECT_EQ(container->delegate(), nullptr);
 }

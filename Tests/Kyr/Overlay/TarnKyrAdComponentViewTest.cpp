@@ -12,7 +12,18 @@
 namespace tarn::test {
 namespace {
 
-TEST(AdComponentTexts, CountWholeSecondsTowardsZero) {
+class TarnKyrAdComponentViewTest : public OverlayWindowTest {
+ protected:
+  TarnKyrAdComponentViewTest() {
+    advance();
+    play(makeAd({.skipOffset = 5, .hasPage = true}));
+  }
+  [[nodiscard]] QRectF inPixels(const QQuickItem& item) const {
+    return item.mapRectToScene(item.boundingRect());
+  }
+};
+
+TEST_F(TarnKyrAdComponentViewTest, TruncatesSecondsInItsTexts) {
   for (const auto& [time, text] : {std::pair(seconds(12.9), "Your video will resume in 12 seconds"),
                                    std::pair(seconds(2), "Your video will resume in 2 seconds"),
                                    std::pair(CMTimeMake(1199, 600), "Your video will resume in 1 second"),
@@ -24,22 +35,11 @@ TEST(AdComponentTexts, CountWholeSecondsTowardsZero) {
     EXPECT_EQ(TarnKyrAdComponentView::formatAdRemainTime(time).toStdString(), text)
         << testing::PrintToString(time);
   }
-  // Whatever it says of a time without end, it says it.
+  // The text for an infinite time is not defined; making it must not fail.
   EXPECT_FALSE(TarnKyrAdComponentView::formatAdRemainTime(kCMTimePositiveInfinity).isEmpty());
 }
 
-class AdComponentLayout : public OverlayWindowTest {
- protected:
-  AdComponentLayout() {
-    advance();
-    play(makeAd({.skipOffset = 5, .hasPage = true}));
-  }
-  [[nodiscard]] QRectF inPixels(const QQuickItem& item) const {
-    return item.mapRectToScene(item.boundingRect());
-  }
-};
-
-TEST_F(AdComponentLayout, IsAsStatedInPointsAtEverySize) {
+TEST_F(TarnKyrAdComponentViewTest, HasTheSpecifiedPointsAtEverySize) {
   for (const auto& [size, point] : {std::pair(QSizeF(640, 360), 1.), std::pair(QSizeF(1280, 720), 2.),
                                     std::pair(QSizeF(1920, 1080), 3.), std::pair(QSizeF(3840, 2160), 6.),
                                     std::pair(QSizeF(2560, 1080), 3.), std::pair(QSizeF(1280, 960), 2.)}) {
@@ -58,7 +58,7 @@ TEST_F(AdComponentLayout, IsAsStatedInPointsAtEverySize) {
   }
 }
 
-TEST_F(AdComponentLayout, TextsAreOfTwelvePointsAndHaveTheirInsets) {
+TEST_F(TarnKyrAdComponentViewTest, ShowsTextsOfTwelvePointsWithTheirInsets) {
   const auto textIn = [](QQuickItem& item) {
     const auto parts = item.childItems();
     return *std::find_if(parts.begin(), parts.end(),
@@ -70,14 +70,14 @@ TEST_F(AdComponentLayout, TextsAreOfTwelvePointsAndHaveTheirInsets) {
   EXPECT_EQ(learnMore().width(), std::ceil(textIn(learnMore())->implicitWidth()));
 }
 
-TEST_F(AdComponentLayout, GivesWayWhereThereIsLittleRoom) {
+TEST_F(TarnKyrAdComponentViewTest, ShrinksInASmallView) {
   stage->setSize(QSizeF(200, 20));
   EXPECT_EQ(inPixels(*view().topComponentContainer()), QRectF(0, 0, 200, 20));
   EXPECT_GE(inPixels(learnMore()).left() - inPixels(*view().durationLabel()).right(), 5);
   EXPECT_DOUBLE_EQ(inPixels(learnMore()).right(), 195);
 }
 
-TEST_F(AdComponentLayout, IsMirroredForAnApplicationThatRunsFromRightToLeft) {
+TEST_F(TarnKyrAdComponentViewTest, IsMirroredInARightToLeftApplication) {
   QGuiApplication::setLayoutDirection(Qt::RightToLeft);
   EXPECT_DOUBLE_EQ(inPixels(learnMore()).left(), 10);
   EXPECT_DOUBLE_EQ(inPixels(*view().durationLabel()).right(), 1270);
@@ -86,14 +86,14 @@ TEST_F(AdComponentLayout, IsMirroredForAnApplicationThatRunsFromRightToLeft) {
   EXPECT_DOUBLE_EQ(inPixels(learnMore()).right(), 1270);
 }
 
-TEST_F(AdComponentLayout, LetsPressesBesideTheBarAndTheButtonsThrough) {
+TEST_F(TarnKyrAdComponentViewTest, PassesPressesBesideTheBarAndTheButtonsOn) {
   const auto pressAt = [this](QPoint place) {
     const int before = picture->presses;
     QTest::mouseClick(&window, Qt::LeftButton, {}, place);
     return picture->presses > before;
   };
   EXPECT_FALSE(pressAt(QPoint(640, 5))) << "the bar";
-  EXPECT_FALSE(pressAt(centreOf(skip()))) << "a button that only counts";
+  EXPECT_FALSE(pressAt(centreOf(skip()))) << "a button that counts down";
   EXPECT_TRUE(pressAt(QPoint(640, 62))) << "just beneath the bar";
   EXPECT_TRUE(pressAt(QPoint(640, 360))) << "the middle of the picture";
   EXPECT_TRUE(pressAt(centreOf(skip()) - QPoint(0, static_cast<int>(skip().height()) + 2)));
@@ -101,21 +101,21 @@ TEST_F(AdComponentLayout, LetsPressesBesideTheBarAndTheButtonsThrough) {
   EXPECT_TRUE(pressAt(centreOf(skip()))) << "where a button is hidden";
 }
 
-TEST_F(AdComponentLayout, ScreenReadersFindNamesAndRolesAndCanPress) {
+TEST_F(TarnKyrAdComponentViewTest, GivesScreenReadersNamesRolesAndPresses) {
   QAccessible::setActive(true);
-  const auto spoken = [](QQuickItem& item) { return QAccessible::queryAccessibleInterface(&item); };
-  const auto press = [&spoken](QQuickItem& item) {
-    spoken(item)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+  const auto accessible = [](QQuickItem& item) { return QAccessible::queryAccessibleInterface(&item); };
+  const auto press = [&accessible](QQuickItem& item) {
+    accessible(item)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     runMainQueue();
   };
-  const auto expect = [&spoken](QQuickItem& item, QAccessible::Role role, const char* name) {
-    EXPECT_EQ(spoken(item)->role(), role);
-    EXPECT_EQ(spoken(item)->text(QAccessible::Name).toStdString(), name);
+  const auto expect = [&accessible](QQuickItem& item, QAccessible::Role role, const char* name) {
+    EXPECT_EQ(accessible(item)->role(), role);
+    EXPECT_EQ(accessible(item)->text(QAccessible::Name).toStdString(), name);
   };
   expect(*view().durationLabel(), QAccessible::StaticText, "Your video will resume in 30 seconds");
   expect(learnMore(), QAccessible::Button, "Learn More");
   expect(skip(), QAccessible::Button, "You can skip this ad in 5 seconds");
-  press(skip());  // it only counts
+  press(skip());  // it still counts down
   tell("=> calls:");
   progress(6);
   expect(skip(), QAccessible::Button, "Skip Ad");
@@ -124,7 +124,7 @@ TEST_F(AdComponentLayout, ScreenReadersFindNamesAndRolesAndCanPress) {
   QAccessible::setActive(false);
 }
 
-TEST_F(AdComponentLayout, AButtonIsLitWhileAPressLiesOnIt) {
+TEST_F(TarnKyrAdComponentViewTest, HighlightsAButtonWhileItIsPressed) {
   progress(6);
   const QColor white("#ffffff");
   const QColor grey("#aaaaaa");

@@ -13,16 +13,16 @@
 namespace tarn::test {
 namespace {
 
-class AdComponentWiring : public OverlayWindowTest {
+class TarnKyrAdComponentViewWiringTest : public OverlayWindowTest {
  protected:
-  /// In an ad of absolute 10..30 s that can be skipped by now.
+  /// Plays an ad of absolute 10..30 s that can be skipped.
   void playSkippable(double itemSeconds = 600) {
     advance(itemSeconds);
     play(makeAd({.beginTime = 10, .duration = 20, .skipOffset = 5}), 6);
   }
 };
 
-TEST_F(AdComponentWiring, TheLabelTellsWhatIsLeftOfTheBreak) {
+TEST_F(TarnKyrAdComponentViewWiringTest, ShowsTheRemainingTimeOfTheBreak) {
   advance();
   tell("=> label:");
   const auto a = makeAd({.beginTime = 0, .duration = 10, .id = "a"});
@@ -34,15 +34,15 @@ TEST_F(AdComponentWiring, TheLabelTellsWhatIsLeftOfTheBreak) {
     0    => label: Your video will resume in 30 seconds
     0.25 => label: Your video will resume in 29 seconds
     10   => label: Your video will resume in 20 seconds)");
-  ad =
-      makeAd({.beginTime = 10, .duration = 20, .id = "a"});  // the second's equal, the id is the first's, too
+  ad = makeAd(
+      {.beginTime = 10, .duration = 20, .id = "a"});  // equal to the second ad; also the first has this id
   tell(R"(
     7.1  => label: Your video will resume in 12 seconds
     18.5 => label: Your video will resume in 1 second
     19.6 => label: Your video will resume now)");
 }
 
-TEST_F(AdComponentWiring, WhatIsMissingInAnEventCountsAsNothing) {
+TEST_F(TarnKyrAdComponentViewWiringTest, TreatsMissingEventPropertiesAsZeroOrNone) {
   advance();
   session->sendNothing();
   session->send(kTarnPlaybackSessionLifecycleEventAdSequenceEnter);
@@ -58,7 +58,7 @@ TEST_F(AdComponentWiring, WhatIsMissingInAnEventCountsAsNothing) {
   tell("3 => label: Your video will resume in 17 seconds");
 }
 
-TEST_F(AdComponentWiring, TheSkipButtonCountsDownAndBecomesActive) {
+TEST_F(TarnKyrAdComponentViewWiringTest, CountsDownOnTheSkipButtonThenEnablesIt) {
   advance();
   play(makeAd({.duration = 75, .skipOffset = 4.2}));
   EXPECT_EQ(skip().borderWidth(), 0);
@@ -78,7 +78,7 @@ TEST_F(AdComponentWiring, TheSkipButtonCountsDownAndBecomesActive) {
   EXPECT_EQ(skip().borderWidth(), 1);
 }
 
-TEST_F(AdComponentWiring, TheButtonsAreThereOnlyForAdsThatHaveWhatTheyOffer) {
+TEST_F(TarnKyrAdComponentViewWiringTest, ShowsEachButtonOnlyForAdsWithItsFunction) {
   advance();
   const auto both = makeAd({.skipOffset = 0, .hasPage = true, .id = "both"});
   const auto neither = makeAd({.id = "neither"});
@@ -98,15 +98,15 @@ TEST_F(AdComponentWiring, TheButtonsAreThereOnlyForAdsThatHaveWhatTheyOffer) {
   EXPECT_EQ(learnMore().title(), "");
 }
 
-TEST_F(AdComponentWiring, SkippingTheStreamsLastAdMovesToItsEndTwiceUnseen) {
-  // 0.2 s behind the ad the item must go on; at its very end there is nothing to play.
+TEST_F(TarnKyrAdComponentViewWiringTest, SeeksTwiceToTheEndWithoutPictureWhenSkippingTheLastAd) {
+  // A skip seeks 0.2 s past the ad only if the item is longer than that; otherwise to the item's end.
   playSkippable(30);
   tell("skip => calls: pause, hideLayer, seek 30 -0 +0, seek 30 -0 +0, play, showLayer");
   playSkippable(30.2);
   tell("skip => calls: pause, hideLayer, seek 30.2 -0 +0, seek 30.2 -0 +0, play, showLayer");
 }
 
-TEST_F(AdComponentWiring, SkippingMovesBehindTheAdOnceHoweverOftenTheButtonIsPressed) {
+TEST_F(TarnKyrAdComponentViewWiringTest, SkipsOnceHoweverOftenTheButtonIsPressed) {
   playSkippable();
   view().skipButtonDidTouchUpInside(&skip());
   view().skipButtonDidTouchUpInside(&skip());
@@ -114,12 +114,12 @@ TEST_F(AdComponentWiring, SkippingMovesBehindTheAdOnceHoweverOftenTheButtonIsPre
   tell(R"(
          => calls: pause, seek 30.2 -0 +0, play
          => beacons: skip-a
-    skip => beacons: skip-a)");  // the seek did not lead out of the ad
+    skip => beacons: skip-a)");  // the seek did not leave the ad
   session->dropPlayer();
   tell("skip => beacons: skip-a");
 }
 
-TEST_F(AdComponentWiring, ASkipThatOutlastsItsSessionDoesNotPlay) {
+TEST_F(TarnKyrAdComponentViewWiringTest, DoesNotPlayAfterASkipThatEndsAfterItsSession) {
   for (const bool isFirstSeek : {true, false}) {
     playSkippable(30);
     const auto calls = session->fakePlayer().calls();
@@ -134,7 +134,7 @@ TEST_F(AdComponentWiring, ASkipThatOutlastsItsSessionDoesNotPlay) {
   }
 }
 
-TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
+TEST_F(TarnKyrAdComponentViewWiringTest, SendsTheAdPageSessionAndButtonOfAClick) {
   std::vector<TarnKyrAdClickThrough> clicks;
   container->setNextBlock([&](const TarnKyrAdClickThrough& click) { clicks.push_back(click); });
   advance();
@@ -159,11 +159,11 @@ TEST_F(AdComponentWiring, AClickTellsTheAdItsPageTheSessionAndTheButton) {
   const auto analytics = properties.get<std::shared_ptr<TarnLumoAdAnalyticsSession>>(
       kTarnKyrAdPropertiesKeyLumoAdAnalyticsSession);
   EXPECT_EQ((*analytics)->ad(), b);
-  EXPECT_EQ(clicks[1].ad(), clicks[2].ad()) << "the same play";
-  EXPECT_NE(clicks[2].ad(), clicks[3].ad()) << "each play has an analytics session of its own";
+  EXPECT_EQ(clicks[1].ad(), clicks[2].ad()) << "must be the same play";
+  EXPECT_NE(clicks[2].ad(), clicks[3].ad()) << "each play must have its own analytics session";
 }
 
-TEST_F(AdComponentWiring, EventsOfAnyThreadCountOnTheMainThread) {
+TEST_F(TarnKyrAdComponentViewWiringTest, HandlesEventsOfAnyThreadOnTheMainThread) {
   advance();
   ad = makeAd({.skipOffset = 5, .hasPage = true});
   std::thread([this] { session->enterBreak({ad}), session->enterAd(ad), session->progress(ad, 2); }).join();

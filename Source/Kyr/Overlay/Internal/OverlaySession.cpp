@@ -25,7 +25,7 @@ LifecycleEvents eventsOfType(const LifecycleEvents& events, const char* type) {
   return events.filter([type](const LifecycleEvent& event) { return event->is(type); });
 }
 
-/// The event, with an ad that beacons can be sent for. Null without a parsed ad.
+/// The event, with an ad whose beacons can be sent. Null without a parsed ad.
 LifecycleEvent tracked(const LifecycleEvent& event, const Digester& digester) {
   const auto lumoAd = tarn::lumoAd(event->ad());
   if (!lumoAd) return nullptr;
@@ -49,7 +49,7 @@ CMTime inAdTime(const LifecycleEvent& adProgress) {
   return adProgress->adProgress().value_or(kCMTimeZero);
 }
 
-/// Seconds to be waited for until the ad can be skipped. The position counts within its minute.
+/// Seconds to wait until the ad can be skipped. Of the position only the seconds within its minute count.
 std::int64_t skipCountdown(const Ad& ad, const LifecycleEvent& adProgress) {
   const CMTime offset = lumoAd(ad)->skipOffset();
   const std::int64_t whole = wholeSeconds(offset);
@@ -91,7 +91,7 @@ void setLearnMoreHidden(OverlayButton& button, bool hidden) {
 LifecycleEvents lifecycleUntilEnd(const std::shared_ptr<TarnPlaybackSession>& session) {
   const auto events = session->lifecycle().ignoreNil().deliverOnMainThread();
   return LifecycleEvents::create([events](const Tarn_RACSubscriber<LifecycleEvent>& subscriber) {
-    // Destroyed together with the source of the events, which belongs to the session.
+    // Destroyed with the source of the events, which belongs to the session.
     const auto life = std::make_shared<Token>(
         [subscriber] { MainQueue::shared().async([subscriber] { subscriber.sendCompleted(); }); });
     return events.subscribeNext([subscriber, life](const LifecycleEvent& event) {
@@ -105,9 +105,9 @@ OverlaySession::OverlaySession(TarnKyrAdComponentView& view,
                                const std::shared_ptr<TarnPlaybackSession>& session, const Digester& digester,
                                const Tarn_RACSubject<TarnKyrAdClickThrough>& clickThroughs)
     : view_(view), session_(session) {
-  // Subscribed to last, so that the first event finds everything wired.
+  // Subscribed to last, so that all parts receive the first event.
   const Tarn_RACSubject<LifecycleEvent> events;
-  // Sent once to all subscribers: an ad entered is one play of it.
+  // One value for all subscribers: entering an ad is one play of it.
   const Tarn_RACSubject<LifecycleEvent> adEnters;
   subscriptions_.add(eventsOfType(events, kTarnPlaybackSessionLifecycleEventAdEnter)
                          .map([digester](const LifecycleEvent& event) { return tracked(event, digester); })
@@ -117,7 +117,7 @@ OverlaySession::OverlaySession(TarnKyrAdComponentView& view,
   bindSkipButton(events, adEnters);
   bindLearnMoreButton(events, adEnters);
   followClicks(adEnters, clickThroughs);
-  // At once, so that no click counts while the event is on its way to the main thread.
+  // At once, so that no click counts before the event reaches the main thread.
   subscriptions_.add(
       eventsOfType(session->lifecycle().ignoreNil(), kTarnPlaybackSessionLifecycleEventTerminate)
           .subscribeNext([clicks = clicks_](const auto&) { clicks.dispose(); }));
@@ -182,7 +182,7 @@ void OverlaySession::bindSkipCountdown(const Tarn_RACSignal<Ad>& skippableAds,
                          }));
 }
 
-/// A press during an earlier one's seek skips nothing. The session may end inside any call made here.
+/// A press during the seek of an earlier one skips nothing. The session may end inside any call made here.
 void OverlaySession::skipAd(const Ad& ad) {
   const auto session = session_;
   if (session.expired() || !skipInFlight_.expired()) return;
@@ -192,18 +192,18 @@ void OverlaySession::skipAd(const Ad& ad) {
   const auto player = playerOf(session);
   if (!player) return;
   player->pause();
-  const auto playOn = [session, inFlight](const std::shared_ptr<TarnPlayer>& landed) {
+  const auto resumePlaying = [session, inFlight](const std::shared_ptr<TarnPlayer>& landed) {
     if (playerOf(session)) landed->play();
   };
   const CMTime target = timeBySeekOffset(lumoAd(ad)->endTime());
   const CMTime itemEnd = player->currentItemDuration().get().value_or(CMTime{});
-  if (target < itemEnd) return seekExactly(player, target, playOn);
-  // Players do not reliably arrive at an item's end by a first seek. The viewer is not shown the way.
+  if (target < itemEnd) return seekExactly(player, target, resumePlaying);
+  // Players do not reliably reach an item's end with one seek. The picture is hidden meanwhile.
   player->setLayerHidden(true);
-  seekExactly(player, itemEnd, [session, playOn, itemEnd](const auto& landed) {
+  seekExactly(player, itemEnd, [session, resumePlaying, itemEnd](const auto& landed) {
     if (!playerOf(session)) return landed->setLayerHidden(false);
-    seekExactly(landed, itemEnd, [playOn](const auto& arrived) {
-      playOn(arrived);
+    seekExactly(landed, itemEnd, [resumePlaying](const auto& arrived) {
+      resumePlaying(arrived);
       arrived->setLayerHidden(false);
     });
   });

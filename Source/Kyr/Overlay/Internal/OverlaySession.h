@@ -12,25 +12,25 @@
 
 namespace tarn {
 
-/// The lifecycle events of a session, without the absent ones, on the main thread. Completes there when the
+/// The lifecycle events of a session, without null events, on the main thread. Completes there when the
 /// session has terminated, after that event, or has been destroyed: nothing follows the end of a session.
 ///
 /// Keeps neither the session nor its signal alive once it is subscribed to.
 [[nodiscard]] Tarn_RACSignal<TarnPlaybackSession::LifecycleEvent> lifecycleUntilEnd(
     const std::shared_ptr<TarnPlaybackSession>& session);
 
-/// What the overlay shows of one session, and what its buttons do there.
+/// Connects the overlay to one session: the texts shown and the buttons' actions.
 ///
-/// Wires the view to the session's events until the session ends, or this object is destroyed. The view then
-/// is as before the first ad: the end of a session is an exit from its ad. Main thread; may be destroyed
-/// inside a click, or inside anything that an event or a skip causes.
+/// Connects the view to the session's events until the session ends, or this object is destroyed. The view is
+/// then as before the first ad: the end of a session counts as an exit from its ad. Main thread; may be
+/// destroyed inside a click, and inside any call caused by an event or a skip.
 class OverlaySession final {
  public:
   using LifecycleEvents = TarnKyrAdComponentView::LifecycleEvents;
   using Ad = TarnKyrAdComponentView::Ad;
 
   /// `view` outlives this object. `session` is not kept alive. `digester` sends the beacons of skips and
-  /// clicks; `clickThroughs` is sent each click on "Learn More", after its beacons.
+  /// clicks; `clickThroughs` receives each click on "Learn More", after its beacons.
   OverlaySession(TarnKyrAdComponentView& view, const std::shared_ptr<TarnPlaybackSession>& session,
                  const std::shared_ptr<TarnLumoAnalyticsDigester>& digester,
                  const Tarn_RACSubject<TarnKyrAdClickThrough>& clickThroughs);

@@ -8,11 +8,11 @@
 
 namespace tarn {
 
-/// The seconds of `time`, cut towards zero; zero for a time that is no number.
+/// The seconds of `time`, truncated towards zero; zero if not a number.
 [[nodiscard]] inline std::int64_t wholeSeconds(CMTime time) {
-  constexpr double kMost = 1e18;
+  constexpr double kMaxSeconds = 1e18;
   const double seconds = CMTimeGetSeconds(time);
-  return std::isnan(seconds) ? 0 : static_cast<std::int64_t>(std::clamp(seconds, -kMost, kMost));
+  return std::isnan(seconds) ? 0 : static_cast<std::int64_t>(std::clamp(seconds, -kMaxSeconds, kMaxSeconds));
 }
 
 }  // namespace tarn
