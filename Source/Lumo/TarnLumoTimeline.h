@@ -8,10 +8,23 @@
 
 #include "Lumo/TarnLumoAdSequence.h"
 #include "Lumo/TarnLumoContentImpression.h"
-#include "Lumo/TarnLumoContentSegment.h"
 #include "Lumo/TarnLumoPath.h"
 
 class TarnLumoTimelineOperation;
+
+/// One stretch of content in the stitched stream.
+class TarnLumoContentSegment {
+ public:
+  TarnLumoContentSegment(CMTime beginTime, CMTime duration) : beginTime_(beginTime), duration_(duration) {}
+
+  /// Absolute time.
+  [[nodiscard]] CMTime beginTime() const { return beginTime_; }
+  [[nodiscard]] CMTime duration() const { return duration_; }
+
+ private:
+  CMTime beginTime_;
+  CMTime duration_;
+};
 
 /// The shape of one stitched stream, and the one authority for mapping between absolute time (a position in
 /// the stream, ads included) and content time (a position in the content alone). Immutable, any thread; made

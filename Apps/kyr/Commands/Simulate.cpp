@@ -52,7 +52,8 @@ class Simulation {
     const SimulatedPlayerOptions playerOptions{.reportInterval = virtualTime(options_.tick),
                                                .seekLatency = virtualTime(options_.seekLatency),
                                                .playsAnyAddress = true};
-    auto player = std::make_shared<ObservedPlayer<SimulatedPlayer>>(std::move(observer), clock_, playerOptions);
+    auto player =
+        std::make_shared<ObservedPlayer<SimulatedPlayer>>(std::move(observer), clock_, playerOptions);
     player_ = player;
     return player;
   }
