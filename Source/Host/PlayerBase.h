@@ -45,9 +45,9 @@ struct PlayerSeek {
 ///
 /// The state of seeking:
 ///
-///     none ── seekToTime ──► waiting ── doSeek ──► in flight ── reportLanded, reportSeekFailed ──► none
-///                            until ready                    └── seekToTime ──► in flight, another one
-///                            waiting
+///     none ── seekToTime ──► waiting ── item ready, doSeek ──► in flight ── seekToTime ──► in flight,
+///      ▲                                                          │                     another waits
+///      └───────────── reportLanded, reportSeekFailed ─────────────┘
 ///
 /// A seek that waits behind one in flight is given to `doSeek` when that one has landed; a newer one takes
 /// its place. With `Seeks::replaced` the newer one is given to `doSeek` at once, and the older one never

@@ -19,16 +19,23 @@ class FakePlayer final : public SimulatedPlayer {
   void setLoadedTo(double time) { SimulatedPlayer::setLoadedTo(seconds(time)); }
   void starve(bool starved) { setStarved(starved); }
   void breakSeeking() { setSeekable(false); }
-  /// Lets time pass. A listener may destroy the player meanwhile.
+  /// Lets time pass; a listener may destroy the player meanwhile. The playhead is reported at the end, too,
+  /// and the interval of the reports begins anew there.
   void advance(double duration) {
     const auto clock = clock_;
+    const auto watch = liveness().watch();
     clock->advanceAlone(seconds(duration));
+    if (watch.isAlive() && isFollowing() && reportPosition() && isFollowing()) doPlay();
   }
 
  private:
   FakePlayer(std::shared_ptr<VirtualClock> clock, double reportInterval)
       : SimulatedPlayer(*clock, {.reportInterval = seconds(reportInterval), .loadsAtOnce = false}),
         clock_(std::move(clock)) {}
+
+  [[nodiscard]] bool isFollowing() const {
+    return playing_.get() && state_.get() == TarnPlayerState::ready && !isSeeking();
+  }
 
   const std::shared_ptr<VirtualClock> clock_;
 };
