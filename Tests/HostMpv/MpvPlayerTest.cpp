@@ -1,7 +1,6 @@
 #include "HostMpv/MpvPlayer.h"
 
 #include "Support/StreamPlayerTest.h"
-#include "Support/TestStream.h"
 
 namespace tarn::test {
 namespace {
@@ -20,17 +19,6 @@ TEST(MpvPlayerTest, PlaysOnBehindASegmentThatIsMissing) {
   viewer.player->play();
   viewer.player->loadURL(server.url("/index.m3u8"));
   EXPECT_TRUE(viewer.reaches(TarnPlayerState::ended));
-}
-
-TEST(MpvPlayerTest, ReadsNoLocalFilesThatAPlaylistNames) {
-  StreamServer server;
-  const std::string segment = "file://" + (testStreamFolder() / "segment000.ts").string();
-  server.serve("/index.m3u8",
-               "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + segment + "\n#EXT-X-ENDLIST\n",
-               "application/vnd.apple.mpegurl");
-  StreamViewer viewer(kMakePlayer(kPatientLimit));
-  viewer.player->loadURL(server.url("/index.m3u8"));
-  EXPECT_FALSE(viewer.reaches(TarnPlayerState::ready));
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "Host/PlayerContractTest.h"
 #include "Support/ChildProcess.h"
 #include "Support/StreamServer.h"
+#include "Support/TestStream.h"
 #include "Support/TimePrinter.h"
 
 /// What every player of real streams does besides its contract: suites to instantiate with a maker of
@@ -127,6 +128,15 @@ TEST_P(StreamPlayerTest, FailsInAForkedChildWhichExits) {
               0)
         << what;
   }
+}
+
+TEST_P(StreamPlayerTest, ReadsNoLocalFilesThatAPlaylistNames) {
+  const std::string segment = "file://" + (testStreamFolder() / "segment000.ts").string();
+  server.serve("/index.m3u8",
+               "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + segment + "\n#EXT-X-ENDLIST\n",
+               "application/vnd.apple.mpegurl");
+  viewer.player->loadURL(server.url("/index.m3u8"));
+  EXPECT_FALSE(viewer.reaches(TarnPlayerState::ready));
 }
 
 struct StreamFault {

@@ -16,8 +16,8 @@
 namespace tarn::test {
 namespace {
 
-std::optional<std::string> readFile(const std::string& path) {
-  std::ifstream file(testStreamFolder() / path.substr(1), std::ios::binary);
+std::optional<std::string> readFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
   if (!file) return std::nullopt;
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
@@ -25,6 +25,8 @@ std::optional<std::string> readFile(const std::string& path) {
 }  // namespace
 
 struct StreamServer::State {
+  /// Made before any player loads: the encoder's FFmpeg plugin takes over FFmpeg's log, which mpv reads.
+  const std::filesystem::path& folder = testStreamFolder();
   httplib::Server server;
   int port = 0;
   std::thread thread;
@@ -44,7 +46,7 @@ struct StreamServer::State {
     if (answer.once) answers.erase(request.path);
     lock.unlock();
     if (!answer.body) {
-      answer.body = readFile(request.path);
+      answer.body = readFile(folder / request.path.substr(1));
       answer.type = request.path.ends_with(".m3u8") ? "application/vnd.apple.mpegurl" : "video/mp2t";
     }
     if (answer.fault == Fault::refuse || !answer.body) {

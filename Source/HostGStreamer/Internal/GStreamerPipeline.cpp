@@ -16,6 +16,7 @@
 #include "HostGStreamer/Internal/GStreamerBuffer.h"
 #include "HostGStreamer/Internal/GStreamerLibrary.h"
 #include "HostGStreamer/Internal/GStreamerRequests.h"
+#include "HostGStreamer/Internal/GStreamerSourceFilter.h"
 #include "Platform/PerProcess.h"
 
 namespace tarn {
@@ -198,6 +199,7 @@ struct GStreamerPipeline::Handles {
       : playbin(std::move(element)),
         buffer(playbin.get()),
         requests(playbin.get()),
+        sourceFilter(playbin.get()),
         listener(GST_OBJECT(playbin.get()), std::move(onEvent)) {
     const GstObjectPtr<GstBus> bus(gst_element_get_bus(playbin.get()));
     gst_bus_set_sync_handler(bus.get(), onBusMessage, &listener, nullptr);
@@ -215,6 +217,7 @@ struct GStreamerPipeline::Handles {
   const GstObjectPtr<GstElement> playbin;
   GStreamerBuffer buffer;
   GStreamerRequests requests;
+  GStreamerSourceFilter sourceFilter;
   BusListener listener;
 };
 

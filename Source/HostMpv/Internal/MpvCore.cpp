@@ -107,14 +107,16 @@ Result<void> MpvCore::start(const MpvOutputs& outputs) {
   for (const auto& [name, value] : kOptions) mpv_set_option_string(handle, name, value);
   mpv_set_option_string(handle, "vo", outputs.video.c_str());
   mpv_set_option_string(handle, "ao", outputs.audio.c_str());
-  mpv_request_log_messages(handle, "warn");
   mpv_observe_property(handle, kEnd, "eof-reached", MPV_FORMAT_FLAG);
   mpv_observe_property(handle, kStarved, "paused-for-cache", MPV_FORMAT_FLAG);
   mpv_observe_property(handle, kDuration, "duration", MPV_FORMAT_DOUBLE);
   const auto wake = [](void* core) { static_cast<MpvCore*>(core)->onWakeup_(); };
   mpv_set_wakeup_callback(handle, wake, this);
   const int code = mpv_initialize(handle);
-  if (code >= 0) return {};
+  if (code >= 0) {
+    mpv_request_log_messages(handle, "warn");
+    return {};
+  }
   return withUnderlying(startError("mpv could not be started"), mpvError(code));
 }
 
