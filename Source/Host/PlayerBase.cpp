@@ -62,7 +62,8 @@ void PlayerBase::callPlayer(Operation operation) {
 // The item
 
 void PlayerBase::loadURL(const URL& url) {
-  const URL address = url;  // a listener may destroy its owner
+  // A listener may destroy the URL's owner.
+  const URL address = url;  // NOLINT(performance-unnecessary-copy-initialization)
   dropSeeks();
   activeSeek_.reset();
   ++item_;

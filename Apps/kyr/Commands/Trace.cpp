@@ -116,14 +116,16 @@ bool Trace::suspend(const Words& words) {
 
 bool Trace::seekable(const Words& words) {
   auto ranges = parseRanges(words);
-  if (ranges) tracker_->setAbsoluteSeekableTimeRanges(*std::move(ranges));
-  return ranges.has_value();
+  if (!ranges) return false;
+  tracker_->setAbsoluteSeekableTimeRanges(*std::move(ranges));
+  return true;
 }
 
 bool Trace::loaded(const Words& words) {
   auto ranges = parseRanges(words);
-  if (ranges) tracker_->setAbsoluteLoadedTimeRanges(*std::move(ranges));
-  return ranges.has_value();
+  if (!ranges) return false;
+  tracker_->setAbsoluteLoadedTimeRanges(*std::move(ranges));
+  return true;
 }
 
 bool Trace::absolute(const Words& words) {

@@ -20,7 +20,7 @@ std::string urlText(const std::optional<URL>& url) {
 }
 
 std::string adName(const TarnLumoAd& ad) {
-  const auto id = ad.adId() ? clipped(printable(*ad.adId()), kMaxNameLength) : std::string("no id");
+  auto id = ad.adId() ? clipped(printable(*ad.adId()), kMaxNameLength) : std::string("no id");
   if (!ad.title()) return id;
   return fmt::format("{} “{}”", id, clipped(printable(*ad.title()), kMaxNameLength));
 }

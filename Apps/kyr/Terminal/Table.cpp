@@ -24,6 +24,7 @@ void Table::addRow(std::vector<std::string> cells, Style style) {
 
 std::vector<std::size_t> Table::widths() const {
   std::vector<std::size_t> result;
+  result.reserve(columns_.size());
   for (const auto& column : columns_) result.push_back(columns(column.title));
   for (const auto& row : rows_) {
     for (std::size_t i = 0; i < row.cells.size(); ++i) result[i] = std::max(result[i], columns(row.cells[i]));
