@@ -49,7 +49,7 @@ Rectangle {
     Keys.onEscapePressed: close()
     Keys.onBackPressed: close()
 
-    // What lies beneath is covered.
+    // It covers the items below it.
     MouseArea { anchors.fill: parent }
 
     Text {

@@ -73,7 +73,7 @@ class BannerSlot final : public TarnKyrCompanionSlot {
     setHeight(height);
   }
 
-  /// Of the ad's banners the one of just this size. `analytics` tells the advertiser.
+  /// The ad's banner of exactly this size. `analytics` sends its beacons to the advertiser.
   void show(const TarnLumoAd& ad, TarnLumoAdAnalyticsSession& analytics) {
     const auto& companions = ad.companionsCollection();
     const auto fitting = companions ? companions->companionAdsForWidth(width(), height())
@@ -100,12 +100,12 @@ class Listener final : public TarnSessionConsumer {
   void didAdvanceToPlaybackSession(const Session& session) override {
     const auto events = session->lifecycle().merge(pageEvents_);
     subscriptions_.add(events.subscribeNext([this](const TarnPlaybackSession::LifecycleEvent& event) {
-      if (event) hear(*event);
+      if (event) handle(*event);
     }));
   }
 
  private:
-  void hear(const Event& event) {
+  void handle(const Event& event) {
     if (!event.is(kTarnPlaybackSessionLifecycleEventAdProgress)) std::cout << event.eventType() << std::endl;
     if (const auto error = event.error()) std::cerr << tarn::chainDescription(*error) << '\n';
     if (event.is(kTarnPlaybackSessionLifecycleEventAdEnter) && event.ad()) showBannerOf(*event.ad());
@@ -166,7 +166,7 @@ int main(int argc, char** argv) {
   view.setResizeMode(QQuickView::SizeRootObjectToView);
   view.setInitialProperties({{QStringLiteral("pages"), QVariant::fromValue<QObject*>(&pages)}});
   view.setSource(QUrl(QStringLiteral("qrc:/PagesAndCompanions.qml")));
-  if (view.status() != QQuickView::Ready) return 1;  // Qt has told why
+  if (view.status() != QQuickView::Ready) return 1;  // Qt has printed the reason
   view.resize(1280, 720);
 
   const auto slot = std::make_shared<BannerSlot>(part(view, "bannerPlace"), 300, 60);

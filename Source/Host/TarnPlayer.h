@@ -16,20 +16,20 @@ inline constexpr const char* TarnPlayerErrorDomain = "tarn.player";
 
 enum class TarnPlayerErrorCode : std::int64_t {
   unsupportedScheme = 1,  ///< Neither http nor https: a document must not make a set-top read local files.
-  cannotOpen = 2,         ///< The stream is not there, or its server refuses or does not answer.
-  notPlayable = 3,  ///< What came is no stream that can be played: a web page, nothing, an unknown codec.
-  brokenOff = 4,    ///< The stream had begun to load and failed before its end.
-  stalled = 5,      ///< No progress for longer than the player waits.
-  missingComponent = 6,  ///< The installation lacks a piece that playing needs.
+  cannotOpen = 2,         ///< The stream is not there, or its server refuses or does not respond.
+  notPlayable = 3,        ///< The response is no playable stream: a web page, nothing, an unknown codec.
+  brokenOff = 4,          ///< The stream had begun to load and failed before its end.
+  stalled = 5,            ///< No progress for longer than the player waits.
+  missingComponent = 6,   ///< A component that playback needs is not installed.
   other = 7,
 };
 
 enum class TarnPlayerState {
   empty,    ///< Nothing was loaded yet.
-  loading,  ///< From `loadURL` until the first picture stands.
+  loading,  ///< From `loadURL` until the first picture is shown.
   ready,    ///< Plays or is paused.
   ended,    ///< Has reached the item's end; a seek leads back to `ready`.
-  failed,   ///< `error` tells why; only `loadURL` leads on.
+  failed,   ///< See `error`; only `loadURL` leaves this state.
 };
 
 /// The media player as sessions see it: one item at a time, on the item's own axis (absolute time: ads
@@ -49,7 +49,7 @@ class TarnPlayer {
   TarnPlayer& operator=(const TarnPlayer&) = delete;
   virtual ~TarnPlayer() = default;
 
-  /// Drops the item that was loaded and begins to load this one. Seeks that were under way complete
+  /// Drops the item that was loaded and begins to load this one. Seeks in progress complete
   /// unfinished. Does not change whether the player plays.
   virtual void loadURL(const tarn::URL& url) = 0;
 
@@ -64,9 +64,9 @@ class TarnPlayer {
   ///
   /// Returns at once; `completion` (which may be empty) is called exactly once, on a later turn of the main
   /// queue: at once unfinished when the time is neither numeric nor positive infinity or there is no item,
-  /// and unfinished, before the newer seek's, when a newer one overtakes it. A seek before the item is ready
+  /// and unfinished, before the newer seek's, when a newer one supersedes it. A seek before the item is ready
   /// waits for it. Completion comes before the report of the new position, so that a listener that suspended
-  /// itself for the jump is told of where it led.
+  /// itself for the jump receives the new position.
   virtual void seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranceAfter,
                           SeekCompletion completion) = 0;
 
@@ -92,7 +92,7 @@ class TarnPlayer {
   [[nodiscard]] tarn::Observable<TimeRanges>& loadedTimeRanges() { return loadedTimeRanges_; }
   /// Whether the player is meant to play: true from `play` until `pause`, the end or a failure, also while it
   /// loads, seeks or waits for data. At the end and at a failure `state` changes first, so that a listener
-  /// can tell them from a pause.
+  /// can distinguish them from a pause.
   [[nodiscard]] tarn::Observable<bool>& playing() { return playing_; }
   /// Whether it waits for data.
   [[nodiscard]] tarn::Observable<bool>& buffering() { return buffering_; }

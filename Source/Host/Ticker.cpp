@@ -40,7 +40,7 @@ class Ticker::Worker {
 
     const std::function<void()> onTick;
     const unsigned generation = forkGeneration();
-    std::mutex mutex;  // guards what follows
+    std::mutex mutex;  // guards the members below
     std::condition_variable changed;
     bool running = false;
     bool pending = false;
@@ -54,7 +54,7 @@ class Ticker::Worker {
   std::thread thread_;
 };
 
-/// A main queue's task may be a copy that a fork has made: then the tick was another process's.
+/// A task of the main queue may be the copy made by a fork: then the tick belongs to another process.
 void Ticker::Worker::deliver(const std::weak_ptr<State>& weak) {
   const auto state = weak.lock();
   if (!state || state->generation != forkGeneration()) return;

@@ -10,7 +10,7 @@ namespace tarn {
 
 /// Calls back on a queue at a steady interval while it runs, the first time at once.
 ///
-/// A queue that is slow to answer is not flooded: the next call is enqueued only when the one before it has
+/// A slow queue is not flooded: the next call is enqueued only when the one before it has
 /// run. Owned and driven on the queue's thread; nothing is called after it was destroyed or stopped there.
 class Ticker {
  public:

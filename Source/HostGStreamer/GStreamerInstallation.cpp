@@ -18,7 +18,7 @@ struct Package {
   std::string_view name;
 };
 
-/// Where Debian keeps the elements that this system asks for by name.
+/// The Debian packages of the elements that this system names.
 constexpr std::array kPackages{
     Package{"fakesink", "libgstreamer1.0-0"},
     Package{"concat", "libgstreamer1.0-0"},

@@ -15,17 +15,18 @@ struct GStreamerPlayerOptions {
   std::string videoSink = "fakesink";
   std::string audioSink = "fakesink";
   /// A `GstGLQt6VideoItem` (see `prepareQuickVideo`), which then shows the picture in place of `videoSink`.
-  /// Its window has drawn a first frame, with OpenGL, before anything is loaded. May go before the player.
+  /// Its window has drawn a first frame, with OpenGL, before anything is loaded. May be destroyed before the
+  /// player.
   void* quickVideoItem = nullptr;
   /// Between two reports of the playhead.
   std::chrono::milliseconds reportInterval{250};
   /// How long an item may take until it is ready.
   std::chrono::milliseconds loadLimit{20'000};
-  /// How long the playhead may stand still while it should move, and how long a seek may take.
+  /// The longest time without progress while the playhead should move, and the longest time of a seek.
   std::chrono::milliseconds stallLimit{15'000};
 };
 
-/// Brings in GStreamer's item for Qt Quick: afterwards QML can import
+/// Loads GStreamer's item for Qt Quick: afterwards QML can import
 /// `org.freedesktop.gstreamer.Qt6GLVideoItem 1.0`. The error names what is not installed. Main thread; Qt is
 /// named by no other part of this layer.
 [[nodiscard]] Result<void> prepareQuickVideo();
@@ -34,7 +35,7 @@ struct GStreamerPlayerOptions {
 /// the system's clock. Needs no event loop but the main queue's.
 ///
 /// Times have timescale 90000, positions rounded to the nearest tick. Waiting for data is no failure until a
-/// limit of the options has passed. When the stream breaks off, what was received before is played first.
+/// limit of the options has passed. When the stream breaks off, the media received before is played first.
 ///
 /// In a child made by `fork` a player may be destroyed. Anything else there fails with an error that says
 /// why, unless GStreamer was first used in the child.

@@ -28,7 +28,7 @@ namespace tarn {
 /// The plan of a forward seek.
 struct ForwardSeek {
   CMTime absoluteTarget;
-  /// The break to play before the target is sought; null for none.
+  /// The break to play before the seek to the target; null for none.
   std::shared_ptr<const TarnLumoAdSequence> forcedAdSequence;
 };
 

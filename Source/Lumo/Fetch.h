@@ -19,7 +19,7 @@ using CancelFetch = std::function<void()>;
 ///
 /// Called once a retrieval, on a background thread, with the document's URL and header fields. Must not block
 /// for long. Calls the completion exactly once, on any thread, also before it returns. An empty `CancelFetch`
-/// stands for a fetch that cannot be cancelled. May be called by several documents at the same time.
+/// means that the fetch cannot be cancelled. May be called by several documents at the same time.
 using Fetch = std::function<CancelFetch(HTTPRequest request, FetchCompletion completion)>;
 
 }  // namespace tarn

@@ -41,8 +41,8 @@ using Timeline = Result<std::shared_ptr<const TarnLumoTimeline>>;
 
 TimelineReading readTimeline(std::string_view bytes, const ReadTimelineOptions& options) {
   if (!options.review) {
-    ReadingObserver nobody;
-    return read(bytes, nobody);
+    ReadingObserver silent;
+    return read(bytes, silent);
   }
   AuthorReview review;
   TimelineReading reading = read(bytes, review);

@@ -163,6 +163,6 @@ tarn::Result<std::shared_ptr<const TarnLumoTimeline>> TarnLumoDeserializeTimelin
 
 tarn::Result<std::shared_ptr<const TarnLumoTimeline>> TarnLumoDeserializeTimelineFromXMLDocumentWithError(
     const TarnLumoDocument& document, const TarnLumoONOXMLDocument& xml) {
-  tarn::ReadingObserver nobody;
-  return tarn::readDocument(xml, document.vmapExtensionsNamespace(), nobody);
+  tarn::ReadingObserver silent;
+  return tarn::readDocument(xml, document.vmapExtensionsNamespace(), silent);
 }

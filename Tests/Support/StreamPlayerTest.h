@@ -111,7 +111,7 @@ TEST_P(StreamPlayerTest, FailsInAForkedChildWhichExits) {
       {"nothing", [] {}},
       {"destroyed", [this] { viewer.player.reset(); }},
       {"played", [this] { viewer.player->play(); }},
-      {"sought", [this] { EXPECT_EQ(viewer.seek(seconds(1)), false); }},
+      {"seeking", [this] { EXPECT_EQ(viewer.seek(seconds(1)), false); }},
       {"paused", [this] { viewer.player->pause(); }},
       {"loaded", [this] { viewer.player->loadURL(server.url("/index.m3u8")); }},
   };

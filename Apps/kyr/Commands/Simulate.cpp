@@ -58,7 +58,7 @@ class Simulation {
     return player;
   }
 
-  /// Also where the document names no stream, which the session's log tells.
+  /// Also if the document names no stream, which the session logs.
   void provideItem() {
     const CMTime duration = options_.itemDuration ? virtualTime(*options_.itemDuration)
                                                   : playback_.session()->timeline()->payloadLength();

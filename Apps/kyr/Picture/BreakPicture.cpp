@@ -76,7 +76,7 @@ void addMarks(std::vector<Mark>& marks, const TarnLumoAd& ad, const TimeScale& s
   for (const auto& event : ad.trackingEventsCollection()->orderedEventsWithOffsets()) {
     if (!isInside(event->offset())) continue;
     const double x = at(event->offset());
-    if (x - previous < 1) continue;  // one mark stands for all events at an instant
+    if (x - previous < 1) continue;  // one mark for all events at an instant
     previous = x;
     marks.push_back({x, fmt::format("{} {}", clipped(eventName(*event), 24), secondsText(event->offset())),
                      "event", "eventlabel"});

@@ -5,15 +5,16 @@
 namespace tarn {
 namespace {
 
-/// Enough for a television's line to come back.
+/// Long enough to survive a short network outage.
 constexpr gint64 kTime = 30 * GST_SECOND;
-/// Beyond what any stream for a television needs for it.
+/// More than any television stream needs for that time.
 constexpr int kBytes = 256 << 20;
-/// Of the time: what playing begins with, and what it waits at for more.
+/// Shares of that time: the level that starts playback, and the level below which playback waits.
 constexpr int kEnoughPercent = 10;
 constexpr int kDryPercent = 1;
 
-/// Of its longest stream. Sound is short of the truth: a second of it waits behind the queue, decoded.
+/// The level of the longest stream. The audio queue under-reports its level: about one second of decoded
+/// audio is downstream of it.
 gint64 levelOf(GstElement* queue) {
   gint64 level = 0;
   const auto lengthen = [](GstElement*, GstPad* pad, gpointer longest) -> gboolean {

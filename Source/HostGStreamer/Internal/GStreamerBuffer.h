@@ -10,8 +10,7 @@
 
 namespace tarn {
 
-/// The media that a playbin has in hand: how much it takes, and how much there is. Goes after the playbin has
-/// been stopped. Any thread.
+/// The media buffer of a playbin: its limits and its level. Destroy it after stopping playbin. Any thread.
 class GStreamerBuffer {
  public:
   explicit GStreamerBuffer(GstElement* playbin);
@@ -19,7 +18,7 @@ class GStreamerBuffer {
   GStreamerBuffer& operator=(const GStreamerBuffer&) = delete;
   ~GStreamerBuffer();
 
-  /// In nanoseconds; absent until something has come.
+  /// In nanoseconds; absent until data was received.
   [[nodiscard]] std::optional<gint64> level();
 
  private:
@@ -27,7 +26,7 @@ class GStreamerBuffer {
   void add(GstElement* element);
 
   GstElement* const playbin_;
-  std::mutex mutex_;  // guards what follows
+  std::mutex mutex_;  // guards the members below
   std::vector<WeakGstElement> queues_;
 };
 

@@ -68,8 +68,8 @@ class GStreamerPlayer::Engine {
   bool isAccurate_ = false;        // the jump must land on the time itself
   bool hasArrived_ = false;        // the pipeline has data at the place jumped to
   CMTime furthest_ = kCMTimeZero;  // position of the playhead since the last jump
-  Clock::time_point lastAdvance_;  // of the playhead, or the begin of what is being waited for
-  Clock::time_point nextRanges_;   // when to look at the ranges again, which costs as much as all the rest
+  Clock::time_point lastAdvance_;  // of the playhead, or the start of the current wait
+  Clock::time_point nextRanges_;   // when to read the ranges again, which is expensive
   Ticker ticker_;
   Liveness liveness_;
 };

@@ -23,7 +23,7 @@ class WeakGstElement {
   explicit WeakGstElement(GstElement* element) : reference_(new GWeakRef) {
     g_weak_ref_init(reference_.get(), element);
   }
-  /// Absent when the element has gone.
+  /// Absent when the element was destroyed.
   [[nodiscard]] GstObjectPtr<GstElement> lock() const {
     return GstObjectPtr<GstElement>(static_cast<GstElement*>(g_weak_ref_get(reference_.get())));
   }
@@ -38,7 +38,7 @@ class WeakGstElement {
   std::unique_ptr<GWeakRef, Clear> reference_;  // GLib knows its address
 };
 
-/// What the element was made by; empty for a bin without a factory.
+/// The name of the factory that made the element; empty for a bin without a factory.
 [[nodiscard]] std::string_view factoryName(GstElement* element);
 
 struct GstQueryUnref {
@@ -50,7 +50,7 @@ using GstQueryPtr = std::unique_ptr<GstQuery, GstQueryUnref>;
 /// `requireGStreamerElement`.
 [[nodiscard]] Result<GstObjectPtr<GstElement>> makeGStreamerElement(const std::string& factory);
 
-/// GStreamer's error as ours; frees both arguments.
+/// Converts GStreamer's error; frees both arguments.
 [[nodiscard]] Error takeGStreamerError(GError* error, gchar* debug);
 
 }  // namespace tarn

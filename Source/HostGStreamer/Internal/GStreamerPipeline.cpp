@@ -22,10 +22,10 @@
 namespace tarn {
 namespace {
 
-/// Not named by the pipeline, but without them no HLS stream plays.
+/// The pipeline does not name them, but no HLS stream plays without them.
 constexpr const char* kDemuxer = "hlsdemux";
 constexpr std::array kHiddenElements{kDemuxer, "souphttpsrc", "tsdemux"};
-/// Longer than a near server takes to answer, too short to be felt.
+/// Longer than the response time of a near server, too short to be noticed.
 constexpr std::chrono::milliseconds kAnswerLimit{100};
 
 CMTime fromNanoseconds(gint64 nanoseconds) {
@@ -34,7 +34,7 @@ CMTime fromNanoseconds(gint64 nanoseconds) {
   return CMTimeMake(static_cast<CMTimeValue>(ticks), kGStreamerTimescale);
 }
 
-/// Of a numeric time that is not negative.
+/// `time` is numeric and not negative.
 gint64 toNanoseconds(CMTime time) {
   const auto nanoseconds = gst_util_uint64_scale_round(static_cast<guint64>(time.value), GST_SECOND,
                                                        static_cast<guint64>(time.timescale));
@@ -56,8 +56,8 @@ int snapFlags(GStreamerSeekMode mode) {
   return GST_SEEK_FLAG_KEY_UNIT | GST_SEEK_FLAG_SNAP_NEAREST;
 }
 
-/// Ends the streams of a demuxer that has given up. It never does so itself, and what waits behind it would
-/// not be played to its end.
+/// Ends the streams of a demuxer that has failed. The demuxer does not end them itself, and then the media
+/// downstream of it would not be played to its end.
 void endStreams(GstElement* demuxer, gpointer /*unused*/) {
   const auto end = [](GstElement*, GstPad* pad, gpointer) -> gboolean {
     gst_pad_push_event(pad, gst_event_new_eos());
@@ -70,8 +70,8 @@ bool isDemuxer(GstObject* source) {
   return GST_IS_ELEMENT(source) && factoryName(GST_ELEMENT(source)) == kDemuxer;
 }
 
-/// Hears the messages of one pipeline on GStreamer's threads. Outlives none of them, because the pipeline is
-/// stopped first.
+/// Receives the messages of one pipeline, on GStreamer's threads. The pipeline is stopped before it is
+/// destroyed.
 class BusListener {
  public:
   BusListener(GstObject* pipeline, GStreamerPipeline::OnEvent onEvent)
@@ -80,19 +80,19 @@ class BusListener {
   BusListener& operator=(const BusListener&) = delete;
   ~BusListener() { const std::lock_guard lock(mutex_); }
 
-  void hear(GstMessage* message);
+  void handle(GstMessage* message);
   void countJump();
   [[nodiscard]] unsigned jumps();
 
  private:
-  void tell(GStreamerEvent::Kind kind, std::optional<Error> error = {}) const {
+  void report(GStreamerEvent::Kind kind, std::optional<Error> error = {}) const {
     onEvent_({kind, jumps_, std::move(error)});
   }
-  void hearState(GstMessage* message) const;
-  void hearBuffering(GstMessage* message);
-  void hearError(GstMessage* message) const;
+  void handleState(GstMessage* message) const;
+  void handleBuffering(GstMessage* message);
+  void handleError(GstMessage* message) const;
 
-  std::mutex mutex_;  // guards what follows, and keeps the order of what several threads tell
+  std::mutex mutex_;  // guards the members below, and keeps the order of events of several threads
   GstObject* const pipeline_;
   const GStreamerPipeline::OnEvent onEvent_;
   unsigned jumps_ = 0;
@@ -109,48 +109,48 @@ unsigned BusListener::jumps() {
   return jumps_;
 }
 
-void BusListener::hear(GstMessage* message) {
+void BusListener::handle(GstMessage* message) {
   const std::lock_guard lock(mutex_);
   const bool ofPipeline = GST_MESSAGE_SRC(message) == pipeline_;
   switch (GST_MESSAGE_TYPE(message)) {
     case GST_MESSAGE_ASYNC_DONE:
-      if (ofPipeline) tell(GStreamerEvent::Kind::arrived);
+      if (ofPipeline) report(GStreamerEvent::Kind::arrived);
       break;
     case GST_MESSAGE_STATE_CHANGED:
-      if (ofPipeline) hearState(message);
+      if (ofPipeline) handleState(message);
       break;
     case GST_MESSAGE_EOS:
-      if (ofPipeline) tell(GStreamerEvent::Kind::endOfStream);
+      if (ofPipeline) report(GStreamerEvent::Kind::endOfStream);
       break;
     case GST_MESSAGE_DURATION_CHANGED:
-      tell(GStreamerEvent::Kind::durationChanged);
+      report(GStreamerEvent::Kind::durationChanged);
       break;
     case GST_MESSAGE_BUFFERING:
-      hearBuffering(message);
+      handleBuffering(message);
       break;
     case GST_MESSAGE_ERROR:
-      hearError(message);
+      handleError(message);
       break;
     default:
       break;
   }
 }
 
-void BusListener::hearState(GstMessage* message) const {
+void BusListener::handleState(GstMessage* message) const {
   GstState pending = GST_STATE_VOID_PENDING;
   gst_message_parse_state_changed(message, nullptr, nullptr, &pending);
-  if (pending == GST_STATE_VOID_PENDING) tell(GStreamerEvent::Kind::settled);
+  if (pending == GST_STATE_VOID_PENDING) report(GStreamerEvent::Kind::settled);
 }
 
-void BusListener::hearBuffering(GstMessage* message) {
+void BusListener::handleBuffering(GstMessage* message) {
   gint percent = 0;
   gst_message_parse_buffering(message, &percent);
   const bool starved = percent < 100;
   if (std::exchange(starved_, starved) != starved)
-    tell(starved ? GStreamerEvent::Kind::starved : GStreamerEvent::Kind::fed);
+    report(starved ? GStreamerEvent::Kind::starved : GStreamerEvent::Kind::fed);
 }
 
-void BusListener::hearError(GstMessage* message) const {
+void BusListener::handleError(GstMessage* message) const {
   GError* details = nullptr;
   gchar* debug = nullptr;
   gst_message_parse_error(message, &details, &debug);
@@ -159,21 +159,21 @@ void BusListener::hearError(GstMessage* message) const {
   Error cause = takeGStreamerError(details, debug);
   if (isDemuxer(GST_MESSAGE_SRC(message))) {
     gst_element_call_async(GST_ELEMENT(GST_MESSAGE_SRC(message)), endStreams, nullptr, nullptr);
-    return tell(GStreamerEvent::Kind::brokenOff, std::move(cause));
+    return report(GStreamerEvent::Kind::brokenOff, std::move(cause));
   }
-  if (!isVague || !ofSource) return tell(GStreamerEvent::Kind::failed, std::move(cause));
+  if (!isVague || !ofSource) return report(GStreamerEvent::Kind::failed, std::move(cause));
   auto error =
       Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::cannotOpen, "Its server could not be reached");
-  tell(GStreamerEvent::Kind::failed, withUnderlying(std::move(error), std::move(cause)));
+  report(GStreamerEvent::Kind::failed, withUnderlying(std::move(error), std::move(cause)));
 }
 
 GstBusSyncReply onBusMessage(GstBus* /*bus*/, GstMessage* message, gpointer listener) {
-  static_cast<BusListener*>(listener)->hear(message);
+  static_cast<BusListener*>(listener)->handle(message);
   gst_message_unref(message);
   return GST_BUS_DROP;
 }
 
-/// Draws into a texture that the item's window shows, uploading what a decoder leaves in memory.
+/// Draws into a texture that the item's window shows; uploads frames that a decoder leaves in memory.
 Result<GstObjectPtr<GstElement>> makeQuickVideoSink(void* item) {
   auto bin = makeGStreamerElement("glsinkbin");
   if (!bin) return bin.error();
@@ -189,7 +189,7 @@ Result<GstObjectPtr<GstElement>> makeQuickVideoSink(void* item) {
 Result<void> prepareQuickVideo() {
   const auto started = startGStreamer();
   if (!started) return started.error();
-  // The item is made known to QML when the first of its sinks is made.
+  // QML knows the item as soon as the first of its sinks was made.
   if (const auto sink = makeGStreamerElement("qml6glsink"); !sink) return sink.error();
   return requireGStreamerElement("glsinkbin");
 }
@@ -246,7 +246,7 @@ Result<std::unique_ptr<GStreamerPipeline>> GStreamerPipeline::make(const URL& ur
   g_object_set(element, "uri", url.absoluteString().c_str(), "video-sink", video->get(), "audio-sink",
                audio->get(), nullptr);
   auto handles = std::make_unique<Handles>(std::move(*playbin), std::move(onEvent));
-  // A failure here is told through the bus too, with its cause.
+  // A failure here is also reported on the bus, with its cause.
   gst_element_set_state(element, GST_STATE_PAUSED);
   return std::unique_ptr<GStreamerPipeline>(new GStreamerPipeline(std::move(handles)));
 }

@@ -15,22 +15,22 @@ namespace tarn {
 /// Timescale of all times that come from GStreamer: divisible by 600, and the clock of MPEG streams.
 inline constexpr CMTimeScale kGStreamerTimescale = 90'000;
 
-/// What a pipeline tells, copied out of GStreamer's messages.
+/// An event of a pipeline, copied from GStreamer's messages.
 struct GStreamerEvent {
   enum class Kind {
     arrived,          ///< The pipeline has data at its playhead, after loading or after a seek.
-    settled,          ///< A change of its state is through.
+    settled,          ///< A change of its state is complete.
     endOfStream,      ///< Everything was played.
-    durationChanged,  ///< Worth asking for.
+    durationChanged,  ///< It may have changed.
     starved,          ///< It lacks data; its owner should pause it.
-    fed,              ///< It has all the data that it wants in hand.
+    fed,              ///< Its buffer is full.
     brokenOff,        ///< `error`: the stream ended early. `endOfStream` follows the received media.
-    failed,           ///< `error`: the last event that matters.
+    failed,           ///< `error`: no later event matters.
   };
   Kind kind;
-  /// How many jumps had been asked for when it happened; less than `jumps()` when a jump has outdated it.
+  /// The number of jumps requested before it happened; less than `jumps()` when a later jump has outdated it.
   unsigned jumps = 0;
-  /// In GStreamer's own domain, or in the player's where GStreamer's is too vague.
+  /// In GStreamer's own domain, or in the player's if GStreamer's is too vague.
   std::optional<Error> error;
 };
 
@@ -41,17 +41,17 @@ enum class GStreamerSeekMode {
   keyUnitNearest,
 };
 
-/// Factories of its sinks, and where the picture goes: to the item of Qt Quick, if there is one.
+/// Factories of its sinks, and the Qt Quick item for the picture, if there is one.
 struct GStreamerSinks {
   std::string video;
   std::string audio;
   void* quickVideoItem = nullptr;
 };
 
-/// One playbin with one URI, the only place that talks to GStreamer's player.
+/// One playbin with one URI; the only code that uses GStreamer's player.
 ///
-/// Belongs to one thread, except that `onEvent` is called on GStreamer's threads, until the pipeline has been
-/// destroyed and no longer.
+/// Belongs to one thread. `onEvent` is called on GStreamer's threads, and never after the pipeline was
+/// destroyed.
 class GStreamerPipeline {
  public:
   using OnEvent = std::function<void(const GStreamerEvent&)>;
@@ -64,20 +64,20 @@ class GStreamerPipeline {
   GStreamerPipeline& operator=(const GStreamerPipeline&) = delete;
   ~GStreamerPipeline();
 
-  /// In a child that was forked since it was made, where it lacks its threads and may only be destroyed.
+  /// It was made before a fork: its threads do not exist in this process, and it may only be destroyed.
   [[nodiscard]] bool isOfParent() const;
 
   void setPlaying(bool playing);
-  /// Asks for a jump; `arrived` follows, then `settled` unless it is settled already. False: it cannot jump.
+  /// Requests a jump; `arrived` follows, then `settled` unless it is settled already. False: it cannot jump.
   [[nodiscard]] bool seek(CMTime time, GStreamerSeekMode mode);
   [[nodiscard]] unsigned jumps() const;
-  /// No change of state is under way.
+  /// No change of state is in progress.
   [[nodiscard]] bool isSettled() const;
 
   [[nodiscard]] std::optional<CMTime> position() const;
   [[nodiscard]] std::optional<CMTime> duration() const;
   [[nodiscard]] std::optional<std::vector<CMTimeRange>> seekableRanges() const;
-  /// From the playhead as far as data is in hand; absent while nothing has come.
+  /// From the playhead to the end of the received data; absent until data was received.
   [[nodiscard]] std::optional<std::vector<CMTimeRange>> loadedRanges() const;
 
  private:

@@ -18,7 +18,8 @@ bool hasSent(GstPad* pad, GstEventType type) {
   return event != nullptr;
 }
 
-/// An active source tells of a segment when its headers have come, and of the end when it has failed.
+/// An active source sends a segment event when its headers were received, and end of stream when it has
+/// failed.
 bool isAnswered(GstPad* pad) {
   return !gst_pad_is_active(pad) || hasSent(pad, GST_EVENT_SEGMENT) || hasSent(pad, GST_EVENT_EOS);
 }
@@ -64,7 +65,7 @@ void GStreamerRequests::release() {
   }
 }
 
-/// The source's first sign of life is an event before its request, its next one the answer.
+/// The source emits one event before it sends the request and one when the response headers arrive.
 GstPadProbeReturn GStreamerRequests::onHeld(GstPad* pad, GstPadProbeInfo* /*info*/, gpointer self) {
   static_cast<GStreamerRequests*>(self)->markHeld(pad);
   return GST_PAD_PROBE_OK;

@@ -11,10 +11,10 @@
 
 namespace tarn {
 
-/// The HTTP requests of a playbin. Goes after the playbin has been stopped.
+/// The HTTP requests of a playbin. Destroy it after stopping playbin.
 ///
-/// libsoup 3.2 brings the process down when a request is cancelled between the arrival of its headers and
-/// their delivery. So whatever cancels requests, a jump or the end of the pipeline, first holds them.
+/// libsoup 3.2 crashes when a request is cancelled between the arrival of its headers and their delivery. So
+/// hold the requests before each operation that cancels them: a jump, or the end of the pipeline.
 class GStreamerRequests {
  public:
   explicit GStreamerRequests(GstElement* playbin);
@@ -22,8 +22,8 @@ class GStreamerRequests {
   GStreamerRequests& operator=(const GStreamerRequests&) = delete;
   ~GStreamerRequests();
 
-  /// Lets no request begin, and returns as soon as each one that is under way has its headers, at the latest
-  /// after `limit`: that a server which takes longer answers in just the wrong moment is improbable.
+  /// Starts no more requests, and returns when each request in progress has its headers, at the latest after
+  /// `limit`: a slower server is unlikely to respond at exactly the wrong moment.
   void hold(std::chrono::milliseconds limit);
   void release();
 
@@ -34,7 +34,7 @@ class GStreamerRequests {
 
     WeakGstElement element;
     gulong probe = 0;
-    bool isHeld = false;  // its thread stands at the probe
+    bool isHeld = false;  // its thread waits at the probe
   };
 
   static void onElementAdded(GstBin* playbin, GstBin* parent, GstElement* element, gpointer self);
@@ -43,7 +43,7 @@ class GStreamerRequests {
   [[nodiscard]] bool areAnswered() const;
 
   GstElement* const playbin_;
-  std::mutex mutex_;  // guards what follows
+  std::mutex mutex_;  // guards the members below
   std::condition_variable changed_;
   std::vector<Source> sources_;
 };

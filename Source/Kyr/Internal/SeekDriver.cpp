@@ -88,7 +88,7 @@ void SeekDriver::startSeek(CMTime requested, CMTime absoluteTarget, Completion c
   seekForward(plan.absoluteTarget, std::move(completion));
 }
 
-/// A backward seek forces no ad. Content time zero is sought exactly: it may be the start of a pre-roll.
+/// A backward seek forces no ad. A seek to content time zero is exact: it may be the start of a pre-roll.
 void SeekDriver::seekBackward(CMTime requested, CMTime absoluteTarget, Completion completion) {
   const auto suspension = suspended();
   const CMTime target = timeBySeekOffset(absoluteTarget);
