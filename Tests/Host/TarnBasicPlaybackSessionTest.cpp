@@ -10,15 +10,16 @@
 #include "Host/TarnErrorSession.h"
 #include "Platform/Queue.h"
 #include "Support/FakePlayer.h"
+#include "Support/Script.h"
 #include "Support/SessionRecorder.h"
-#include "Support/Story.h"
 #include "Support/TimePrinter.h"
 
 namespace {
 
 using tarn::test::FakePlayer;
+using tarn::test::runScript;
+using tarn::test::ScriptCommand;
 using tarn::test::SessionRecorder;
-using tarn::test::tellStory;
 using ::testing::ElementsAre;
 using Lines = std::vector<std::string>;
 
@@ -30,7 +31,7 @@ std::shared_ptr<const TarnVideo> videoWithCuePoint() {
       .title = "Film", .cuePoints = TarnCuePointCollection::collectionWithArray({cuePoint})});
 }
 
-/// The steps of a script. A name after a bar is one of the player's: "|play". A bar alone clears the record.
+/// The commands of a script; "player" goes before the name of one of the player. "forget" clears the record.
 const std::map<std::string, std::function<void(TarnBasicPlaybackSession&)>> kSessionSteps = {
     {"load", [](auto& s) { s.loadVideoURL(*tarn::URL::fromString("http://host/stream.m3u8")); }},
     {"begin", [](auto& s) { s.begin(); }},
@@ -42,15 +43,15 @@ const std::map<std::string, std::function<void(TarnBasicPlaybackSession&)>> kSes
     {"turn", [](auto&) { tarn::MainQueue::shared().drain(); }},
 };
 const std::map<std::string, std::function<void(FakePlayer&)>> kPlayerSteps = {
-    {"|ready", [](auto& p) { p.becomeReady(1); }},
-    {"|play", [](auto& p) { p.play(); }},
-    {"|pause", [](auto& p) { p.pause(); }},
-    {"|advance", [](auto& p) { p.advance(0.5); }},
-    {"|load", [](auto& p) { p.setLoadedTo(0.75); }},
-    {"|starve", [](auto& p) { p.starve(true); }},
-    {"|feed", [](auto& p) { p.starve(false); }},
-    {"|seek", [](auto& p) { p.seekToTime(tarn::test::seconds(0.25), kCMTimeZero, kCMTimeZero, nullptr); }},
-    {"|fail", [](auto& p) { p.fail(kBrokenOff); }},
+    {"ready", [](auto& p) { p.becomeReady(1); }},
+    {"play", [](auto& p) { p.play(); }},
+    {"pause", [](auto& p) { p.pause(); }},
+    {"advance", [](auto& p) { p.advance(0.5); }},
+    {"loadedTo", [](auto& p) { p.setLoadedTo(0.75); }},
+    {"starve", [](auto& p) { p.starve(true); }},
+    {"feed", [](auto& p) { p.starve(false); }},
+    {"seek", [](auto& p) { p.seekToTime(tarn::test::seconds(0.25), kCMTimeZero, kCMTimeZero, nullptr); }},
+    {"fail", [](auto& p) { p.fail(kBrokenOff); }},
 };
 
 struct Stage {
@@ -59,53 +60,53 @@ struct Stage {
       std::make_shared<TarnBasicPlaybackSession>(videoWithCuePoint(), nullptr, player);
   SessionRecorder recorder{*session};
 
-  void take(const std::string& step) {
-    if (step == "|") return (void)recorder.take();
-    const auto found = kSessionSteps.find(step);
-    found == kSessionSteps.end() ? kPlayerSteps.at(step)(*player) : found->second(*session);
+  void perform(const ScriptCommand& command) {
+    if (command.name == "forget") return (void)recorder.take();
+    if (command.name == "player") return kPlayerSteps.at(command.argument())(*player);
+    kSessionSteps.at(command.name)(*session);
   }
   void play(const std::string& script) {
-    tellStory(
-        script, [this](const std::string& step) { take(step); }, nullptr);
+    runScript(
+        script, [this](const ScriptCommand& command) { perform(command); }, nullptr);
   }
 };
 
 TEST(TarnBasicPlaybackSessionTest, SendsItsEventsInTheDocumentedOrder) {
   std::optional<Stage> stage;
-  const auto take = [&stage](const std::string& step) {
-    if (step == "ready") return stage.emplace().play("load begin |ready |");
-    step == "new" ? (void)stage.emplace() : stage->take(step);
+  const auto perform = [&stage](const ScriptCommand& command) {
+    if (command.name == "ready") return stage.emplace().play("load; begin; player ready; forget");
+    command.name == "new" ? (void)stage.emplace() : stage->perform(command);
   };
-  const auto look = [&stage](const std::string&) {
+  const auto observe = [&stage](const std::string&) {
     return fmt::format("{}", fmt::join(stage->recorder.take(), ", "));
   };
-  tellStory(R"(
+  runScript(R"(
     // It sends nothing until it begins, then its current state without the values not known yet.
-    new load |ready play |advance |load => lines:
-    begin begin => lines: Begin, cuePoints 1, Ready, duration 1, seekable 0+1, loaded 0+0.75, Play, progress 0.5
-    new load begin => lines: Begin, cuePoints 1
+    new; load; player ready; play; player advance; player loadedTo => lines:
+    begin; begin                     => lines: Begin, cuePoints 1, Ready, duration 1, seekable 0+1, loaded 0+0.75, Play, progress 0.5
+    new; load; begin                 => lines: Begin, cuePoints 1
     // Reaching the end sends no pause, and playback continues after a seek back.
-    ready play |advance |advance |advance => lines: Play, progress 0.5, progress 1, End
-    resume turn |advance => lines: Play, progress 0.5, progress 1, End
+    ready; play; player advance; player advance; player advance => lines: Play, progress 0.5, progress 1, End
+    resume; turn; player advance     => lines: Play, progress 0.5, progress 1, End
     // A repeated state is sent once, whatever its origin.
-    ready |play play |pause pause => lines: Play, Pause
-    ready |starve |starve |feed |feed => lines: BufferingEnter, BufferingExit
+    ready; player play; play; player pause; pause => lines: Play, Pause
+    ready; player starve; player starve; player feed; player feed => lines: BufferingEnter, BufferingExit
     // A failure, also one before the beginning, is followed only by Terminate.
-    ready play |fail |starve terminate => lines: Play, Error, Terminate
-    new load |fail begin => lines: Begin, cuePoints 1, Error, Terminate
+    ready; play; player fail; player starve; terminate => lines: Play, Error, Terminate
+    new; load; player fail; begin    => lines: Begin, cuePoints 1, Error, Terminate
     // Another stream becomes ready again.
-    ready load |ready => lines: duration nan, seekable unknown, duration 1, seekable 0+1, Ready
+    ready; load; player ready        => lines: duration nan, seekable unknown, duration 1, seekable 0+1, Ready
     // `resumePlaybackAtTime` can keep the pause, and keeps it if a newer seek supersedes it.
-    ready resumePaused turn => lines: progress 0.5
-    ready resume |seek turn => lines: progress 0.25
+    ready; resumePaused; turn        => lines: progress 0.5
+    ready; resume; player seek; turn => lines: progress 0.25
     // Nothing is sent after termination.
-    ready play resume terminate terminate begin play load turn => lines: Play, Terminate)",
-            take, look);
+    ready; play; resume; terminate; terminate; begin; play; load; turn => lines: Play, Terminate)",
+            perform, observe);
 }
 
 TEST(TarnBasicPlaybackSessionTest, SendsThePlayersErrorAndReleasesThePlayer) {
   Stage stage;
-  stage.play("load begin |ready |fail");
+  stage.play("load; begin; player ready; player fail");
   const std::weak_ptr<FakePlayer> weak = std::exchange(stage.player, nullptr);
   EXPECT_EQ(stage.recorder.lastEvent(kTarnPlaybackSessionLifecycleEventError)->error(), kBrokenOff);
   EXPECT_EQ(stage.session->player(), nullptr);
@@ -114,7 +115,7 @@ TEST(TarnBasicPlaybackSessionTest, SendsThePlayersErrorAndReleasesThePlayer) {
 
 TEST(TarnBasicPlaybackSessionTest, StopsItsPlayerWhenDestroyedEvenIfThePlayerIsStillHeld) {
   Stage stage;
-  stage.play("load begin |ready play");
+  stage.play("load; begin; player ready; play");
   const auto extension = stage.session->providerExtension();
   EXPECT_EQ(extension.playbackSession(), stage.session);
   stage.session.reset();
@@ -169,8 +170,8 @@ Received endInside(std::size_t fatal, bool terminates) {
   };
   follow(*stage.session, report);
   follow(*stage.session, [&received](const std::string& what) { received.second.push_back(what); });
-  stage.play("load begin");
-  for (const auto* const step : {"|ready", "|load", "|starve", "|feed", "|play", "|advance", "|advance"}) {
+  stage.play("load; begin");
+  for (const auto* const step : {"ready", "loadedTo", "starve", "feed", "play", "advance", "advance"}) {
     if (!alive.expired()) kPlayerSteps.at(step)(*player);
   }
   EXPECT_EQ(alive.expired(), fatal < early.size());

@@ -9,11 +9,12 @@
 #include "Host/TarnBasicSessionProvider.h"
 #include "Platform/Queue.h"
 #include "Support/FakePlayer.h"
-#include "Support/Story.h"
+#include "Support/Script.h"
 
 namespace {
 
 using tarn::test::FakePlayer;
+using tarn::test::ScriptCommand;
 using Session = std::shared_ptr<TarnPlaybackSession>;
 using Video = std::shared_ptr<const TarnVideo>;
 
@@ -36,28 +37,29 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
  public:
   [[nodiscard]] const std::string& log() const { return log_; }
 
-  /// "a>=over" runs the step "over" inside the callback that logs "a>".
-  void take(const std::string& step) {
-    const auto session = controller_ ? controller_->currentSession() : nullptr;
-    if (const auto equals = step.find('='); equals != std::string::npos) {
-      reactions_[step.substr(0, equals)] = step.substr(equals + 1);
-      return;
+  /// "on a> terminate" performs "terminate" inside the callback that logs "a>".
+  void perform(const ScriptCommand& command) {
+    static const std::map<std::string, std::function<void(Stage&, const std::string&)>> kSteps = {
+        {"listen", [](auto& self, auto&) { self.controller_->addSessionConsumer(self.weak_from_this()); }},
+        {"add", [](auto& self, auto& video) { self.controller_->addVideo(makeVideo(video)); }},
+        {"disableAutoPlay", [](auto& self, auto&) { self.controller_->setAutoPlay(false); }},
+        {"begin", [](auto& self, auto&) { self.controller_->begin(); }},
+        {"playToEnd", [](auto& self, auto&) { self.playToEnd(); }},
+        {"resumeAtStart", [](auto& self, auto&) { self.session()->resumeVideoAtTime(kCMTimeZero, true); }},
+        {"terminateSession", [](auto& self, auto&) { self.session()->terminate(); }},
+        {"terminate", [](auto& self, auto&) { self.controller_->terminate(); }},
+        {"release", [](auto& self, auto&) { self.controller_.reset(); }},
+        {"turn",
+         [](auto& self, auto&) {
+           drainAll();
+           self.write(self.where());
+         }},
+    };
+    if (command.name == "on") {
+      reactions_[command.argument(0)] = {command.argument(1), {}};
+    } else {
+      kSteps.at(command.name)(*this, command.arguments.empty() ? "" : command.argument());
     }
-    if (step == "listen") return controller_->addSessionConsumer(weak_from_this());
-    if (step.starts_with('+')) return controller_->addVideo(makeVideo(step.substr(1)));
-    if (step == "quiet") return controller_->setAutoPlay(false);
-    if (step == "begin") return controller_->begin();
-    if (step == "end") {
-      const auto player = players_.back().lock();
-      if (player->state().get() == TarnPlayerState::loading) player->becomeReady(1);
-      return player->advance(2);
-    }
-    if (step == "back") return session->resumeVideoAtTime(kCMTimeZero, true);
-    if (step == "kill") return session->terminate();
-    if (step == "over") return controller_->terminate();
-    if (step == "gone") return controller_.reset();
-    drainAll();
-    write(where());
   }
 
   void didAdvanceToPlaybackSession(const Session& session) override {
@@ -71,19 +73,25 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
   }
 
  private:
+  [[nodiscard]] Session session() const { return controller_ ? controller_->currentSession() : nullptr; }
+  void playToEnd() {
+    const auto player = players_.back().lock();
+    if (player->state().get() == TarnPlayerState::loading) player->becomeReady(1);
+    player->advance(2);
+  }
   /// The current video and the number of open streams.
   [[nodiscard]] std::string where() const {
-    const auto session = controller_ ? controller_->currentSession() : nullptr;
+    const auto current = session();
     const auto open =
         std::count_if(players_.begin(), players_.end(), [](const auto& player) { return !player.expired(); });
-    return (session ? *session->video()->identifier() : "none") + ":" + std::to_string(open);
+    return (current ? *current->video()->identifier() : "none") + ":" + std::to_string(open);
   }
   void write(const std::string& line) {
     log_ += (log_.empty() ? "" : " ") + line;
-    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) take(reaction->second);
+    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) perform(reaction->second);
   }
 
-  std::map<std::string, std::string> reactions_;
+  std::map<std::string, ScriptCommand> reactions_;
   std::string log_;
   std::vector<std::weak_ptr<FakePlayer>> players_;
   std::shared_ptr<TarnPlaybackController> controller_ =
@@ -97,25 +105,25 @@ class Stage final : public TarnSessionConsumer, public std::enable_shared_from_t
 
 TEST(TarnPlaybackControllerTest, PlaysVideosOneAfterAnotherWithOneStreamOpenAtATime) {
   std::shared_ptr<Stage> stage;
-  const auto take = [&stage](const std::string& step) {
-    step == "new" ? (void)(stage = std::make_shared<Stage>()) : stage->take(step);
+  const auto perform = [&stage](const ScriptCommand& command) {
+    command.name == "new" ? (void)(stage = std::make_shared<Stage>()) : stage->perform(command);
   };
-  tarn::test::tellStory(R"(
-    new listen +a +b begin begin end turn => log: a> aBegin aPlay aEnd aTerminate b> bBegin bPlay b:1
+  tarn::test::runScript(R"(
+    new; listen; add a; add b; begin; begin; playToEnd; turn => log: a> aBegin aPlay aEnd aTerminate b> bBegin bPlay b:1
     // The viewer can seek back in the last video; a later video waits for the next turn.
-    new +a begin end back turn +b turn end turn end turn => log: a:1 a:1 b:1 b:1
-    new listen +a begin end turn +b => log: a> aBegin aPlay aEnd a:1
-    turn => log: a> aBegin aPlay aEnd a:1 aTerminate b> bBegin bPlay b:1
-    new listen quiet +a begin => log: a> aBegin
+    new; add a; begin; playToEnd; resumeAtStart; turn; add b; turn; playToEnd; turn; playToEnd; turn => log: a:1 a:1 b:1 b:1
+    new; listen; add a; begin; playToEnd; turn; add b => log: a> aBegin aPlay aEnd a:1
+    turn                                       => log: a> aBegin aPlay aEnd a:1 aTerminate b> bBegin bPlay b:1
+    new; listen; disableAutoPlay; add a; begin => log: a> aBegin
     // It continues when a session is terminated from outside, and after a failure.
-    new listen +a begin kill turn +b turn => log: a> aBegin aPlay aTerminate none:0 b> bBegin bPlay b:1
-    new listen +broken +a begin turn => log: broken> brokenBegin brokenError brokenTerminate a> aBegin aPlay a:1
+    new; listen; add a; begin; terminateSession; turn; add b; turn => log: a> aBegin aPlay aTerminate none:0 b> bBegin bPlay b:1
+    new; listen; add broken; add a; begin; turn => log: broken> brokenBegin brokenError brokenTerminate a> aBegin aPlay a:1
     // It ends when it terminates or is destroyed, also inside a callback.
-    new listen +a +b begin over +c begin turn => log: a> aBegin aPlay aTerminate none:0
-    new listen +a begin gone turn => log: a> aBegin aPlay aTerminate none:0
-    new listen a>=over +a begin turn => log: a> aTerminate none:0
-    new listen a>=gone +a begin turn => log: a> aBegin aPlay aTerminate none:0)",
-                        take, [&stage](const std::string&) { return stage->log(); });
+    new; listen; add a; add b; begin; terminate; add c; begin; turn => log: a> aBegin aPlay aTerminate none:0
+    new; listen; add a; begin; release; turn   => log: a> aBegin aPlay aTerminate none:0
+    new; listen; on a> terminate; add a; begin; turn => log: a> aTerminate none:0
+    new; listen; on a> release; add a; begin; turn => log: a> aBegin aPlay aTerminate none:0)",
+                        perform, [&stage](const std::string&) { return stage->log(); });
 }
 
 TEST(TarnPlaybackControllerTest, SkipsManyFailingVideosWithoutRecursionAndIgnoresADestroyedConsumer) {

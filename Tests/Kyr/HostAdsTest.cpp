@@ -21,7 +21,7 @@ TEST(HostAdsTest, AreTheSameObjectsInAllEventsOfAllPlays) {
     adSequences.insert(adSequence);
     seen.insert(seen.end(), adSequence->ads().begin(), adSequence->ads().end());
   });
-  stage.tell("12 pause play 12 >5 18 |");
+  stage.tell("run 12; pause; play; run 12; seek 5; run 18; forget");
   EXPECT_GT(seen.size(), 80U);
   EXPECT_EQ(std::set(seen.begin(), seen.end()).size(), 2U);
   EXPECT_EQ(adSequences.size(), 1U);

@@ -8,7 +8,7 @@
 
 #include "Host/TarnBasicSessionProvider.h"
 #include "Platform/Queue.h"
-#include "Support/Story.h"
+#include "Support/Script.h"
 #include "Support/TimePrinter.h"
 
 namespace tarn::test {
@@ -17,32 +17,61 @@ namespace {
 const std::string kCommonPrefix = "kTarnPlaybackSessionLifecycleEvent";
 
 /// "30-1": thirty seconds less a tick.
+/// Seconds, as in "30", or a tick beside them, as in "30-1tick".
 CMTime readTime(const std::string& text) {
   std::size_t length = 0;
   const double seconds = std::stod(text, &length);
   return at(seconds, length == text.size() ? 0 : std::stoi(text.substr(length)));
 }
 
-const std::map<std::string, std::function<void(KyrStage&)>> kSteps = {
-    {"turn", [](auto&) { drainAll(); }},
-    {"?suspended", [](auto& stage) { EXPECT_TRUE(stage.isSuspended()); }},
-    {"?following", [](auto& stage) { EXPECT_FALSE(stage.isSuspended()); }},
-    {"gone", [](auto& stage) { stage.session.reset(); }},
-    {"play", [](auto& stage) { stage.session->avPlayerPlay(); }},
-    {"pause", [](auto& stage) { stage.session->avPlayerPause(); }},
-    {"resumeAd", [](auto& stage) { stage.session->resumeAd(); }},
-    {"pauseAd", [](auto& stage) { stage.session->pauseAd(); }},
-    {"resumeAt20", [](auto& stage) { stage.session->resumeVideoAtTime(at(20), false); }},
-    {"load", [](auto& stage) { stage.session->loadVideoURL(*URL::fromString("http://s/")); }},
-    {"fail", [](auto& stage) { stage.player().fail({}); }},
-    {"terminate", [](auto& stage) { stage.session->terminate(); }},
-    {"disableAds", [](auto& stage) { stage.common->adsDisabled.set(true); }},
-    {"leaveBreak", [](auto& stage) { stage.session->tracker()->setAbsoluteTime(at(61)); }},
-    {"breakSeeking", [](auto& stage) { stage.player().breakSeeking(); }},
-    {"load25", [](auto& stage) { stage.player().setLoadedTo(25); }},
-    {"ready30", [](auto& stage) { stage.player().becomeReady(30); }},
-    {"starve", [](auto& stage) { stage.player().starve(true); }},
-    {"feed", [](auto& stage) { stage.player().starve(false); }},
+void expectTracker(const KyrStage& stage, const std::string& state) {
+  EXPECT_EQ(stage.isSuspended() ? "suspended" : "following", state);
+}
+
+using Step = std::function<void(KyrStage& stage, const ScriptCommand& command)>;
+
+const std::map<std::string, Step> kSteps = {
+    // As in the scripts of kyr simulate.
+    {"run", [](auto& stage, auto& command) { stage.play(command.number()); }},
+    {"play", [](auto& stage, auto&) { stage.session->avPlayerPlay(); }},
+    {"pause", [](auto& stage, auto&) { stage.session->avPlayerPause(); }},
+    {"skip", [](auto& stage, auto&) { stage.skip(); }},
+    {"pauseAd", [](auto& stage, auto&) { stage.session->pauseAd(); }},
+    {"resumeAd", [](auto& stage, auto&) { stage.session->resumeAd(); }},
+    {"adsDisabled",
+     [](auto& stage, auto& command) { stage.common->adsDisabled.set(command.argument() == "yes"); }},
+    {"resumeAt",
+     [](auto& stage, auto& command) {
+       stage.session->resumeVideoAtTime(readTime(command.argument()), command.argument(1) == "yes");
+     }},
+    {"terminate", [](auto& stage, auto&) { stage.session->terminate(); }},
+    {"seek",
+     [](auto& stage, auto& command) {
+       stage.requestSeek(readTime(command.argument()));
+       drainAll();
+     }},
+    // Besides.
+    {"request", [](auto& stage, auto& command) { stage.requestSeek(readTime(command.argument())); }},
+    {"advance", [](auto& stage, auto& command) { stage.player().advance(command.number()); }},
+    {"place",
+     [](auto& stage, auto& command) {
+       stage.player().seekToTime(readTime(command.argument()), kCMTimeZero, kCMTimeZero, nullptr);
+       drainAll();
+     }},
+    {"turn", [](auto&, auto&) { drainAll(); }},
+    {"runOut", [](auto& stage, auto&) { stage.playOut(); }},
+    {"forget", [](auto& stage, auto&) { (void)std::tuple(stage.calls(), stage.lines(), stage.beacons()); }},
+    {"expect", [](auto& stage, auto& command) { expectTracker(stage, command.argument()); }},
+    {"releaseSession", [](auto& stage, auto&) { stage.session.reset(); }},
+    {"load",
+     [](auto& stage, auto& command) { stage.session->loadVideoURL(*URL::fromString(command.argument())); }},
+    {"leaveBreak", [](auto& stage, auto&) { stage.session->tracker()->setAbsoluteTime(at(61)); }},
+    {"fail", [](auto& stage, auto&) { stage.player().fail({}); }},
+    {"breakSeeking", [](auto& stage, auto&) { stage.player().breakSeeking(); }},
+    {"loadedTo", [](auto& stage, auto& command) { stage.player().setLoadedTo(command.number()); }},
+    {"ready", [](auto& stage, auto& command) { stage.player().becomeReady(command.number()); }},
+    {"starve", [](auto& stage, auto&) { stage.player().starve(true); }},
+    {"feed", [](auto& stage, auto&) { stage.player().starve(false); }},
 };
 
 }  // namespace
@@ -108,8 +137,7 @@ KyrStage::KyrStage(std::string_view drawing, const VMAPDrawing& options, double 
   session->begin();
   session->avPlayerPlay();
   player().becomeReady(static_cast<double>(drawing.size()) * options.secondsPerCell + difference);
-  take("turn");
-  take("|");
+  tell("turn; forget");
 }
 
 KyrStage::~KyrStage() {
@@ -117,36 +145,23 @@ KyrStage::~KyrStage() {
   drainAll();
 }
 
-void KyrStage::tell(const std::string& story) {
-  tellStory(
-      story, [this](const std::string& step) { take(step); },
-      [this](const std::string& place) {
-        const auto found = place == "calls" ? calls() : place == "beacons" ? beacons() : Lines();
-        const auto lines = place == "events" ? events() : place == "lines" ? this->lines() : found;
-        return fmt::format("{}", fmt::join(lines, ", "));
-      });
+void KyrStage::tell(const std::string& script) {
+  const auto perform = [this](const ScriptCommand& command) { kSteps.at(command.name)(*this, command); };
+  runScript(script, perform, [this](const std::string& name) {
+    const auto own = name == "calls" ? calls() : name == "beacons" ? beacons() : Lines();
+    const auto found = name == "events" ? events() : name == "lines" ? lines() : own;
+    return fmt::format("{}", fmt::join(found, ", "));
+  });
 }
 
-void KyrStage::take(const std::string& step) {
-  if (step == "|") {
-    (void)std::tuple(calls(), lines(), beacons());
-  } else if (step == "out") {
-    playOut();
-  } else if (step == "skip") {
-    (*lastAd()->privateProperties().get<TarnAdSkipHandler>(kTarnAdPrivatePropertyKeySkipHandler))();
-  } else if (step[0] == '>') {
-    session->seekToTime(readTime(step.substr(step.find_first_not_of('>'))), [calls = calls_](bool finished) {
-      calls->push_back(finished ? "finished" : "unfinished");
-    });
-    if (step[1] != '>') drainAll();
-  } else if (step[0] == '@') {
-    player().seekToTime(readTime(step.substr(1)), kCMTimeZero, kCMTimeZero, nullptr);
-    drainAll();
-  } else if (step.ends_with('~')) {
-    player().advance(std::stod(step));
-  } else {
-    std::isdigit(step[0]) != 0 ? play(std::stod(step)) : kSteps.at(step)(*this);
-  }
+void KyrStage::skip() const {
+  (*lastAd()->privateProperties().get<TarnAdSkipHandler>(kTarnAdPrivatePropertyKeySkipHandler))();
+}
+
+void KyrStage::requestSeek(CMTime contentTime) const {
+  session->seekToTime(contentTime, [calls = calls_](bool finished) {
+    calls->push_back(finished ? "finished" : "unfinished");
+  });
 }
 
 void KyrStage::play(double seconds) {

@@ -54,27 +54,31 @@ class KyrStage {
   ~KyrStage();
 
   [[nodiscard]] FakePlayer& player() const { return *player_.lock(); }
-  /// Plays a story (see `tellStory`) with expectations on the calls, lines, events and beacons below. A step
-  /// is the name of an operation of the session or of the player, or one of these:
+  /// Runs a script (see `runScript`) with expectations on the calls, lines, events and beacons below. The
+  /// commands are those of `kyr simulate`, where `run` and `seek` run the main queue, and these:
   ///
-  ///     12             plays that many seconds
-  ///     12~            the same, without running the main queue
-  ///     @5             moves the playhead there
-  ///     >50   >30-1    seeks to that content time, a tick before it
-  ///     >>50           the same, without running the main queue, like `skip`
-  ///     turn           runs the main queue
-  ///     skip           presses the skip button of the ad that was entered last
-  ///     out            plays until the end of the item, through all seeks
-  ///     |              discards the calls, lines and beacons so far
-  ///     ?suspended ?following    expects that the tracker is suspended, or is not
-  void tell(const std::string& story);
+  ///     seek 30-1tick      a tick before that content time
+  ///     request 50         a seek, without running the main queue, like `skip`
+  ///     advance 12         the player plays, without running the main queue
+  ///     place 5            moves the playhead to that absolute time
+  ///     turn               runs the main queue
+  ///     runOut             plays until the end of the item, through all seeks
+  ///     forget             discards the calls, lines and beacons so far
+  ///     expect suspended   the tracker is suspended, or not: `expect following`
+  ///
+  /// and the names of operations of the player.
+  void tell(const std::string& script);
   /// Plays, then runs the main queue, on which seeks land.
   void play(double seconds);
+  void playOut();
+  /// Presses the skip button of the ad that was entered last.
+  void skip() const;
+  void requestSeek(CMTime contentTime) const;
   /// Runs `action` once, at the next lifecycle event of that type ("AdEnter"), when that beacon is sent
   /// ("a-impression"), or at the next "progress".
   void when(const std::string& type, std::function<void()> action);
 
-  // Records since the last call, or since the step "|".
+  // Records since the last call, or since the command "forget".
 
   /// The calls of the player (see `FakePlayer::calls`), with "canSeek" and "cannotSeek" when that changes,
   /// and "finished" and "unfinished" when a seek completes.
@@ -94,9 +98,6 @@ class KyrStage {
   std::shared_ptr<TarnKyrSession> session;
 
  private:
-  void take(const std::string& step);
-  void playOut();
-
   std::shared_ptr<RecordingSink> sink_ = std::make_shared<RecordingSink>();
   std::weak_ptr<FakePlayer> player_;
   std::shared_ptr<Lines> calls_;

@@ -9,7 +9,7 @@ using namespace tarn::test;
 
 TEST(LifecycleTranslatorTest, PutsTheAdsOfABreakIntoItsEvents) {
   KyrStage stage("..ab..");
-  stage.tell("12 pause play 5");
+  stage.tell("run 12; pause; play; run 5");
   const auto sequence = stage.lastEvent("AdSequenceEnter")->adSequence();
   EXPECT_EQ(sequence->ads().at(1)->adId(), "b");
   const auto* parsed = sequence->properties().get<std::shared_ptr<const TarnLumoAdSequence>>(
@@ -21,7 +21,7 @@ TEST(LifecycleTranslatorTest, PutsTheAdsOfABreakIntoItsEvents) {
     EXPECT_EQ(stage.lastEvent(event)->ad()->adId(), "a");
   for (const auto* const event : {"WillPauseForAd", "Pause"})
     EXPECT_EQ(stage.lastEvent(event)->properties(), std::nullopt);
-  stage.tell("5");
+  stage.tell("run 5");
   EXPECT_EQ(stage.lastEvent("AdSequenceExit")->adSequence()->ads().size(), 2U);
 }
 
@@ -39,27 +39,27 @@ TEST(LifecycleTranslatorTest, PassesOnTrackerEventsWithoutAnAdOrOfAnUnknownType)
 
 TEST(LifecycleTranslatorTest, ReportsABreakAsAPauseOfTheContent) {
   KyrStage("..aa..").tell(R"(
-    @9.4 0.25 | 0.75   => lines: progress 9.9, WillPauseForAd, Pause, AdSequenceEnter, AdEnter, AdProgress, AdProgress
-    load25             => lines: loaded 0+15
-    ready30            => lines: seekable 0+20
-    starve feed        => events: BufferingEnter, BufferingExit
-    9.5 | 0.5          => lines: AdExit, AdSequenceExit, Play, progress 10.15, progress 10.4)");
+    place 9.4; run 0.25; forget; run 0.75 => lines: progress 9.9, WillPauseForAd, Pause, AdSequenceEnter, AdEnter, AdProgress, AdProgress
+    loadedTo 25                           => lines: loaded 0+15
+    ready 30                              => lines: seekable 0+20
+    starve; feed                          => events: BufferingEnter, BufferingExit
+    run 9.5; forget; run 0.5              => lines: AdExit, AdSequenceExit, Play, progress 10.15, progress 10.4)");
   KyrStage("..ab..c").tell(R"(
-    17 => events: WillPauseForAd, Pause, AdSequenceEnter, AdEnter, AdExit, AdEnter
-    15 => events: AdExit, AdSequenceExit, Play, WillPauseForAd, Pause, AdSequenceEnter, AdEnter
-    out => events: AdExit, AdSequenceExit, Play, End
+    run 17    => events: WillPauseForAd, Pause, AdSequenceEnter, AdEnter, AdExit, AdEnter
+    run 15    => events: AdExit, AdSequenceExit, Play, WillPauseForAd, Pause, AdSequenceEnter, AdEnter
+    runOut    => events: AdExit, AdSequenceExit, Play, End
     terminate => events: Terminate)");
 }
 
 TEST(LifecycleTranslatorTest, ReportsPauseAndPlayAsThoseOfTheAdWhileOnePlays) {
   KyrStage("..ab..").tell(R"(
-    5 pause play      => events: Pause, Play
-    | pauseAd resumeAd   => calls: pause, play
-    7 | pause play    => events: AdPause, AdResume
-    | pauseAd resumeAd   => calls: pause, play
-    5 | pause play    => events: AdPause, AdResume
-    5 | pause play    => events: Pause, Play
-    | pauseAd resumeAd   => calls:)");
+    run 5; pause; play         => events: Pause, Play
+    forget; pauseAd; resumeAd  => calls: pause, play
+    run 7; forget; pause; play => events: AdPause, AdResume
+    forget; pauseAd; resumeAd  => calls: pause, play
+    run 5; forget; pause; play => events: AdPause, AdResume
+    run 5; forget; pause; play => events: Pause, Play
+    forget; pauseAd; resumeAd  => calls:)");
 }
 
 }  // namespace

@@ -16,15 +16,15 @@ constexpr const char* kStream = "..aaa....bbb......";
 TEST(SessionLifetimeTest, SendsTerminateAsTheLastEventToEverySubscriber) {
   // Steps, and the lifecycle events, beacons and values that are sent during them.
   const std::pair<const char*, Lines> stories[] = {
-      {"1", {"progress"}},
+      {"run 1", {"progress"}},
       {"pause", {"Pause"}},
-      {"12",
+      {"run 12",
        {"WillPauseForAd", "AdSequenceEnter", "AdEnter", "AdProgress", "a-impression", "a-creativeView"}},
-      {"12 pauseAd resumeAd", {"AdPause", "AdResume"}},
-      {"12 skip", {"a-skip"}},
-      {"17", {"AdExit", "a-complete"}},
-      {"22", {"AdSequenceExit", "Play"}},
-      {"out", {"End"}},
+      {"run 12; pauseAd; resumeAd", {"AdPause", "AdResume"}},
+      {"run 12; skip", {"a-skip"}},
+      {"run 17", {"AdExit", "a-complete"}},
+      {"run 22", {"AdSequenceExit", "Play"}},
+      {"runOut", {"End"}},
   };
   for (const auto& [story, moments] : stories)
     for (const auto& moment : moments) {
@@ -41,8 +41,9 @@ TEST(SessionLifetimeTest, SendsTerminateAsTheLastEventToEverySubscriber) {
       EXPECT_EQ(late.take(), early);
       EXPECT_EQ(std::count(early.begin(), early.end(), "Terminate"), 1);
 
-      stage.tell("turn | >>1 turn load play pauseAd resumeAd => calls: unfinished");
-      if (stage.lastEvent("AdEnter")) stage.tell("skip turn => calls:");
+      stage.tell(
+          "turn; forget; request 1; turn; load http://s/; play; pauseAd; resumeAd => calls: unfinished");
+      if (stage.lastEvent("AdEnter")) stage.tell("skip; turn => calls:");
       stage.session->tracker()->setAbsoluteTime(at(25));
       stage.session->tracker()->setAbsoluteTime(at(11));
       EXPECT_EQ(stage.session->canSeek(), couldSeek);
@@ -67,12 +68,14 @@ TEST(SessionLifetimeTest, EndsAllWorkWhenReleasedInAnyEvent) {
         "Terminate"}) {
     SCOPED_TRACE(events);
     KyrStage stage(kStream);
-    stage.tell("@5 |");
+    stage.tell("place 5; forget");
     const std::weak_ptr<void> parts[] = {stage.session, stage.session->innerPlaybackSession(),
                                          stage.session->tracker(), stage.session->player()};
     releaseAfter(events, stage);
     const std::string name(events);
-    stage.tell(name == "AdPause" ? "6 skip turn" : name == "Terminate" ? "12 terminate" : ">50 out");
+    stage.tell(name == "AdPause"     ? "run 6; skip; turn"
+               : name == "Terminate" ? "run 12; terminate"
+                                     : "seek 50; runOut");
     EXPECT_TRUE(std::ranges::all_of(parts, [](const auto& part) { return part.expired(); }));
     EXPECT_THAT(stage.calls(), Not(Contains("finished")));
   }
@@ -82,11 +85,11 @@ TEST(SessionLifetimeTest, EndsASeekWhenReleasedOrTerminatedInAChangeOfCanSeek) {
   for (const auto* const target : {"2", "8", "50"}) {  // backward, forward, over breaks
     for (const bool terminates : {false, true}) {
       KyrStage stage(kStream);
-      stage.tell("5 |");
+      stage.tell("run 5; forget");
       const std::weak_ptr<TarnKyrSession> session = stage.session;
       const auto token = stage.session->canSeekProperty().observe(
           [&](bool) { terminates ? stage.session->terminate() : stage.session.reset(); });
-      stage.tell(">" + std::string(target));
+      stage.tell("seek " + std::string(target));
       EXPECT_EQ(session.expired(), !terminates);
       if (terminates) stage.tell("turn => calls: cannotSeek, pause");
       EXPECT_THAT(stage.calls(), Not(Contains("finished")));
@@ -98,19 +101,20 @@ TEST(SessionLifetimeTest, CanBeReleasedInTheCompletionOfASeek) {
   KyrStage stage(kStream);
   const std::weak_ptr<TarnKyrSession> weak = stage.session;
   stage.session->seekToTime(at(50), [&stage](bool) { stage.session.reset(); });
-  stage.tell("out");
+  stage.tell("runOut");
   EXPECT_TRUE(weak.expired());
 }
 
 TEST(SessionLifetimeTest, CompletesNoSeekAfterItsReleaseOrTermination) {
-  for (const auto* const end : {"gone", "terminate"}) {
+  for (const auto* const end : {"releaseSession", "terminate"}) {
     KyrStage stage(kStream);
     const auto player = stage.session->player();  // still lands its seeks
-    stage.tell("@5 >>8 | " + std::string(end) + " turn => calls: pause");
+    stage.tell("place 5; request 8; forget; " + std::string(end) + "; turn => calls: pause");
   }
   // The last step ends a seek over a break, and the session is terminated in an event of that.
-  for (const auto& [pending, event, last] : {std::tuple("@5 >50 15~ |", "Play", "turn"),
-                                             std::tuple("@5 breakSeeking >50 25 |", "Pause", ">>70")}) {
+  for (const auto& [pending, event, last] :
+       {std::tuple("place 5; seek 50; advance 15; forget", "Play", "turn"),
+        std::tuple("place 5; breakSeeking; seek 50; run 25; forget", "Pause", "request 70")}) {
     KyrStage stage("..aaa....bbb......c");
     stage.tell(pending);
     stage.when(event, [&stage] { stage.session->terminate(); });

@@ -79,7 +79,7 @@ TEST_F(TarnKyrComponentTest, ExtensionAsksAKyrSession) {
   EXPECT_THAT(kyr_contentTimeAtAbsoluteTime(extension, at(22)), TimeEq(at(12)));
   bool finished = false;
   kyr_seekToTime(extension, at(5), [&](bool landed) { finished = landed; });
-  stage.tell("turn 8");
+  stage.tell("turn; run 8");
   EXPECT_TRUE(finished);
   EXPECT_FALSE(kyr_canSeek(extension));
 }

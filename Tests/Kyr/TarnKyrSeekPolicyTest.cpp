@@ -68,38 +68,38 @@ TEST(TarnKyrSeekPolicyTest, DecidesTheSeeksOfThePlayer) {
   };
   tellEach(kStream, R"(
     // Forward without a break to pass.
-    @27 | >20         => calls: cannotSeek, canSeek, seek 35 -2 +2, finished
-    @5  | >10         => calls: cannotSeek, canSeek, seek 25 -2 +0, finished
-    @0  | >0          => calls: cannotSeek, canSeek, seek 0 -2 +2, finished
-    @70 | >61         => calls: cannotSeek, canSeek, seek 90 -2 +2, finished
-    @70 | >inf        => calls: cannotSeek, canSeek, seek 90 -2 +2, finished
-    disableAds @5 | >50  => calls: cannotSeek, canSeek, seek 80 -0 +0, finished
+    place 27; forget; seek 20                  => calls: cannotSeek, canSeek, seek 35 -2 +2, finished
+    place 5; forget; seek 10                   => calls: cannotSeek, canSeek, seek 25 -2 +0, finished
+    place 0; forget; seek 0                    => calls: cannotSeek, canSeek, seek 0 -2 +2, finished
+    place 70; forget; seek 61                  => calls: cannotSeek, canSeek, seek 90 -2 +2, finished
+    place 70; forget; seek inf                 => calls: cannotSeek, canSeek, seek 90 -2 +2, finished
+    adsDisabled yes; place 5; forget; seek 50  => calls: cannotSeek, canSeek, seek 80 -0 +0, finished
     // Forward over breaks.
-    @5  | >50         => calls: cannotSeek, pause, seek 45.2 -0 +0, play
-    @5  | >30         => calls: cannotSeek, pause, seek 10.2 -0 +0, play
+    place 5; forget; seek 50                   => calls: cannotSeek, pause, seek 45.2 -0 +0, play
+    place 5; forget; seek 30                   => calls: cannotSeek, pause, seek 10.2 -0 +0, play
     // Backward.
-    @80 | >20         => calls: cannotSeek, canSeek, seek 35.2 -2 +2, finished
-    @80 | >10         => calls: cannotSeek, canSeek, seek 25.2 -0 +2, finished
-    @80 | >9          => calls: cannotSeek, canSeek, seek 9.2 -2 +0, finished
-    @80 | >0          => calls: cannotSeek, canSeek, seek 0.2 -0 +0, finished
-    disableAds @80 | >20 => calls: cannotSeek, canSeek, seek 35.2 -2 +2, finished
+    place 80; forget; seek 20                  => calls: cannotSeek, canSeek, seek 35.2 -2 +2, finished
+    place 80; forget; seek 10                  => calls: cannotSeek, canSeek, seek 25.2 -0 +2, finished
+    place 80; forget; seek 9                   => calls: cannotSeek, canSeek, seek 9.2 -2 +0, finished
+    place 80; forget; seek 0                   => calls: cannotSeek, canSeek, seek 0.2 -0 +0, finished
+    adsDisabled yes; place 80; forget; seek 20 => calls: cannotSeek, canSeek, seek 35.2 -2 +2, finished
     // Refused: invalid times, and seeks inside a break.
-    @5  | >0-1        => calls: unfinished
-    @5  | >-inf       => calls: unfinished
-    @5  | >nan        => calls: unfinished
-    @12 | >50         => calls: unfinished)");
+    place 5; forget; seek 0-1tick              => calls: unfinished
+    place 5; forget; seek -inf                 => calls: unfinished
+    place 5; forget; seek nan                  => calls: unfinished
+    place 12; forget; seek 50                  => calls: unfinished)");
   tellEach(kWithPostRoll, R"(
-    @5  | >30         => calls: cannotSeek, pause, seek 45.2 -0 +0, play
-    @5  | >1000       => calls: cannotSeek, pause, seek 45.2 -0 +0, play
-    @26 | >30-1       => calls: cannotSeek, canSeek, seek 44.998333333333335 -2 +0, finished
-    disableAds @5 | >99 => calls: cannotSeek, canSeek, seek 60 -0 +0, finished)");
-  tellEach("aa....", "@20 | >0 => calls: cannotSeek, canSeek, seek 10.2 -0 +0, finished");
+    place 5; forget; seek 30                  => calls: cannotSeek, pause, seek 45.2 -0 +0, play
+    place 5; forget; seek 1000                => calls: cannotSeek, pause, seek 45.2 -0 +0, play
+    place 26; forget; seek 30-1tick           => calls: cannotSeek, canSeek, seek 44.998333333333335 -2 +0, finished
+    adsDisabled yes; place 5; forget; seek 99 => calls: cannotSeek, canSeek, seek 60 -0 +0, finished)");
+  tellEach("aa....", "place 20; forget; seek 0 => calls: cannotSeek, canSeek, seek 10.2 -0 +0, finished");
 }
 
 TEST(TarnKyrSeekPolicyTest, RefusesATargetPastTheContentOfTheDocument) {
   KyrStage("....", {.contentLength = 30}).tell(R"(
-    >25 => calls: cannotSeek, canSeek, unfinished
-    >15 => calls: cannotSeek, canSeek, seek 15 -2 +2, finished)");
+    seek 25 => calls: cannotSeek, canSeek, unfinished
+    seek 15 => calls: cannotSeek, canSeek, seek 15 -2 +2, finished)");
 }
 
 TEST(TarnKyrSeekPolicyTest, RefusesSeeksBeforeTheTimelineIsLoaded) {

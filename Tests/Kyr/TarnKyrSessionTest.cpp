@@ -159,8 +159,8 @@ TEST_F(TarnKyrSessionTest, LogsCallsWithoutAnInnerSession) {
 
 TEST_F(TarnKyrSessionTest, SendsDurationsWithoutTheAds) {
   KyrStage("a...b.").tell(R"(
-    load    => lines: duration nan, seekable unknown
-    ready30 => lines: duration 20, seekable 0+20, Ready)");
+    load http://s/ => lines: duration nan, seekable unknown
+    ready 30       => lines: duration 20, seekable 0+20, Ready)");
 }
 
 TEST_F(TarnKyrSessionTest, ExitsEveryAdOnceWhenTheStreamIsNotAsLongAsItsDocument) {
@@ -171,29 +171,29 @@ TEST_F(TarnKyrSessionTest, ExitsEveryAdOnceWhenTheStreamIsNotAsLongAsItsDocument
     KyrStage stage(drawing, {}, difference);
     for (int viewing = 0; viewing < 2; ++viewing) {
       stage.tell(R"(
-        out     => events: WillPauseForAd, Pause, AdSequenceEnter, AdEnter, AdExit, AdSequenceExit, Play, End
-                => beacons: a-impression, a-creativeView, a-start, a-firstQuartile, a-midpoint, a-thirdQuartile, a-complete
-        >1 play |)");
+        runOut => events: WillPauseForAd, Pause, AdSequenceEnter, AdEnter, AdExit, AdSequenceExit, Play, End
+               => beacons: a-impression, a-creativeView, a-start, a-firstQuartile, a-midpoint, a-thirdQuartile, a-complete
+        seek 1; play; forget)");
     }
   }
 }
 
 TEST_F(TarnKyrSessionTest, EntersNoAdAtTheEndOfAStreamThatIsShorterThanItsDocument) {
   KyrStage("...aa", {}, -0.1).tell(R"(
-    24.5 | out => lines: AdProgress, AdProgress, AdExit, AdSequenceExit, Play, progress 25, End)");
-  KyrStage("....", {}, -1).tell("@18.5 | out => lines: progress 18.75, progress 19, End");
+    run 24.5; forget; runOut => lines: AdProgress, AdProgress, AdExit, AdSequenceExit, Play, progress 25, End)");
+  KyrStage("....", {}, -1).tell("place 18.5; forget; runOut => lines: progress 18.75, progress 19, End");
   KyrStage("...aa", {}, -0.1).tell(R"(
-    @24.9 => events:
-    out   => events: End
-          => beacons:)");
+    place 24.9 => events:
+    runOut     => events: End
+               => beacons:)");
 }
 
 TEST_F(TarnKyrSessionTest, SendsNoBeaconTwiceInOneViewing) {
   KyrStage stage("..aaa....bbb......", {.contentImpressions = {1, 9}});
   stage.tell(R"(
-    5 pause play >50 2 pauseAd resumeAd starve feed out
-      => beacons: impression-1, b-impression, b-creativeView, b-start, b-firstQuartile, b-midpoint, b-thirdQuartile, b-complete
-    >8 play 22)");  // back, and through the first break
+    run 5; pause; play; seek 50; run 2; pauseAd; resumeAd; starve; feed; runOut
+ => beacons: impression-1, b-impression, b-creativeView, b-start, b-firstQuartile, b-midpoint, b-thirdQuartile, b-complete
+    seek 8; play; run 22)");  // back, and through the first break
   const Lines beacons = stage.beacons();
   EXPECT_THAT(beacons,
               ::testing::AllOf(Contains("a-impression"), Contains("a-complete"), Contains("impression-9"),

@@ -8,12 +8,13 @@
 
 #include "Reactive/Tarn_RACReplaySubject.h"
 #include "SignalScript.h"
-#include "Support/Story.h"
+#include "Support/Script.h"
 
 namespace tarn {
 namespace {
 
 using test::Recording;
+using test::ScriptCommand;
 
 /// Runs the steps of a script on a subject, and logs what its subscribers receive: "x1 x| y!".
 template <typename Subject>
@@ -21,24 +22,21 @@ class SubjectScript {
  public:
   [[nodiscard]] const std::string& log() const { return log_; }
 
-  /// "1" sends 1, "|" completes, "!" sends an error, "+x" subscribes x, "-x" disposes of that subscription,
-  /// "~" destroys the subject; "x1=+y" runs the step "+y" inside the callback that logs "x1".
-  void take(const std::string& step) {
-    const auto rest = step.substr(1);
-    if (const auto equals = step.find('='); equals != std::string::npos) {
-      reactions_[step.substr(0, equals)] = step.substr(equals + 1);
-    } else if (step[0] == '+') {
-      subscribe(rest);
-    } else if (step[0] == '-') {
-      subscriptions_.at(rest).dispose();
-    } else if (step == "~") {
-      subject_.reset();
-    } else if (step == "|") {
-      subject_->sendCompleted();
-    } else if (step == "!") {
-      subject_->sendError(test::errorNamed("e"));
+  /// "on x1 send 3" performs "send 3" inside the callback that logs "x1".
+  void perform(const ScriptCommand& command) {
+    static const std::map<std::string, std::function<void(SubjectScript&, const std::string&)>> kSteps = {
+        {"send", [](auto& self, auto& value) { self.subject_->sendNext(std::stoi(value)); }},
+        {"complete", [](auto& self, auto&) { self.subject_->sendCompleted(); }},
+        {"fail", [](auto& self, auto&) { self.subject_->sendError(test::errorNamed("e")); }},
+        {"subscribe", [](auto& self, auto& name) { self.subscribe(name); }},
+        {"dispose", [](auto& self, auto& name) { self.subscriptions_.at(name).dispose(); }},
+        {"release", [](auto& self, auto&) { self.subject_.reset(); }},
+    };
+    const auto& words = command.arguments;
+    if (command.name == "on") {
+      reactions_[words.at(0)] = {words.at(1), {words.begin() + 2, words.end()}};
     } else {
-      subject_->sendNext(std::stoi(step));
+      kSteps.at(command.name)(*this, words.empty() ? "" : words.front());
     }
   }
 
@@ -50,46 +48,46 @@ class SubjectScript {
   }
   void write(const std::string& line) {
     log_ += (log_.empty() ? "" : " ") + line;
-    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) take(reaction->second);
+    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) perform(reaction->second);
   }
 
-  std::map<std::string, std::string> reactions_;
+  std::map<std::string, ScriptCommand> reactions_;
   std::optional<Subject> subject_{std::in_place};
   std::map<std::string, Tarn_RACDisposable> subscriptions_;
   std::string log_;
 };
 
-/// Each step "new" starts with a new subject.
+/// Each "new" starts with a new subject.
 template <typename Subject>
-void tell(const std::string& story) {
+void tell(const std::string& script) {
   std::optional<SubjectScript<Subject>> stage;
-  const auto take = [&stage](const std::string& step) {
-    step == "new" ? (void)stage.emplace() : stage->take(step);
+  const auto perform = [&stage](const ScriptCommand& command) {
+    command.name == "new" ? (void)stage.emplace() : stage->perform(command);
   };
-  test::tellStory(story, take, [&stage](const std::string&) { return stage->log(); });
+  test::runScript(script, perform, [&stage](const std::string&) { return stage->log(); });
 }
 
 TEST(Tarn_RACSubjectTest, SendsToItsSubscribersInOrderWhateverCallbacksDo) {
   tell<Tarn_RACSubject<int>>(R"(
     // A callback sends, completes, disposes, subscribes.
-    new y1=2 +x +y +z 1 => log: x1 y1 x2 y2 z2 z1
-    new x1=| +x +y 1 2 ! => log: x1 x| y|
-    new x1=-x y1=-z +x +y +z +w 1 2 => log: x1 y1 w1 y2 w2
-    new x1=+late +x 1 2 => log: x1 x2 late2
+    new; on y1 send 2; subscribe x; subscribe y; subscribe z; send 1 => log: x1 y1 x2 y2 z2 z1
+    new; on x1 complete; subscribe x; subscribe y; send 1; send 2; fail => log: x1 x| y|
+    new; on x1 dispose x; on y1 dispose z; subscribe x; subscribe y; subscribe z; subscribe w; send 1; send 2 => log: x1 y1 w1 y2 w2
+    new; on x1 subscribe late; subscribe x; send 1; send 2 => log: x1 x2 late2
     // A late subscriber receives the end.
-    new | +x 1 => log: x|
-    new ! +x 1 => log: x!
+    new; complete; subscribe x; send 1 => log: x|
+    new; fail; subscribe x; send 1     => log: x!
     // A callback for a value or an end destroys the subject.
-    new x1=~ +x +y 1 => log: x1 y1
-    new x|=~ +x +y | => log: x| y|
-    new x!=~ +x +y ! => log: x! y!)");
+    new; on x1 release; subscribe x; subscribe y; send 1 => log: x1 y1
+    new; on x| release; subscribe x; subscribe y; complete => log: x| y|
+    new; on x! release; subscribe x; subscribe y; fail => log: x! y!)");
 }
 
 TEST(Tarn_RACSubjectTest, ReplaysThePastValuesThenSendsNewOnes) {
   tell<Tarn_RACReplaySubject<int>>(R"(
-    new x1=+inside +x 1 2 | 3 +y => log: x1 inside1 x2 inside2 x| inside| y1 y2 y|
+    new; on x1 subscribe inside; subscribe x; send 1; send 2; complete; send 3; subscribe y => log: x1 inside1 x2 inside2 x| inside| y1 y2 y|
     // A callback sends during the replay.
-    new x1=3 1 2 +x 4 => log: x1 x2 x3 x4)");
+    new; on x1 send 3; send 1; send 2; subscribe x; send 4 => log: x1 x2 x3 x4)");
 }
 
 TEST(Tarn_RACSubjectTest, SendsAnUnchangedValueToAllSubscribersAlsoWhenACallbackChangesTheOriginal) {

@@ -7,9 +7,15 @@
 #include <map>
 
 #include "Platform/Queue.h"
-#include "Support/Story.h"
 
 namespace tarn::test {
+namespace {
+
+const std::map<std::string, int> kKeys = {
+    {"left", Qt::Key_Left}, {"right", Qt::Key_Right}, {"up", Qt::Key_Up},        {"down", Qt::Key_Down},
+    {"ok", Qt::Key_Return}, {"back", Qt::Key_Back},   {"escape", Qt::Key_Escape}};
+
+}  // namespace
 
 void runMainQueue() {
   while (MainQueue::shared().drain() > 0) continue;
@@ -65,49 +71,53 @@ void OverlayWindowTest::progress(double inAdSeconds) {
   runMainQueue();
 }
 
-void OverlayWindowTest::tell(const std::string& story) {
-  tellStory(
-      story, [this](const std::string& step) { take(step); },
-      [this](const std::string& place) { return found(place); });
+void OverlayWindowTest::tell(const std::string& script) {
+  runScript(
+      script, [this](const ScriptCommand& command) { perform(command); },
+      [this](const std::string& name) { return found(name); });
 }
 
-void OverlayWindowTest::take(const std::string& step) {
-  static const std::map<std::string, int> kKeys = {
-      {"left", Qt::Key_Left}, {"right", Qt::Key_Right}, {"up", Qt::Key_Up},        {"down", Qt::Key_Down},
-      {"ok", Qt::Key_Return}, {"back", Qt::Key_Back},   {"escape", Qt::Key_Escape}};
-  static const std::map<std::string, std::function<void(OverlayWindowTest&)>> kSteps = {
-      {"skip",
-       [](auto& test) { QTest::mouseClick(&test.window, Qt::LeftButton, {}, test.centreOf(test.skip())); }},
-      {"more",
-       [](auto& test) {
-         QTest::mouseClick(&test.window, Qt::LeftButton, {}, test.centreOf(test.learnMore()));
+void OverlayWindowTest::perform(const ScriptCommand& command) {
+  using Step = std::function<void(OverlayWindowTest & test, const std::string& argument)>;
+  static const std::map<std::string, Step> kSteps = {
+      {"click",
+       [](auto& test, auto& button) {
+         QTest::mouseClick(&test.window, Qt::LeftButton, {}, test.centreOf(test.buttonNamed(button)));
        }},
       {"press",
-       [](auto& test) { QTest::mousePress(&test.window, Qt::LeftButton, {}, test.centreOf(test.skip())); }},
+       [](auto& test, auto& button) {
+         QTest::mousePress(&test.window, Qt::LeftButton, {}, test.centreOf(test.buttonNamed(button)));
+       }},
       {"release",
-       [](auto& test) { QTest::mouseRelease(&test.window, Qt::LeftButton, {}, test.centreOf(test.skip())); }},
-      {"turn", [](auto&) { runMainQueue(); }},
-      {"?shown", [](auto& test) { EXPECT_TRUE(test.isShown()); }},
-      {"?hidden", [](auto& test) { EXPECT_FALSE(test.isShown()); }},
-      {"enterBreak", [](auto& test) { test.session->enterBreak({test.ad}); }},
-      {"exitBreak", [](auto& test) { test.session->exitBreak(); }},
-      {"enterAd", [](auto& test) { test.session->enterAd(test.ad); }},
-      {"exitAd", [](auto& test) { test.session->exitAd(test.ad); }},
+       [](auto& test, auto& button) {
+         QTest::mouseRelease(&test.window, Qt::LeftButton, {}, test.centreOf(test.buttonNamed(button)));
+       }},
+      {"key", [](auto& test, auto& key) { test.typeKey(kKeys.at(key)); }},
+      {"progress", [](auto& test, auto& inAdSeconds) { test.progress(std::stod(inAdSeconds)); }},
+      {"turn", [](auto&, auto&) {}},
+      {"enterBreak", [](auto& test, auto&) { test.session->enterBreak({test.ad}); }},
+      {"exitBreak", [](auto& test, auto&) { test.session->exitBreak(); }},
+      {"enterAd", [](auto& test, auto&) { test.session->enterAd(test.ad); }},
+      {"exitAd", [](auto& test, auto&) { test.session->exitAd(test.ad); }},
   };
-  if (const auto key = kKeys.find(step); key != kKeys.end()) return typeKey(key->second);
-  if (step[0] >= '0' && step[0] <= '9') return progress(std::stod(step));
-  if (const auto known = kSteps.find(step); known != kSteps.end()) {
-    known->second(*this);
-    runMainQueue();
-  } else {
-    EXPECT_EQ("?" + focused(), step);
-  }
+  if (command.name == "expect") return expectState(command);
+  kSteps.at(command.name)(*this, command.arguments.empty() ? "" : command.argument());
+  runMainQueue();
 }
 
-std::string OverlayWindowTest::found(const std::string& place) {
-  if (place == "label") return view().durationLabel()->text().toStdString();
-  if (place == "buttons") return buttons();
-  const auto lines = place == "calls" ? session->takeCalls() : sink->take();
+void OverlayWindowTest::expectState(const ScriptCommand& command) {
+  const bool isFocus = command.argument() == "focus";
+  EXPECT_EQ(isFocus ? focused() : isShown() ? "shown" : "hidden", command.arguments.back());
+}
+
+OverlayButton& OverlayWindowTest::buttonNamed(const std::string& name) {
+  return name == "skip" ? skip() : learnMore();
+}
+
+std::string OverlayWindowTest::found(const std::string& name) {
+  if (name == "label") return view().durationLabel()->text().toStdString();
+  if (name == "buttons") return buttons();
+  const auto lines = name == "calls" ? session->takeCalls() : sink->take();
   return fmt::format("{}", fmt::join(lines, ", "));
 }
 

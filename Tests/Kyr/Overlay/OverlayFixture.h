@@ -12,6 +12,7 @@
 #include "Overlay/TarnKyrAdComponentDisplayContainer.h"
 #include "Overlay/TarnKyrAdComponentView.h"
 #include "ScriptedSession.h"
+#include "Support/Script.h"
 #include "Support/TimelineBuilder.h"
 
 namespace tarn::test {
@@ -54,12 +55,18 @@ class OverlayWindowTest : public ::testing::Test {
   /// Plays the current ad (the one entered last by default) to that in-ad time.
   void progress(double inAdSeconds);
 
-  /// Runs a script (see `tellStory`). Steps: a number is progress; an arrow, "ok", "back" or "escape" is a
-  /// key; "skip" and "more" are clicked on, "press" and "release" use the mouse on the skip button;
-  /// "?skip", "?more", "?picture" and "?none" expect the focus there, "?shown" and "?hidden" check the view;
-  /// the others are steps of the session. Values to check: the "label", the visible "buttons" (in brackets if
-  /// not clickable), the player's "calls", the "beacons".
-  void tell(const std::string& story);
+  /// Runs a script (see `runScript`) whose commands are
+  ///
+  ///     click skip, click more, press skip, release skip      the mouse on a button
+  ///     key left, right, up, down, ok, back, escape           the remote control
+  ///     progress 6                                            the current ad, in in-ad time
+  ///     turn                                                  runs the main queue
+  ///     expect focus skip, more, picture, none
+  ///     expect shown, hidden                                  the overlay
+  ///
+  /// and the names of operations of the session. Values to observe: the "label", the visible "buttons" (in
+  /// brackets if not clickable), the player's "calls", the "beacons".
+  void tell(const std::string& script);
 
   [[nodiscard]] QPoint centreOf(const QQuickItem& item) const;
   void pressKey(int key, bool repeated = false);
@@ -75,8 +82,10 @@ class OverlayWindowTest : public ::testing::Test {
   std::shared_ptr<TarnKyrAdComponentDisplayContainer> container;
 
  private:
-  void take(const std::string& step);
-  [[nodiscard]] std::string found(const std::string& place);
+  void perform(const ScriptCommand& command);
+  void expectState(const ScriptCommand& command);
+  [[nodiscard]] tarn::OverlayButton& buttonNamed(const std::string& name);
+  [[nodiscard]] std::string found(const std::string& name);
   [[nodiscard]] std::string focused();
   [[nodiscard]] bool isShown() { return view().parentItem() != nullptr && view().isVisible(); }
   [[nodiscard]] std::string buttons();

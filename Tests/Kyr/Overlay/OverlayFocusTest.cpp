@@ -24,27 +24,29 @@ class OverlayFocusTest : public OverlayWindowTest {
 
 TEST_F(OverlayFocusTest, MovesToTheButtonsAndBackWithArrows) {
   tell(R"(
-    ?picture left ?picture
-    up ?more up ?more right ?more left ?picture
-    up ?more down ?skip right ?skip up ?more left ?picture
-    down ?skip down ?picture
-    down left ?picture down back ?picture up escape ?picture)");
+    expect focus picture; key left; expect focus picture
+    key up; expect focus more; key up; expect focus more; key right; expect focus more; key left; expect focus picture
+    key up; expect focus more; key down; expect focus skip; key right; expect focus skip; key up; expect focus more; key left; expect focus picture
+    key down; expect focus skip; key down; expect focus picture
+    key down; key left; expect focus picture; key down; key back; expect focus picture; key up; key escape; expect focus picture)");
 }
 
 TEST_F(OverlayFocusTest, UsesMirroredArrowsInAMirroredLayout) {
   QGuiApplication::setLayoutDirection(Qt::RightToLeft);
-  tell("right ?picture left ?skip right ?picture");
+  tell("key right; expect focus picture; key left; expect focus skip; key right; expect focus picture");
   QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
 TEST_F(OverlayFocusTest, IgnoresArrowsThatTheApplicationHandles) {
   picture->takesArrows = true;
-  tell("up ?picture");
+  tell("key up; expect focus picture");
   EXPECT_THAT(picture->keys, ElementsAre(Qt::Key_Up));
 }
 
 TEST_F(OverlayFocusTest, ReachesOnlyClickableButtons) {
-  tell("2 down ?more down ?picture exitAd up ?picture");
+  tell(
+      "progress 2; key down; expect focus more; key down; expect focus picture; exitAd; key up; expect focus "
+      "picture");
   EXPECT_THAT(picture->keys, IsEmpty());
 }
 
@@ -52,31 +54,31 @@ TEST_F(OverlayFocusTest, ReachesOnlyClickableButtons) {
 // own.
 TEST_F(OverlayFocusTest, ReturnsTheFocusWhenItsButtonIsNoLongerClickable) {
   tell(R"(
-    down ?skip 62 ?picture 66 ?picture
-    up ?more exitAd ?picture
-    enterAd 6 down ?skip exitBreak ?picture)");
+    key down; expect focus skip; progress 62; expect focus picture; progress 66; expect focus picture
+    key up; expect focus more; exitAd; expect focus picture
+    enterAd; progress 6; key down; expect focus skip; exitBreak; expect focus picture)");
 }
 
 TEST_F(OverlayFocusTest, DoesNotReturnAFocusThatTheApplicationHasMoved) {
   QQuickItem menu(window.contentItem());
-  tell("down");
+  tell("key down");
   menu.forceActiveFocus();
-  tell("exitAd exitBreak");
+  tell("exitAd; exitBreak");
   EXPECT_TRUE(menu.hasActiveFocus());
 }
 
 TEST_F(OverlayFocusTest, ClearsTheFocusWhenThePreviousItemIsGone) {
   auto* const menu = new QQuickItem(window.contentItem());
   menu->forceActiveFocus();
-  tell("down ?skip");
+  tell("key down; expect focus skip");
   delete menu;
-  tell("left ?none");
+  tell("key left; expect focus none");
 }
 
 TEST_F(OverlayFocusTest, ClicksTheFocusedButtonWithOK) {
-  tell("up ok => beacons: click-a");
+  tell("key up; key ok => beacons: click-a");
   for (const int key : {Qt::Key_Enter, Qt::Key_Select}) typeKey(key);
-  tell("down ?skip => beacons: click-a, click-a");
+  tell("key down; expect focus skip => beacons: click-a, click-a");
   EXPECT_TRUE((pressKey(Qt::Key_Return), skip().isHighlighted()));
   tell("=> beacons:");  // clicks when the key is released
   releaseKey(Qt::Key_Return);
@@ -89,38 +91,38 @@ TEST_F(OverlayFocusTest, NeverClicksWithAnOKPressedForThePlayer) {
   EXPECT_THAT(picture->keys, ElementsAre(Qt::Key_Return)) << "the player must have the focus";
 
   pressKey(Qt::Key_Return);
-  tell("up ?more");  // the focus moves while the key is held
+  tell("key up; expect focus more");  // the focus moves while the key is held
   pressKey(Qt::Key_Return, true);
   releaseKey(Qt::Key_Return);
-  tell("left => beacons:");
+  tell("key left => beacons:");
   pressKey(Qt::Key_Right, true);
-  tell("?picture");  // a held arrow was pressed for another purpose
+  tell("expect focus picture");  // a held arrow was pressed for another purpose
 }
 
 TEST_F(OverlayFocusTest, EndsAPressWhenItsButtonIsNoLongerClickable) {
-  tell("down");
+  tell("key down");
   pressKey(Qt::Key_Return);
-  tell("62 66 down ?skip");
+  tell("progress 62; progress 66; key down; expect focus skip");
   releaseKey(Qt::Key_Return);
   tell(R"(
-                          => beacons:
-    press 62 66 release   => beacons:
-    4 press 5 release     => beacons:
-    skip                  => beacons: skip-a)");
+               => beacons:
+    press skip; progress 62; progress 66; release skip => beacons:
+    progress 4; press skip; progress 5; release skip => beacons:
+    click skip => beacons: skip-a)");
 }
 
 TEST_F(OverlayFocusTest, RestoresTheButtonsFocusWithTheWindowsThenThePlayers) {
-  tell("down");
+  tell("key down");
   QQuickWindow other;
   other.show();
   other.requestActivate();
   ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
-  tell("?none");
+  tell("expect focus none");
   window.requestActivate();
   ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
   tell(R"(
- ?skip
-    left ?picture)");
+    expect focus skip
+    key left; expect focus picture)");
 }
 
 }  // namespace

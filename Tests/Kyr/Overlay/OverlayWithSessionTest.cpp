@@ -27,40 +27,40 @@ class OverlayWithSessionTest : public OverlayWindowTest {
 
 TEST_F(OverlayWithSessionTest, ShowsEachBreakOfTheStream) {
   start("..aabb...cc").play(9.75);
-  tell("?hidden");
+  tell("expect hidden");
   kyr->play(0.25);
   tell(R"(
-    ?shown  => label: Your video will resume in 20 seconds
-            => buttons: (You can skip this ad/in 3 seconds), Learn More)");
+    expect shown => label: Your video will resume in 20 seconds
+                 => buttons: (You can skip this ad/in 3 seconds), Learn More)");
   kyr->play(3);
   tell("=> label: Your video will resume in 17 seconds");
-  tell("skip");  // arrives 0.2 s inside the next ad
+  tell("click skip");  // arrives 0.2 s inside the next ad
   tell(R"(
-            => label: Your video will resume in 9 seconds
-            => buttons: (You can skip this ad/in 3 seconds), Learn More
-            => beacons: a-skip)");
+    => label: Your video will resume in 9 seconds
+    => buttons: (You can skip this ad/in 3 seconds), Learn More
+    => beacons: a-skip)");
   kyr->play(9.8);
-  tell("?hidden");
+  tell("expect hidden");
   kyr->play(15);
-  tell("?shown  => label: Your video will resume in 10 seconds");
+  tell("expect shown => label: Your video will resume in 10 seconds");
 }
 
 TEST_F(OverlayWithSessionTest, HidesThePictureWhenSkippingThePostRollToTheStreamsEnd) {
-  start("..aa").tell("14 |");
-  tell("skip");
-  kyr->tell("out => calls: pause, hideLayer, seek 20 -0 +0, seek 20 -0 +0, canSeek, play, showLayer");
-  tell("?hidden");
+  start("..aa").tell("run 14; forget");
+  tell("click skip");
+  kyr->tell("runOut => calls: pause, hideLayer, seek 20 -0 +0, seek 20 -0 +0, canSeek, play, showLayer");
+  tell("expect hidden");
 }
 
 TEST_F(OverlayWithSessionTest, PausesTheAdOnAClickUntilTheApplicationResumesIt) {
-  start("..aa..").tell("11 |");
-  tell("more");
+  start("..aa..").tell("run 11; forget");
+  tell("click more");
   kyr->tell(R"(
-    5 => calls: pause
-      => events: AdPause)");
+    run 5 => calls: pause
+          => events: AdPause)");
   tell("=> label: Your video will resume in 9 seconds");
-  kyr->tell("resumeAd 9");
-  tell("?hidden");
+  kyr->tell("resumeAd; run 9");
+  tell("expect hidden");
 }
 
 /// An application that terminates the first session at its first event of a type.
@@ -107,7 +107,7 @@ TEST_F(OverlayWithSessionTest, IsHiddenAfterTheApplicationTerminatesInAnyEvent) 
     player.lock()->becomeReady(20);
     player.lock()->advance(16);
     EXPECT_EQ(application->state, "terminated");
-    tell("turn ?hidden => buttons:");
+    tell("turn; expect hidden => buttons:");
   };
   for (const char* const type :
        {kTarnPlaybackSessionLifecycleEventAdExit, kTarnPlaybackSessionLifecycleEventAdSequenceExit,

@@ -43,10 +43,10 @@ TEST_F(TarnKyrAdComponentDisplayContainerTest, ShowsTheViewDuringBreaksAndAddsIt
   EXPECT_EQ(view().parentItem(), nullptr);
   for (int i = 0; i < 2; ++i) {
     session->enterBreak({ad});
-    tell("?hidden turn ?shown");
+    tell("expect hidden; turn; expect shown");
     EXPECT_EQ(view().parentItem(), stage);
     EXPECT_EQ(view().size(), QSizeF(1280, 720));
-    tell("exitBreak ?hidden");
+    tell("exitBreak; expect hidden");
   }
   EXPECT_EQ(additions.count(), 1);
   stage->setSize(QSizeF(800, 600));
@@ -70,19 +70,19 @@ TEST_F(TarnKyrAdComponentDisplayContainerTest, LeavesTheAdWhenTheSessionEnds) {
     touchBoth();
     if (ended) play(ad);  // its events are ignored
     tell(R"(
-      turn ?hidden => label:
-                   => buttons:
-                   => beacons:)");
+      turn; expect hidden => label:
+                          => buttons:
+                          => beacons:)");
     advance();
     EXPECT_EQ(container->currentSession(), session);
     ad = makeAd({.skipOffset = 5, .id = "b"});
     tell(R"(
-      enterBreak enterAd => buttons: ()
-      0)");
+      enterBreak; enterAd => buttons: ()
+      progress 0)");
     if (ended) ended->exitAd(ad), ended->exitBreak(), ended->terminate();
     tell(R"(
-      turn ?shown => label: Your video will resume in 30 seconds
-                  => buttons: (You can skip this ad/in 5 seconds))");
+      turn; expect shown => label: Your video will resume in 30 seconds
+                         => buttons: (You can skip this ad/in 5 seconds))");
   }
 }
 
@@ -102,7 +102,9 @@ TEST_F(TarnKyrAdComponentDisplayContainerTest, RemovesTheOverlayWhenTheContainer
   playAd();
   ASSERT_EQ(view().parentItem(), stage);
   delete stage;
-  tell("exitAd exitBreak enterBreak enterAd 6 ?hidden => label: Your video will resume in 24 seconds");
+  tell(
+      "exitAd; exitBreak; enterBreak; enterAd; progress 6; expect hidden => label: Your video will resume in "
+      "24 seconds");
   EXPECT_EQ(container->adComponentContainer(), nullptr);
 }
 
@@ -121,14 +123,14 @@ TEST_F(TarnKyrAdComponentDisplayContainerTest, RemovesTheViewAndItsSubscriptions
   progress(8);
   runQt();
   EXPECT_TRUE(shown.isNull());
-  tell("exitAd exitBreak");
+  tell("exitAd; exitBreak");
 }
 
 TEST_F(TarnKyrAdComponentDisplayContainerTest, CanBeDestroyedInsideAClick) {
   container->setNextBlock([this](const TarnKyrAdClickThrough&) { container.reset(); });
   playAd();
   const QPointer<TarnKyrAdComponentView> shown = &view();
-  tell("more");
+  tell("click more");
   EXPECT_EQ(container, nullptr);
   runQt();
   EXPECT_TRUE(shown.isNull());
@@ -156,12 +158,12 @@ TEST_F(TarnKyrAdComponentDisplayContainerTest, PausesOnAClickAndFindsTheItemThat
     presenters.push_back(viewController);
   });
   playAd();
-  tell("more => calls: pause");
+  tell("click more => calls: pause");
   EXPECT_THAT(presenters, IsEmpty()) << "no parent of the button can present";
   stage->setParentItem(&pages);
   tell(R"(
-    more => calls: pause
-         => beacons: click-a, click-a)");
+    click more => calls: pause
+               => beacons: click-a, click-a)");
   EXPECT_THAT(presenters, ElementsAre(&pages));
   stage->setParentItem(window.contentItem());
 }

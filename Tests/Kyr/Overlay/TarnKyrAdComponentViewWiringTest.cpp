@@ -30,16 +30,16 @@ TEST_F(TarnKyrAdComponentViewWiringTest, ShowsTheRemainingTimeOfTheBreak) {
   session->enterBreak({a, again});
   ad = a;
   tell(R"(
-    enterAd => label:
-    0    => label: Your video will resume in 30 seconds
-    0.25 => label: Your video will resume in 29 seconds
-    10   => label: Your video will resume in 20 seconds)");
+    enterAd       => label:
+    progress 0    => label: Your video will resume in 30 seconds
+    progress 0.25 => label: Your video will resume in 29 seconds
+    progress 10   => label: Your video will resume in 20 seconds)");
   ad = makeAd(
       {.beginTime = 10, .duration = 20, .id = "a"});  // equal to the second ad; also the first has this id
   tell(R"(
-    7.1  => label: Your video will resume in 12 seconds
-    18.5 => label: Your video will resume in 1 second
-    19.6 => label: Your video will resume now)");
+    progress 7.1  => label: Your video will resume in 12 seconds
+    progress 18.5 => label: Your video will resume in 1 second
+    progress 19.6 => label: Your video will resume now)");
 }
 
 TEST_F(TarnKyrAdComponentViewWiringTest, TreatsMissingEventPropertiesAsZeroOrNone) {
@@ -50,12 +50,12 @@ TEST_F(TarnKyrAdComponentViewWiringTest, TreatsMissingEventPropertiesAsZeroOrNon
   session->send(kTarnPlaybackSessionLifecycleEventAdProgress);
   runMainQueue();
   tell(R"(
-      => label: Your video will resume now
-      => buttons:)");
+    => label: Your video will resume now
+    => buttons:)");
   session->enterBreak({makeAd({.duration = 20, .id = "b"})});
   tell("turn => label: Your video will resume in 20 seconds");
   ad = makeAd({.id = "another"});
-  tell("3 => label: Your video will resume in 17 seconds");
+  tell("progress 3 => label: Your video will resume in 17 seconds");
 }
 
 TEST_F(TarnKyrAdComponentViewWiringTest, CountsDownOnTheSkipButtonThenEnablesIt) {
@@ -63,18 +63,18 @@ TEST_F(TarnKyrAdComponentViewWiringTest, CountsDownOnTheSkipButtonThenEnablesIt)
   play(makeAd({.duration = 75, .skipOffset = 4.2}));
   EXPECT_EQ(skip().borderWidth(), 0);
   const QSignalSpy changes(&skip(), &OverlayButton::lookChanged);
-  tell("0.5");
+  tell("progress 0.5");
   EXPECT_EQ(changes.count(), 0);
   tell(R"(
-         => buttons: (You can skip this ad/in 5 seconds)
-    0.99 => buttons: (You can skip this ad/in 5 seconds)
-    3    => buttons: (You can skip this ad/in 2 seconds)
-    4    => buttons: (You can skip this ad/in 1 second)
-    4.99 => buttons: (You can skip this ad/in 1 second)
-    5    => buttons: Skip Ad ⇥
-    59.9 => buttons: Skip Ad ⇥
-    62   => buttons: (You can skip this ad/in 3 seconds)
-    65   => buttons: Skip Ad ⇥)");
+                  => buttons: (You can skip this ad/in 5 seconds)
+    progress 0.99 => buttons: (You can skip this ad/in 5 seconds)
+    progress 3    => buttons: (You can skip this ad/in 2 seconds)
+    progress 4    => buttons: (You can skip this ad/in 1 second)
+    progress 4.99 => buttons: (You can skip this ad/in 1 second)
+    progress 5    => buttons: Skip Ad ⇥
+    progress 59.9 => buttons: Skip Ad ⇥
+    progress 62   => buttons: (You can skip this ad/in 3 seconds)
+    progress 65   => buttons: Skip Ad ⇥)");
   EXPECT_EQ(skip().borderWidth(), 1);
 }
 
@@ -85,25 +85,25 @@ TEST_F(TarnKyrAdComponentViewWiringTest, ShowsEachButtonOnlyForAdsWithItsFunctio
   session->enterBreak({neither, both});
   ad = neither;
   tell(R"(
-              => buttons:
-    enterAd 1 => buttons:
-    exitAd    => buttons:)");
+                        => buttons:
+    enterAd; progress 1 => buttons:
+    exitAd              => buttons:)");
   ad = both;
-  tell("enterAd 0 => buttons: Skip Ad \u21E5, Learn More");
+  tell("enterAd; progress 0 => buttons: Skip Ad \u21E5, Learn More");
   EXPECT_TRUE(learnMore().titleUnderlined());
   tell(R"(
-    exitAd             => buttons:
-    enterAd enterBreak => buttons: Learn More
-    exitAd             => buttons:)");
+    exitAd              => buttons:
+    enterAd; enterBreak => buttons: Learn More
+    exitAd              => buttons:)");
   EXPECT_EQ(learnMore().title(), "");
 }
 
 TEST_F(TarnKyrAdComponentViewWiringTest, SeeksTwiceToTheEndWithoutPictureWhenSkippingTheLastAd) {
   // A skip seeks 0.2 s past the ad only if the item is longer than that; otherwise to the item's end.
   playSkippable(30);
-  tell("skip => calls: pause, hideLayer, seek 30 -0 +0, seek 30 -0 +0, play, showLayer");
+  tell("click skip => calls: pause, hideLayer, seek 30 -0 +0, seek 30 -0 +0, play, showLayer");
   playSkippable(30.2);
-  tell("skip => calls: pause, hideLayer, seek 30.2 -0 +0, seek 30.2 -0 +0, play, showLayer");
+  tell("click skip => calls: pause, hideLayer, seek 30.2 -0 +0, seek 30.2 -0 +0, play, showLayer");
 }
 
 TEST_F(TarnKyrAdComponentViewWiringTest, SkipsOnceHoweverOftenTheButtonIsPressed) {
@@ -112,11 +112,11 @@ TEST_F(TarnKyrAdComponentViewWiringTest, SkipsOnceHoweverOftenTheButtonIsPressed
   view().skipButtonDidTouchUpInside(&skip());
   runMainQueue();
   tell(R"(
-         => calls: pause, seek 30.2 -0 +0, play
-         => beacons: skip-a
-    skip => beacons: skip-a)");  // the seek did not leave the ad
+               => calls: pause, seek 30.2 -0 +0, play
+               => beacons: skip-a
+    click skip => beacons: skip-a)");  // the seek did not leave the ad
   session->dropPlayer();
-  tell("skip => beacons: skip-a");
+  tell("click skip => beacons: skip-a");
 }
 
 TEST_F(TarnKyrAdComponentViewWiringTest, DoesNotPlayAfterASkipThatEndsAfterItsSession) {
@@ -141,12 +141,12 @@ TEST_F(TarnKyrAdComponentViewWiringTest, SendsTheAdPageSessionAndButtonOfAClick)
   QQuickItem early;
   view().learnMoreButtonDidTouchUpInside(&early);  // there is no ad yet
   play(makeAd({.hasPage = true, .id = "a"}));
-  tell("more exitAd");
+  tell("click more; exitAd");
   const auto b = makeAd({.beginTime = 10, .duration = 20, .hasPage = true, .id = "b"});
   play(b);
-  tell("more more => beacons: click-a, click-b, click-b");
+  tell("click more; click more => beacons: click-a, click-b, click-b");
   play(b);
-  tell("more => beacons: click-b");
+  tell("click more => beacons: click-b");
   ASSERT_EQ(clicks.size(), 4U);
   EXPECT_EQ(clicks[0].sender(), &learnMore());
   EXPECT_EQ(clicks[1].clickThroughURL().absoluteString(), "https://shop.example/b");
@@ -168,20 +168,20 @@ TEST_F(TarnKyrAdComponentViewWiringTest, HandlesEventsOfAnyThreadOnTheMainThread
   ad = makeAd({.skipOffset = 5, .hasPage = true});
   std::thread([this] { session->enterBreak({ad}), session->enterAd(ad), session->progress(ad, 2); }).join();
   tell(R"(
-         => label:
-         => buttons:
-    ?hidden turn ?shown
-         => label: Your video will resume in 28 seconds
-         => buttons: (You can skip this ad/in 3 seconds), Learn More)");
+    => label:
+    => buttons:
+    expect hidden; turn; expect shown
+    => label: Your video will resume in 28 seconds
+    => buttons: (You can skip this ad/in 3 seconds), Learn More)");
   std::atomic<bool> isOver = false;
   std::thread sender([&] {
     for (int i = 0; i < 100; ++i) session->progress(ad, i / 10.);
     session->send(kTarnPlaybackSessionLifecycleEventTerminate);
     isOver = true;
   });
-  while (!isOver) tell("skip more");
+  while (!isOver) tell("click skip; click more");
   sender.join();
-  tell("turn ?hidden");
+  tell("turn; expect hidden");
 }
 
 }  // namespace
