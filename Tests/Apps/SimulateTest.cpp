@@ -75,7 +75,6 @@ void expectStory(const Row& row) {
 const char* const kEnterA =
     "10: WillPauseForAd Pause AdSequenceEnter(0) canSeek=no a/impression AdEnter(a) a/creativeView";
 const char* const kStartA = "10.25: a/start";
-const char* const kExitA = "25: a/complete AdExit(a) AdSequenceExit(0) Play canSeek=yes";
 const char* const kForcedB =
     "5: canSeek=no pause Pause seek(45.2 -0 +0) play Play WillPauseForAd Pause AdSequenceEnter(1) "
     "b/impression AdEnter(b) b/creativeView b/start";
