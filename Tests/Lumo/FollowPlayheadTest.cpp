@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <future>
 
 #include "Support/ScriptedServer.h"
 #include "Support/VMAPText.h"
@@ -11,9 +12,9 @@ using namespace tarn::test;
 
 // The program of Examples/FollowPlayhead.cpp reaches the stream's end at once and then exits.
 TEST(FollowPlayheadTest, LosesNoBeaconByExiting) {
-  std::string document;
-  ScriptedServer server([&document](ScriptedServer::Connection& connection) {
-    while (connection.readRequest()) connection.respond(document);
+  std::promise<std::string> document;  // it contains the server's address
+  ScriptedServer server([text = document.get_future().share()](ScriptedServer::Connection& connection) {
+    while (connection.readRequest()) connection.respond(text.get());
   });
   VMAPDrawing drawing{.secondsPerCell = 1, .beacons = server.url("/").absoluteString()};
   std::vector<std::string> expected = {"/vmap"};
@@ -21,7 +22,7 @@ TEST(FollowPlayheadTest, LosesNoBeaconByExiting) {
     drawing.contentImpressions.push_back(i);
     expected.push_back("/impression-" + std::to_string(i));
   }
-  document = drawVMAP(std::string(51, '.'), drawing);
+  document.set_value(drawVMAP(std::string(51, '.'), drawing));
   const std::string command = FOLLOW_PLAYHEAD " " + server.url("/vmap").absoluteString() + " > /dev/null";
   EXPECT_EQ(std::system(command.c_str()), 0);
   EXPECT_THAT(server.targets(), testing::UnorderedElementsAreArray(expected));
