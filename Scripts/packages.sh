@@ -1,7 +1,7 @@
 # Sourced by the other scripts: installs missing Debian packages and reports it.
 
 # To build the library, the command line, the tests and the examples.
-KYR_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config ccache ca-certificates gettext
+KYR_BUILD_PACKAGES=(g++ cmake ninja-build mold pkg-config ccache ca-certificates gettext
   libxml2-dev libcurl4-openssl-dev libicu-dev libfmt-dev libasio-dev
   libcli11-dev nlohmann-json3-dev libcpp-httplib-dev
   libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev)

@@ -96,9 +96,6 @@ VirtualScreen::VirtualScreen() {
   close(ends[0]);
   EXPECT_FALSE(number.empty()) << "Xvfb did not start";
   setenv("DISPLAY", (":" + number).c_str(), 1);
-  // Graphics drivers are unloaded before the leak check, so their leaks could not be distinguished from ours.
-  const char* const options = std::getenv("LSAN_OPTIONS");
-  setenv("LSAN_OPTIONS", (std::string(options != nullptr ? options : "") + ":detect_leaks=0").c_str(), 1);
 }
 
 VirtualScreen::~VirtualScreen() {
