@@ -8,8 +8,9 @@
 #include <cmath>
 #include <string_view>
 #include <utility>
+#include <vector>
 
-#include "Host/TarnPlayer.h"
+#include "Host/StreamError.h"
 #include "Platform/PerProcess.h"
 #include "Platform/WithoutSignals.h"
 
@@ -67,24 +68,18 @@ TarnPlayerErrorCode classify(int code, bool hasComplaint) {
 
 }  // namespace
 
-Error MpvCore::forkedError() {
-  Error error = startError("This process was forked after mpv was started, whose threads it does not have");
-  error.recoverySuggestion = "Fork before the first stream is loaded, or let the child execute a program.";
-  return error;
-}
-
 void MpvCore::Terminate::operator()(mpv_handle* handle) const {
   mpv_terminate_destroy(handle);
 }
 
-Result<std::unique_ptr<MpvCore>> MpvCore::open(const URL& url, const MpvOutputs& outputs,
+Result<std::unique_ptr<MpvCore>> MpvCore::open(const URL& url, const MpvPlayerOptions& options,
                                                std::function<void()> onWakeup) {
   static const unsigned generation = forkGeneration();
-  if (generation != forkGeneration()) return forkedError();
+  if (generation != forkGeneration()) return forkedError("mpv");
   const WithoutSignals withoutSignals;
   std::unique_ptr<MpvCore> core(new MpvCore(std::move(onWakeup)));
   if (!core->handle_) return noHandleError();
-  if (const auto started = core->start(outputs); !started) return started.error();
+  if (const auto started = core->start(options); !started) return started.error();
   const std::string& address = url.absoluteString();
   std::array<const char*, 3> command{"loadfile", address.c_str(), nullptr};
   mpv_command_async(core->handle_.get(), kLoad, command.data());
@@ -95,18 +90,14 @@ MpvCore::MpvCore(std::function<void()> onWakeup)
     : generation_(forkGeneration()), onWakeup_(std::move(onWakeup)), handle_(mpv_create()) {}
 
 MpvCore::~MpvCore() {
-  if (isOfParent()) static_cast<void>(handle_.release());
+  if (generation_ != forkGeneration()) static_cast<void>(handle_.release());
 }
 
-bool MpvCore::isOfParent() const {
-  return generation_ != forkGeneration();
-}
-
-Result<void> MpvCore::start(const MpvOutputs& outputs) {
+Result<void> MpvCore::start(const MpvPlayerOptions& options) {
   mpv_handle* const handle = handle_.get();
   for (const auto& [name, value] : kOptions) mpv_set_option_string(handle, name, value);
-  mpv_set_option_string(handle, "vo", outputs.video.c_str());
-  mpv_set_option_string(handle, "ao", outputs.audio.c_str());
+  mpv_set_option_string(handle, "vo", options.videoOutput.c_str());
+  mpv_set_option_string(handle, "ao", options.audioOutput.c_str());
   mpv_observe_property(handle, kEnd, "eof-reached", MPV_FORMAT_FLAG);
   mpv_observe_property(handle, kStarved, "paused-for-cache", MPV_FORMAT_FLAG);
   mpv_observe_property(handle, kDuration, "duration", MPV_FORMAT_DOUBLE);
@@ -142,6 +133,19 @@ std::optional<CMTime> MpvCore::time(const char* property) const {
 bool MpvCore::flag(const char* property) const {
   int value = 0;
   return mpv_get_property(handle_.get(), property, MPV_FORMAT_FLAG, &value) >= 0 && value != 0;
+}
+
+TarnPlayer::TimeRanges MpvCore::seekableRanges() const {
+  const auto end = duration();
+  if (!end || !flag("seekable")) return std::nullopt;
+  return std::vector{CMTimeRangeMake(kCMTimeZero, *end)};
+}
+
+TarnPlayer::TimeRanges MpvCore::loadedRanges() const {
+  const auto from = position();
+  const auto until = receivedUntil();
+  if (!from || !until || *until <= *from) return std::nullopt;
+  return std::vector{CMTimeRangeMake(*from, CMTimeSubtract(*until, *from))};
 }
 
 std::optional<MpvEvent> MpvCore::nextEvent() {
@@ -193,7 +197,7 @@ std::optional<MpvEvent> MpvCore::restarted() {
 std::optional<MpvEvent> MpvCore::changed(const mpv_event& event) {
   if (event.reply_userdata == kEnd) return std::nullopt;
   if (event.reply_userdata == kDuration) return MpvEvent{MpvEvent::Kind::durationChanged};
-  return MpvEvent{flag("paused-for-cache") ? MpvEvent::Kind::starved : MpvEvent::Kind::fed};
+  return MpvEvent{MpvEvent::Kind::bufferingChanged};
 }
 
 /// mpv delivers log messages after all other events.
