@@ -111,7 +111,7 @@ class PlayerBase : public TarnPlayer {
   /// item is ready or has ended.
   virtual void doSeek(const PlayerSeek& seek) = 0;
   /// Called steadily while the playhead should move, only for a player of real streams. Reports the position,
-  /// and whatever else changes meanwhile.
+  /// and whatever else changes meanwhile; its reports are announced at once.
   virtual void doFollow();
   /// Where the engine is; asked for only while the item is ready and no seek is in flight. Absent while
   /// unknown. It is cut to the item, and a step back is not passed on.
@@ -125,8 +125,8 @@ class PlayerBase : public TarnPlayer {
   bool reportPosition();
   /// The engine has played everything.
   bool reportEnd();
-  /// The engine has nothing more to play. This is the end, or the stream has broken off: more than two
-  /// seconds before its duration, or half a second after a `fault`, which the engine has skipped.
+  /// The engine has nothing more to play: `reportEnd`, or a failure when the duration is more than two
+  /// seconds away, or half a second when the engine has skipped something because of `fault`.
   bool reportRanOut(const std::optional<Error>& fault = std::nullopt);
   /// Playing has failed for good.
   bool reportFailure(Error error);
