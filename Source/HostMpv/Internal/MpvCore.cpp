@@ -17,6 +17,9 @@
 namespace tarn {
 namespace {
 
+/// Of all times of this player.
+constexpr CMTimeScale kTimescale = 90'000;
+
 using Option = std::pair<const char*, const char*>;
 
 /// By default libmpv reads no configuration and takes no input; here it runs no scripts either. Only FFmpeg's
@@ -40,14 +43,14 @@ constexpr std::array<Option, 14> kOptions{{{"load-scripts", "no"},
 /// What a reply or a changed property belongs to.
 enum Subject : std::uint64_t { kLoad = 1, kSeek, kEnd, kStarved, kDuration };
 
-Error startError(std::string description) {
-  return Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::other, std::move(description));
+Error startError() {
+  return Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::other, "mpv could not be started");
 }
 
 /// mpv refuses to start when the process reads numbers in another locale than C. To change that here would
 /// change it for the whole application, and mpv's threads read numbers for as long as they run.
 Error noHandleError() {
-  Error error = startError("mpv could not be started");
+  Error error = startError();
   const char* const locale = std::setlocale(LC_NUMERIC, nullptr);
   if (!locale || std::string_view(locale) == "C") return error;
   error.failureReason = fmt::format("It needs the numbers of the C locale, and LC_NUMERIC is {}", locale);
@@ -68,10 +71,6 @@ TarnPlayerErrorCode classify(int code, bool hasComplaint) {
 
 }  // namespace
 
-void MpvCore::Terminate::operator()(mpv_handle* handle) const {
-  mpv_terminate_destroy(handle);
-}
-
 Result<std::unique_ptr<MpvCore>> MpvCore::open(const URL& url, const MpvPlayerOptions& options,
                                                std::function<void()> onWakeup) {
   static const unsigned generation = forkGeneration();
@@ -87,7 +86,9 @@ Result<std::unique_ptr<MpvCore>> MpvCore::open(const URL& url, const MpvPlayerOp
 }
 
 MpvCore::MpvCore(std::function<void()> onWakeup)
-    : generation_(forkGeneration()), onWakeup_(std::move(onWakeup)), handle_(mpv_create()) {}
+    : generation_(forkGeneration()),
+      onWakeup_(std::move(onWakeup)),
+      handle_(mpv_create(), mpv_terminate_destroy) {}
 
 MpvCore::~MpvCore() {
   if (generation_ != forkGeneration()) static_cast<void>(handle_.release());
@@ -108,7 +109,7 @@ Result<void> MpvCore::start(const MpvPlayerOptions& options) {
     mpv_request_log_messages(handle, "warn");
     return {};
   }
-  return withUnderlying(startError("mpv could not be started"), mpvError(code));
+  return withUnderlying(startError(), mpvError(code));
 }
 
 void MpvCore::setPaused(bool paused) {
@@ -127,7 +128,7 @@ void MpvCore::seek(CMTime time) {
 std::optional<CMTime> MpvCore::time(const char* property) const {
   double seconds = 0;
   if (mpv_get_property(handle_.get(), property, MPV_FORMAT_DOUBLE, &seconds) < 0) return std::nullopt;
-  return CMTimeMake(std::llround(seconds * kMpvTimescale), kMpvTimescale);
+  return CMTimeMake(std::llround(seconds * kTimescale), kTimescale);
 }
 
 bool MpvCore::flag(const char* property) const {

@@ -15,9 +15,6 @@ struct mpv_handle;
 
 namespace tarn {
 
-/// Of all times of this player.
-inline constexpr CMTimeScale kMpvTimescale = 90'000;
-
 struct MpvEvent {
   enum class Kind {
     loaded,            ///< The first picture is decoded.
@@ -68,9 +65,6 @@ class MpvCore {
   [[nodiscard]] const std::optional<Error>& complaint() const { return complaint_; }
 
  private:
-  struct Terminate {
-    void operator()(mpv_handle* handle) const;
-  };
   enum class Progress {
     opening,
     idle,
@@ -92,7 +86,7 @@ class MpvCore {
 
   const unsigned generation_;
   const std::function<void()> onWakeup_;
-  std::unique_ptr<mpv_handle, Terminate> handle_;
+  std::unique_ptr<mpv_handle, void (*)(mpv_handle*)> handle_;
   Progress progress_ = Progress::opening;
   std::optional<Error> complaint_;
 };
