@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Host/Internal/StreamWatch.h"
 #include "Host/StreamError.h"
 
 namespace tarn {
@@ -30,6 +31,11 @@ class PlayerBase::Turn {
 };
 
 PlayerBase::PlayerBase(Seeks seeks, Addresses addresses) : seeks_(seeks), addresses_(addresses) {}
+
+PlayerBase::PlayerBase(StreamEngine engine)
+    : seeks_(Seeks::oneAtATime),
+      addresses_(Addresses::webOnly),
+      watch_(std::make_unique<StreamWatch>(std::move(engine), [this] { tick(); })) {}
 
 PlayerBase::~PlayerBase() = default;
 
@@ -62,8 +68,8 @@ void PlayerBase::callPlayer(Operation operation) {
 // The item
 
 void PlayerBase::loadURL(const URL& url) {
-  // A listener may destroy the URL's owner.
-  const URL address = url;  // NOLINT(performance-unnecessary-copy-initialization)
+  url_ = url;
+  isBetweenItems_ = true;
   dropSeeks();
   activeSeek_.reset();
   ++item_;
@@ -71,18 +77,20 @@ void PlayerBase::loadURL(const URL& url) {
   error_.reset();
   position_ = kCMTimeZero;
   isAtEnd_ = hasReported_ = playsAgain_ = false;
+  if (watch_) watch_->beginItem();
   if (!announceEmptyItem()) return;
-  if (addresses_ == Addresses::webOnly && !isWebScheme(address.scheme())) {
-    return onNextTurn(
-        [this, address] { reportFailure(streamError(TarnPlayerErrorCode::unsupportedScheme, address)); });
+  isBetweenItems_ = false;
+  if (!announce(state_, TarnPlayerState::loading)) return;
+  if (addresses_ == Addresses::webOnly && !isWebScheme(url_->scheme())) {
+    return onNextTurn([this] { reportFailure(streamError(TarnPlayerErrorCode::unsupportedScheme, *url_)); });
   }
-  callPlayer([&] { doLoad(address); });
+  callPlayer([this] { doLoad(*url_); });
 }
 
 bool PlayerBase::announceEmptyItem() {
   return (!buffering_.get() || announce(buffering_, false)) &&
          announce(currentItemDuration_, kCMTimeIndefinite) && announce(seekableTimeRanges_, std::nullopt) &&
-         announce(loadedTimeRanges_, std::nullopt) && announce(state_, TarnPlayerState::loading);
+         announce(loadedTimeRanges_, std::nullopt);
 }
 
 bool PlayerBase::reportReady(const PlayerItem& item) {
@@ -133,9 +141,23 @@ bool PlayerBase::reportFailure(Error error) {
          (!playing_.get() || announce(playing_, false));
 }
 
+bool PlayerBase::reportFailure(TarnPlayerErrorCode code, Error cause) {
+  return !url_ || reportFailure(withUnderlying(streamError(code, *url_), std::move(cause)));
+}
+
+bool PlayerBase::isOfParent() const {
+  return watch_ && watch_->isItemOfParent();
+}
+
+void PlayerBase::failIfForked() {
+  if (!isOfParent()) return;
+  onNextTurn([this] { reportFailure(TarnPlayerErrorCode::other, forkedError(watch_->engine().library)); });
+}
+
 // Playing
 
 void PlayerBase::play() {
+  failIfForked();
   const bool hasEnded = state_.get() == TarnPlayerState::ended;
   if (state_.get() == TarnPlayerState::failed || (hasEnded && !isSeeking())) return;
   if (playing_.get()) {
@@ -146,16 +168,19 @@ void PlayerBase::play() {
 }
 
 void PlayerBase::pause() {
+  failIfForked();
   if (!playing_.get()) return;
   playsAgain_ = false;
   if (announce(playing_, false)) applyPlaying();
 }
 
 void PlayerBase::applyPlaying() {
-  if (state_.get() != TarnPlayerState::ready) return;
+  if (state_.get() != TarnPlayerState::ready || !canUseEngine()) return;
   if (!playing_.get()) return callPlayer([this] { doPause(); });
   if (isSeeking()) return;  // the landing plays on
-  callPlayer([this] { isAtEnd_ ? doPlayAtEnd() : doPlay(); });
+  if (isAtEnd_) return callPlayer([this] { doPlayAtEnd(); });
+  expectProgress();
+  callPlayer([this] { doPlay(); });
 }
 
 void PlayerBase::doPlayAtEnd() {
@@ -165,7 +190,7 @@ void PlayerBase::doPlayAtEnd() {
 }
 
 bool PlayerBase::reportEnd() {
-  if (state_.get() != TarnPlayerState::ready || isSeeking()) return true;
+  if (!isFollowing()) return true;
   const CMTime end = knownDuration().value_or(currentTime());
   callPlayer([this] { doPause(); });
   isAtEnd_ = true;
@@ -178,6 +203,13 @@ bool PlayerBase::reportEnd() {
   const Turn turn(*this);
   if (std::exchange(playsAgain_, false)) play();
   return !turn.isOver();
+}
+
+bool PlayerBase::reportRanOut(const std::optional<Error>& fault) {
+  if (!isFollowing() || !url_) return true;
+  auto error = ranOutError(*url_, currentTime(), knownDuration(), fault);
+  if (!error) return reportEnd();
+  return reportPosition() && reportFailure(std::move(*error));
 }
 
 // The playhead
@@ -193,13 +225,13 @@ CMTime PlayerBase::withinItem(CMTime time) const {
 }
 
 CMTime PlayerBase::currentTime() const {
-  if (state_.get() != TarnPlayerState::ready || isSeeking() || isAtEnd_) return position_;
+  if (!isFollowing() || isAtEnd_ || !canUseEngine()) return position_;
   const auto now = playhead();
   return now ? std::max(position_, withinItem(*now)) : position_;
 }
 
 bool PlayerBase::reportPosition() {
-  if (state_.get() != TarnPlayerState::ready || isSeeking() || isAtEnd_) return true;
+  if (!isFollowing() || isAtEnd_) return true;
   const CMTime now = currentTime();
   return (hasReported_ && now <= progress_.get()) || report(now);
 }
@@ -210,10 +242,28 @@ bool PlayerBase::report(CMTime time) {
   return announce(progress_, time);
 }
 
+void PlayerBase::doFollow() {
+  reportPosition();
+}
+
+void PlayerBase::expectProgress() {
+  if (watch_) watch_->expectProgress();
+}
+
+void PlayerBase::tick() {
+  const bool isLoading = state_.get() == TarnPlayerState::loading;
+  if (!isLoading && !isSeeking() && !(isFollowing() && playing_.get())) return watch_->stop();
+  if (isFollowing() && currentTime() > position_) expectProgress();
+  const auto limit = isLoading ? watch_->engine().loadLimit : watch_->engine().stallLimit;
+  if (watch_->hasPassed(limit)) return (void)reportFailure(stalledError(*url_, limit));
+  if (isFollowing()) doFollow();
+}
+
 // Seeking
 
 void PlayerBase::seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranceAfter,
                             SeekCompletion completion) {
+  failIfForked();
   const bool hasItem = state_.get() != TarnPlayerState::empty && state_.get() != TarnPlayerState::failed;
   if (!hasItem || !(CMTIME_IS_NUMERIC(time) || CMTIME_IS_POSITIVE_INFINITY(time))) {
     return refuse(std::move(completion));
@@ -241,7 +291,7 @@ void PlayerBase::dropSeeks() {
 
 void PlayerBase::startWaitingSeek() {
   const bool isReady = state_.get() == TarnPlayerState::ready || state_.get() == TarnPlayerState::ended;
-  if (!waitingSeek_ || activeSeek_ || !isReady) return;
+  if (!waitingSeek_ || activeSeek_ || !isReady || !canUseEngine()) return;
   Seek seek = *std::exchange(waitingSeek_, std::nullopt);
   seek.aim.time = withinItem(seek.aim.time);
   if (!CMTIME_IS_NUMERIC(seek.aim.time)) return refuse(std::move(seek.completion));
@@ -250,6 +300,7 @@ void PlayerBase::startWaitingSeek() {
   ++seekNumber_;
   const PlayerSeek aim = seek.aim;
   activeSeek_ = std::move(seek);
+  expectProgress();
   callPlayer([&] { doSeek(aim); });
 }
 

@@ -1,16 +1,22 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <string>
 #include <type_traits>
 #include <utility>
 
+#include "Host/PlayerSeek.h"
 #include "Host/TarnPlayer.h"
 #include "Platform/Liveness.h"
 #include "Platform/Queue.h"
 
 namespace tarn {
+
+class StreamWatch;
 
 /// What is known of an item when it becomes ready. Absent means unknown.
 struct PlayerItem {
@@ -19,12 +25,15 @@ struct PlayerItem {
   TarnPlayer::TimeRanges loadedRanges = std::nullopt;
 };
 
-/// A seek that a player carries out.
-struct PlayerSeek {
-  CMTime time;  ///< Numeric, and within the item.
-  CMTime toleranceBefore;
-  CMTime toleranceAfter;
-  bool isToEnd = false;  ///< `time` is the item's duration; the landing counts as the duration exactly.
+/// A media engine for real streams: it may wait for a server without end, and it has threads, which a child
+/// made by `fork` does not have.
+struct StreamEngine {
+  std::string library;                       ///< Its name, for errors.
+  std::chrono::milliseconds reportInterval;  ///< Between two calls of `doFollow`.
+  /// How long an item may take until it is ready.
+  std::chrono::milliseconds loadLimit;
+  /// How long the playhead may stay where it is while it should move, and how long a seek may take.
+  std::chrono::milliseconds stallLimit;
 };
 
 /// A player without its media engine: keeps the promises of `TarnPlayer` that are the same for every player.
@@ -79,6 +88,10 @@ class PlayerBase : public TarnPlayer {
   };
 
   explicit PlayerBase(Seeks seeks = Seeks::oneAtATime, Addresses addresses = Addresses::webOnly);
+  /// A player of real streams. It fails when a limit has passed. In a child that was forked since the item
+  /// was loaded it fails when it is used, and of the operations below only `doUnload` and `doLoad` are
+  /// called.
+  explicit PlayerBase(StreamEngine engine);
 
   // What a player implements. No listener is called inside, except by its own reports.
 
@@ -97,6 +110,9 @@ class PlayerBase : public TarnPlayer {
   /// Moves the playhead, which is not asked for until `reportLanded` or `reportSeekFailed`. Called when the
   /// item is ready or has ended.
   virtual void doSeek(const PlayerSeek& seek) = 0;
+  /// Called steadily while the playhead should move, only for a player of real streams. Reports the position,
+  /// and whatever else changes meanwhile; its reports are announced at once.
+  virtual void doFollow();
   /// Where the engine is; asked for only while the item is ready and no seek is in flight. Absent while
   /// unknown. It is cut to the item, and a step back is not passed on.
   [[nodiscard]] virtual std::optional<CMTime> playhead() const = 0;
@@ -109,8 +125,13 @@ class PlayerBase : public TarnPlayer {
   bool reportPosition();
   /// The engine has played everything.
   bool reportEnd();
+  /// The engine has nothing more to play: `reportEnd`, or a failure when the duration is more than two
+  /// seconds away, or half a second when the engine has skipped something because of `fault`.
+  bool reportRanOut(const std::optional<Error>& fault = std::nullopt);
   /// Playing has failed for good.
   bool reportFailure(Error error);
+  /// The same, with an error that names the stream.
+  bool reportFailure(TarnPlayerErrorCode code, Error cause);
   /// The seek in flight has led to `landing`, within its tolerances.
   bool reportLanded(CMTime landing);
   /// The seek in flight has led nowhere; the playhead is where it was before.
@@ -124,12 +145,19 @@ class PlayerBase : public TarnPlayer {
   /// Whether the engine waits for data. The engine itself stops for so long, if it does not anyway.
   bool reportBuffering(bool isBuffering);
 
+  /// Starts the limit of what is in progress anew. Needed only within a seek, between steps of the engine.
+  void expectProgress();
+
   // What a player may ask.
 
   /// A seek waits or is in flight.
   [[nodiscard]] bool isSeeking() const { return waitingSeek_ || activeSeek_; }
+  /// The item is ready, and no seek waits or is in flight.
+  [[nodiscard]] bool isFollowing() const { return state_.get() == TarnPlayerState::ready && !isSeeking(); }
   /// A seek in flight is outdated by one that waits.
   [[nodiscard]] bool isSeekWaiting() const { return waitingSeek_.has_value(); }
+  /// The item was loaded before this process was forked: its engine may only be destroyed.
+  [[nodiscard]] bool isOfParent() const;
   /// Numeric, or absent.
   [[nodiscard]] std::optional<CMTime> knownDuration() const;
 
@@ -153,6 +181,9 @@ class PlayerBase : public TarnPlayer {
   void callPlayer(Operation operation);
   [[nodiscard]] CMTime withinItem(CMTime time) const;
   [[nodiscard]] bool announceEmptyItem();
+  [[nodiscard]] bool canUseEngine() const { return !isBetweenItems_ && !isOfParent(); }
+  void failIfForked();
+  void tick();
   void applyPlaying();
   [[nodiscard]] bool report(CMTime time);
   void refuse(SeekCompletion completion) const;
@@ -162,6 +193,9 @@ class PlayerBase : public TarnPlayer {
 
   const Seeks seeks_;
   const Addresses addresses_;
+  const std::unique_ptr<StreamWatch> watch_;  // of a player of real streams
+  std::optional<URL> url_;                    // of the item
+  bool isBetweenItems_ = false;      // the item before has been released, and `state_` is still of it
   std::uint64_t item_ = 0;           // counts loads, so that a listener that loads another item is noticed
   std::uint64_t seekNumber_ = 0;     // counts the calls of doSeek
   int calls_ = 0;                    // of the player's operations in progress

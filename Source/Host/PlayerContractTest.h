@@ -280,7 +280,8 @@ TEST_P(PlayerContractTest, ALoadDropsTheItemBeforeInAnyOfItsStates) {
     for (int turn = 0; turn < turns; ++turn) tarn::MainQueue::shared().drain();
     player().loadURL(turns % 2 != 0 ? stage->brokenStream() : stage->stream());
   }
-  player().play();
+  loadPaused();
+  const auto listener = player().seekableTimeRanges().observe([&](const auto&) { replayFrom(0); });
   player().loadURL(stage->stream());
   ASSERT_TRUE(waitUntil([&] { return viewer.progress.size() > 3; }));
   EXPECT_FALSE(player().error());

@@ -2,10 +2,15 @@
 
 #include <fmt/format.h>
 
-#include <string_view>
+#include <utility>
 
 namespace tarn {
 namespace {
+
+/// How far before its duration an item may run out: playlists round, and sound and picture end apart.
+const CMTime kEndSlack = CMTimeMake(2, 1);
+/// Likewise, when something was skipped.
+const CMTime kEndSlackAfterFault = CMTimeMake(1, 2);
 
 std::string_view sentence(TarnPlayerErrorCode code) {
   switch (code) {
@@ -39,10 +44,21 @@ Error stalledError(const URL& url, std::chrono::milliseconds limit) {
   return error;
 }
 
-Error ranOutError(const URL& url, CMTime reached, CMTime duration) {
+std::optional<Error> ranOutError(const URL& url, CMTime reached, const std::optional<CMTime>& duration,
+                                 const std::optional<Error>& fault) {
+  const CMTime slack = fault ? kEndSlackAfterFault : kEndSlack;
+  if (!duration || *duration <= CMTimeAdd(reached, slack)) return std::nullopt;
   Error error = streamError(TarnPlayerErrorCode::brokenOff, url);
   error.failureReason =
-      fmt::format("It ran out at {:.3f} of {:.3f} s", CMTimeGetSeconds(reached), CMTimeGetSeconds(duration));
+      fmt::format("It ran out at {:.3f} of {:.3f} s", CMTimeGetSeconds(reached), CMTimeGetSeconds(*duration));
+  return fault ? withUnderlying(std::move(error), *fault) : error;
+}
+
+Error forkedError(std::string_view library) {
+  Error error = Error::make(
+      TarnPlayerErrorDomain, TarnPlayerErrorCode::other,
+      fmt::format("This process was forked after {} was started, whose threads it does not have", library));
+  error.recoverySuggestion = "Fork before the first stream is loaded, or let the child execute a program.";
   return error;
 }
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "Host/TarnPlayer.h"
+#include "Host/StreamError.h"
 #include "HostGStreamer/Internal/GStreamerLibrary.h"
 #include "Platform/PerProcess.h"
 
@@ -54,16 +54,8 @@ Result<void> initialize() {
 Result<void> startGStreamer() {
   static const unsigned generation = forkGeneration();
   static const Result<void> started = initialize();
-  if (generation != forkGeneration()) return forkedError();
+  if (generation != forkGeneration()) return forkedError("GStreamer");
   return started;
-}
-
-Error forkedError() {
-  Error error =
-      Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::other,
-                  "This process was forked after GStreamer was started, whose threads it does not have");
-  error.recoverySuggestion = "Fork before the first stream is loaded, or let the child execute a program.";
-  return error;
 }
 
 std::string_view debianPackageOf(std::string_view factory) {

@@ -12,9 +12,6 @@ namespace tarn {
 /// threads do not exist there.
 [[nodiscard]] Result<void> startGStreamer();
 
-/// The error of `startGStreamer` in such a child.
-[[nodiscard]] Error forkedError();
-
 /// The Debian package that holds an element.
 [[nodiscard]] std::string_view debianPackageOf(std::string_view factory);
 

@@ -44,11 +44,6 @@ class GStreamerPlayer : public PlayerBase {
   explicit GStreamerPlayer(GStreamerPlayerOptions options = {});
   ~GStreamerPlayer() override;
 
-  void play() override;
-  void pause() override;
-  void seekToTime(CMTime time, CMTime toleranceBefore, CMTime toleranceAfter,
-                  SeekCompletion completion) override;
-
  private:
   class Engine;
 
@@ -57,8 +52,8 @@ class GStreamerPlayer : public PlayerBase {
   void doPlay() override;
   void doPause() override;
   void doSeek(const PlayerSeek& seek) override;
+  void doFollow() override;
   [[nodiscard]] std::optional<CMTime> playhead() const override;
-  void failIfForked();
 
   const GStreamerPlayerOptions options_;
   std::unique_ptr<Engine> engine_;  // of the item; null without one and after a failure

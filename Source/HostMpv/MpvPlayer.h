@@ -6,7 +6,6 @@
 #include <string>
 
 #include "Host/PlayerBase.h"
-#include "Host/Ticker.h"
 
 namespace tarn {
 
@@ -43,39 +42,25 @@ class MpvPlayer : public PlayerBase {
   explicit MpvPlayer(MpvPlayerOptions options = {});
   ~MpvPlayer() override;
 
-  void play() override;
-
  private:
   void doLoad(const URL& url) override;
   void doUnload() override;
   void doPlay() override;
   void doPause() override;
   void doSeek(const PlayerSeek& seek) override;
+  void doFollow() override;
   [[nodiscard]] std::optional<CMTime> playhead() const override;
 
-  using Clock = std::chrono::steady_clock;
-
-  [[nodiscard]] bool hasOwnCore() const;
-  [[nodiscard]] bool failsInChild();
-  void expectProgress();
-  [[nodiscard]] bool isAwaitingProgress() const;
   void handleEvents();
   [[nodiscard]] bool handle(const MpvEvent& event);
   [[nodiscard]] bool land();
   [[nodiscard]] bool endIfPlayedAll();
-  void tick();
-  [[nodiscard]] TimeRanges seekableRanges() const;
-  [[nodiscard]] TimeRanges loadedRanges() const;
 
   const MpvPlayerOptions options_;
-  std::optional<URL> url_;
-  std::unique_ptr<MpvCore> core_;
-  CMTime seekTarget_ = kCMTimeZero;
+  std::unique_ptr<MpvCore> core_;          // of the item; null without one and after a failure
+  PlayerSeek seek_{};                      // the last
   std::optional<CMTime> landingPosition_;  // of mpv, where the last seek has led
-  CMTime lastPosition_ = kCMTimeZero;      // at the last tick
   std::optional<CMTime> receivedUntil_;    // as last reported
-  Clock::time_point lastAdvance_;          // of the playhead, or when the wait for something began
-  Ticker ticker_;
 };
 
 }  // namespace tarn

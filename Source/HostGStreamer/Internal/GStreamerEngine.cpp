@@ -1,17 +1,11 @@
 #include "HostGStreamer/Internal/GStreamerEngine.h"
 
-#include <algorithm>
 #include <utility>
 
-#include "Host/StreamError.h"
+#include "Platform/Queue.h"
 
 namespace tarn {
 namespace {
-
-/// How far before its duration an item may run out: playlists round, and sound and picture end apart.
-const CMTime kEndSlack = CMTimeMake(2, 1);
-/// An accurate seek shows the picture that covers the target; within this the playhead is the target itself.
-const CMTime kPicture = CMTimeMake(1, 10);
 
 constexpr std::chrono::seconds kRangesInterval{2};
 
@@ -44,57 +38,33 @@ TarnPlayerErrorCode classify(const Error& cause, bool hasBegun) {
 
 }  // namespace
 
-GStreamerPlayer::Engine::Engine(GStreamerPlayer& player, const GStreamerPlayerOptions& options,
-                                const URL& url)
-    : player_(player),
-      options_(options),
-      url_(url),
-      lastAdvance_(Clock::now()),
-      ticker_(MainQueue::shared(), options.reportInterval, [this] { tick(); }) {}
-
-void GStreamerPlayer::Engine::open() {
+void GStreamerPlayer::Engine::open(const URL& url, const GStreamerSinks& sinks) {
   const auto deliver = [handler = liveness_.guard([this](const auto& event) {
     handle(event);
   })](const GStreamerEvent& event) { MainQueue::shared().async([handler, event] { handler(event); }); };
-  const GStreamerSinks sinks{options_.videoSink, options_.audioSink, options_.quickVideoItem};
-  auto pipeline = GStreamerPipeline::make(url_, sinks, deliver);
+  auto pipeline = GStreamerPipeline::make(url, sinks, deliver);
   if (!pipeline) return fail(pipeline.error());
   pipeline_ = std::move(*pipeline);
-  updateTicker();
-}
-
-bool GStreamerPlayer::Engine::isOfParent() const {
-  return pipeline_ && pipeline_->isOfParent();
-}
-
-Error GStreamerPlayer::Engine::explained(const Error& cause) const {
-  return withUnderlying(streamError(classify(cause, state_ != State::opening), url_), cause);
 }
 
 void GStreamerPlayer::Engine::fail(const Error& cause) {
-  player_.reportFailure(explained(cause));
-}
-
-std::optional<CMTime> GStreamerPlayer::Engine::position() const {
-  return pipeline_ && !isOfParent() ? pipeline_->position() : std::nullopt;
+  player_.reportFailure(classify(cause, state_ != State::opening), cause);
 }
 
 void GStreamerPlayer::Engine::setPlaying(bool playing) {
-  if (playing && !isPlaying_) lastAdvance_ = Clock::now();
   isPlaying_ = playing;
   runPipeline();
-  updateTicker();
 }
 
 void GStreamerPlayer::Engine::runPipeline() {
-  if (pipeline_ && state_ != State::opening) pipeline_->setPlaying(isPlaying_ && !isStarved_);
+  if (state_ != State::opening) pipeline_->setPlaying(isPlaying_ && !isStarved_);
 }
 
 // Events of the pipeline
 
 void GStreamerPlayer::Engine::handle(const GStreamerEvent& event) {
   using Kind = GStreamerEvent::Kind;
-  if (isOfParent()) return;
+  if (player_.isOfParent()) return;
   const bool isCurrent = event.jumps == pipeline_->jumps();
   switch (event.kind) {
     case Kind::arrived:
@@ -126,9 +96,7 @@ void GStreamerPlayer::Engine::settle() {
 
 void GStreamerPlayer::Engine::becomeReady() {
   state_ = State::following;
-  lastAdvance_ = Clock::now();
-  nextRanges_ = lastAdvance_ + kRangesInterval;
-  updateTicker();
+  nextRanges_ = Clock::now() + kRangesInterval;
   player_.reportReady({pipeline_->duration(), pipeline_->seekableRanges(), pipeline_->loadedRanges()});
 }
 
@@ -148,14 +116,8 @@ void GStreamerPlayer::Engine::breakOff(const Error& cause) {
 void GStreamerPlayer::Engine::runOut() {
   if (player_.isSeekWaiting()) return;
   if (state_ == State::jumping && (!land() || state_ == State::jumping)) return;
-  const CMTime reached = player_.currentTime();
-  if (breakOff_) {
-    if (player_.reportPosition()) fail(*breakOff_);
-    return;
-  }
-  const auto duration = player_.knownDuration();
-  if (!duration || CMTimeAdd(reached, kEndSlack) >= *duration) return (void)player_.reportEnd();
-  player_.reportFailure(ranOutError(url_, reached, *duration));
+  if (!breakOff_) return (void)player_.reportRanOut();
+  if (player_.reportPosition()) fail(*breakOff_);
 }
 
 // Jumps
@@ -170,19 +132,16 @@ void GStreamerPlayer::Engine::jumpTo(const PlayerSeek& seek, GStreamerSeekMode m
   isAccurate_ = mode == GStreamerSeekMode::accurate;
   hasArrived_ = false;
   breakOff_.reset();  // other segments may be there
-  // At its very end an item has no picture to stop at.
-  const CMTime aim = seek.isToEnd ? std::max(CMTimeSubtract(seek.time, kPicture), kCMTimeZero) : seek.time;
-  lastAdvance_ = Clock::now();
-  const bool jumps = pipeline_->seek(aim, mode);
+  player_.expectProgress();
+  const bool jumps = pipeline_->seek(seek.pictureTime(), mode);
   state_ = jumps ? State::jumping : State::following;
-  updateTicker();
   if (!jumps) player_.reportSeekFailed();
 }
 
 /// The pipeline is where the jump has led. Returns false like a report of the player.
 bool GStreamerPlayer::Engine::land() {
-  CMTime landing = seek_.isToEnd ? seek_.time : pipeline_->position().value_or(seek_.time);
-  if (isAccurate_ && isWithin(landing, seek_.time, kPicture, kPicture)) landing = seek_.time;
+  CMTime landing = pipeline_->position().value_or(seek_.time);
+  if (isAccurate_) landing = seek_.exactLanding(landing);
   const bool isGood =
       isAccurate_ || isWithin(landing, seek_.time, seek_.toleranceBefore, seek_.toleranceAfter);
   if (!isGood && !player_.isSeekWaiting()) {
@@ -190,38 +149,12 @@ bool GStreamerPlayer::Engine::land() {
     return true;
   }
   state_ = State::following;
-  furthest_ = landing;
-  nextRanges_ = lastAdvance_ = Clock::now();  // a jump loads elsewhere
-  updateTicker();
+  nextRanges_ = Clock::now();  // a jump loads elsewhere
   return player_.reportLanded(landing);
 }
 
-// Reports of the playhead
-
-void GStreamerPlayer::Engine::updateTicker() {
-  ticker_.setRunning(state_ != State::opening ? isPlaying_ || state_ == State::jumping
-                                              : pipeline_ != nullptr);
-}
-
-std::chrono::milliseconds GStreamerPlayer::Engine::limit() const {
-  return state_ == State::opening ? options_.loadLimit : options_.stallLimit;
-}
-
-bool GStreamerPlayer::Engine::isOverdue() const {
-  const bool isAwaitingProgress = state_ != State::following || isPlaying_;
-  return isAwaitingProgress && Clock::now() - lastAdvance_ > limit();
-}
-
-void GStreamerPlayer::Engine::tick() {
-  if (isOverdue()) return (void)player_.reportFailure(stalledError(url_, limit()));
-  if (state_ != State::following || (Clock::now() >= nextRanges_ && !updateRanges())) return;
-  const CMTime now = player_.currentTime();
-  if (now > furthest_) lastAdvance_ = Clock::now();
-  furthest_ = std::max(furthest_, now);
-  player_.reportPosition();
-}
-
 bool GStreamerPlayer::Engine::updateRanges() {
+  if (Clock::now() < nextRanges_) return true;
   nextRanges_ = Clock::now() + kRangesInterval;
   return player_.reportSeekableRanges(pipeline_->seekableRanges()) &&
          player_.reportLoadedRanges(pipeline_->loadedRanges());

@@ -4,14 +4,13 @@
 #include <memory>
 #include <optional>
 
-#include "Host/Ticker.h"
 #include "HostGStreamer/GStreamerPlayer.h"
 #include "HostGStreamer/Internal/GStreamerPipeline.h"
 #include "Platform/Liveness.h"
 
 namespace tarn {
 
-/// One item of a player: its pipeline, and the time limits that hold for it. Main thread.
+/// One item of a player, with its pipeline. Main thread.
 ///
 ///     opening ── settled ──► following ── jump ──► jumping ── arrived and settled ──► following
 ///                                                  ▲     │
@@ -22,18 +21,16 @@ namespace tarn {
 class GStreamerPlayer::Engine {
  public:
   /// `player` outlives it.
-  Engine(GStreamerPlayer& player, const GStreamerPlayerOptions& options, const URL& url);
+  explicit Engine(GStreamerPlayer& player) : player_(player) {}
 
-  /// Begins to load; may report a failure to the player.
-  void open();
-  /// It was made before a fork: nothing of it works, and it may only be destroyed.
-  [[nodiscard]] bool isOfParent() const;
-  /// `cause` in the words of this item's error.
-  [[nodiscard]] Error explained(const Error& cause) const;
+  /// Begins to load; may report a failure to the player. Once, before the other operations.
+  void open(const URL& url, const GStreamerSinks& sinks);
 
   void setPlaying(bool playing);
   void jump(const PlayerSeek& seek);
-  [[nodiscard]] std::optional<CMTime> position() const;
+  [[nodiscard]] std::optional<CMTime> position() const { return pipeline_->position(); }
+  /// Reports the ranges if it is time to. Returns false like a report of the player.
+  [[nodiscard]] bool updateRanges();
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -47,18 +44,10 @@ class GStreamerPlayer::Engine {
   void runOut();
   void jumpTo(const PlayerSeek& seek, GStreamerSeekMode mode);
   [[nodiscard]] bool land();
-
-  void tick();
-  [[nodiscard]] bool isOverdue() const;
-  [[nodiscard]] std::chrono::milliseconds limit() const;
-  [[nodiscard]] bool updateRanges();
   void runPipeline();
-  void updateTicker();
   void fail(const Error& cause);
 
   GStreamerPlayer& player_;
-  const GStreamerPlayerOptions& options_;
-  const URL url_;
   std::unique_ptr<GStreamerPipeline> pipeline_;
   State state_ = State::opening;
   bool isPlaying_ = false;
@@ -67,10 +56,7 @@ class GStreamerPlayer::Engine {
   PlayerSeek seek_{};              // of the last jump
   bool isAccurate_ = false;        // the jump must land on the time itself
   bool hasArrived_ = false;        // the pipeline has data at the place jumped to
-  CMTime furthest_ = kCMTimeZero;  // position of the playhead since the last jump
-  Clock::time_point lastAdvance_;  // of the playhead, or the start of the current wait
   Clock::time_point nextRanges_;   // when to read the ranges again, which is expensive
-  Ticker ticker_;
   Liveness liveness_;
 };
 

@@ -254,11 +254,7 @@ Result<std::unique_ptr<GStreamerPipeline>> GStreamerPipeline::make(const URL& ur
 GStreamerPipeline::GStreamerPipeline(std::unique_ptr<Handles> handles) : handles_(std::move(handles)) {}
 
 GStreamerPipeline::~GStreamerPipeline() {
-  if (isOfParent()) (void)handles_.release();  // it would wait for its threads
-}
-
-bool GStreamerPipeline::isOfParent() const {
-  return handles_->generation != forkGeneration();
+  if (handles_->generation != forkGeneration()) (void)handles_.release();  // it would wait for its threads
 }
 
 void GStreamerPipeline::setPlaying(bool playing) {

@@ -62,10 +62,8 @@ class GStreamerPipeline {
                                                                        OnEvent onEvent);
   GStreamerPipeline(const GStreamerPipeline&) = delete;
   GStreamerPipeline& operator=(const GStreamerPipeline&) = delete;
+  /// Releases nothing in a child that was forked since it was made: its threads do not exist there.
   ~GStreamerPipeline();
-
-  /// It was made before a fork: its threads do not exist in this process, and it may only be destroyed.
-  [[nodiscard]] bool isOfParent() const;
 
   void setPlaying(bool playing);
   /// Requests a jump; `arrived` follows, then `settled` unless it is settled already. False: it cannot jump.

@@ -8,13 +8,17 @@
 #include <cmath>
 #include <string_view>
 #include <utility>
+#include <vector>
 
-#include "Host/TarnPlayer.h"
+#include "Host/StreamError.h"
 #include "Platform/PerProcess.h"
 #include "Platform/WithoutSignals.h"
 
 namespace tarn {
 namespace {
+
+/// Of all times of this player.
+constexpr CMTimeScale kTimescale = 90'000;
 
 using Option = std::pair<const char*, const char*>;
 
@@ -39,14 +43,14 @@ constexpr std::array<Option, 14> kOptions{{{"load-scripts", "no"},
 /// What a reply or a changed property belongs to.
 enum Subject : std::uint64_t { kLoad = 1, kSeek, kEnd, kStarved, kDuration };
 
-Error startError(std::string description) {
-  return Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::other, std::move(description));
+Error startError() {
+  return Error::make(TarnPlayerErrorDomain, TarnPlayerErrorCode::other, "mpv could not be started");
 }
 
 /// mpv refuses to start when the process reads numbers in another locale than C. To change that here would
 /// change it for the whole application, and mpv's threads read numbers for as long as they run.
 Error noHandleError() {
-  Error error = startError("mpv could not be started");
+  Error error = startError();
   const char* const locale = std::setlocale(LC_NUMERIC, nullptr);
   if (!locale || std::string_view(locale) == "C") return error;
   error.failureReason = fmt::format("It needs the numbers of the C locale, and LC_NUMERIC is {}", locale);
@@ -67,24 +71,14 @@ TarnPlayerErrorCode classify(int code, bool hasComplaint) {
 
 }  // namespace
 
-Error MpvCore::forkedError() {
-  Error error = startError("This process was forked after mpv was started, whose threads it does not have");
-  error.recoverySuggestion = "Fork before the first stream is loaded, or let the child execute a program.";
-  return error;
-}
-
-void MpvCore::Terminate::operator()(mpv_handle* handle) const {
-  mpv_terminate_destroy(handle);
-}
-
-Result<std::unique_ptr<MpvCore>> MpvCore::open(const URL& url, const MpvOutputs& outputs,
+Result<std::unique_ptr<MpvCore>> MpvCore::open(const URL& url, const MpvPlayerOptions& options,
                                                std::function<void()> onWakeup) {
   static const unsigned generation = forkGeneration();
-  if (generation != forkGeneration()) return forkedError();
+  if (generation != forkGeneration()) return forkedError("mpv");
   const WithoutSignals withoutSignals;
   std::unique_ptr<MpvCore> core(new MpvCore(std::move(onWakeup)));
   if (!core->handle_) return noHandleError();
-  if (const auto started = core->start(outputs); !started) return started.error();
+  if (const auto started = core->start(options); !started) return started.error();
   const std::string& address = url.absoluteString();
   std::array<const char*, 3> command{"loadfile", address.c_str(), nullptr};
   mpv_command_async(core->handle_.get(), kLoad, command.data());
@@ -92,21 +86,19 @@ Result<std::unique_ptr<MpvCore>> MpvCore::open(const URL& url, const MpvOutputs&
 }
 
 MpvCore::MpvCore(std::function<void()> onWakeup)
-    : generation_(forkGeneration()), onWakeup_(std::move(onWakeup)), handle_(mpv_create()) {}
+    : generation_(forkGeneration()),
+      onWakeup_(std::move(onWakeup)),
+      handle_(mpv_create(), mpv_terminate_destroy) {}
 
 MpvCore::~MpvCore() {
-  if (isOfParent()) static_cast<void>(handle_.release());
+  if (generation_ != forkGeneration()) static_cast<void>(handle_.release());
 }
 
-bool MpvCore::isOfParent() const {
-  return generation_ != forkGeneration();
-}
-
-Result<void> MpvCore::start(const MpvOutputs& outputs) {
+Result<void> MpvCore::start(const MpvPlayerOptions& options) {
   mpv_handle* const handle = handle_.get();
   for (const auto& [name, value] : kOptions) mpv_set_option_string(handle, name, value);
-  mpv_set_option_string(handle, "vo", outputs.video.c_str());
-  mpv_set_option_string(handle, "ao", outputs.audio.c_str());
+  mpv_set_option_string(handle, "vo", options.videoOutput.c_str());
+  mpv_set_option_string(handle, "ao", options.audioOutput.c_str());
   mpv_observe_property(handle, kEnd, "eof-reached", MPV_FORMAT_FLAG);
   mpv_observe_property(handle, kStarved, "paused-for-cache", MPV_FORMAT_FLAG);
   mpv_observe_property(handle, kDuration, "duration", MPV_FORMAT_DOUBLE);
@@ -117,7 +109,7 @@ Result<void> MpvCore::start(const MpvOutputs& outputs) {
     mpv_request_log_messages(handle, "warn");
     return {};
   }
-  return withUnderlying(startError("mpv could not be started"), mpvError(code));
+  return withUnderlying(startError(), mpvError(code));
 }
 
 void MpvCore::setPaused(bool paused) {
@@ -136,12 +128,25 @@ void MpvCore::seek(CMTime time) {
 std::optional<CMTime> MpvCore::time(const char* property) const {
   double seconds = 0;
   if (mpv_get_property(handle_.get(), property, MPV_FORMAT_DOUBLE, &seconds) < 0) return std::nullopt;
-  return CMTimeMake(std::llround(seconds * kMpvTimescale), kMpvTimescale);
+  return CMTimeMake(std::llround(seconds * kTimescale), kTimescale);
 }
 
 bool MpvCore::flag(const char* property) const {
   int value = 0;
   return mpv_get_property(handle_.get(), property, MPV_FORMAT_FLAG, &value) >= 0 && value != 0;
+}
+
+TarnPlayer::TimeRanges MpvCore::seekableRanges() const {
+  const auto end = duration();
+  if (!end || !flag("seekable")) return std::nullopt;
+  return std::vector{CMTimeRangeMake(kCMTimeZero, *end)};
+}
+
+TarnPlayer::TimeRanges MpvCore::loadedRanges() const {
+  const auto from = position();
+  const auto until = receivedUntil();
+  if (!from || !until || *until <= *from) return std::nullopt;
+  return std::vector{CMTimeRangeMake(*from, CMTimeSubtract(*until, *from))};
 }
 
 std::optional<MpvEvent> MpvCore::nextEvent() {
@@ -193,7 +198,7 @@ std::optional<MpvEvent> MpvCore::restarted() {
 std::optional<MpvEvent> MpvCore::changed(const mpv_event& event) {
   if (event.reply_userdata == kEnd) return std::nullopt;
   if (event.reply_userdata == kDuration) return MpvEvent{MpvEvent::Kind::durationChanged};
-  return MpvEvent{flag("paused-for-cache") ? MpvEvent::Kind::starved : MpvEvent::Kind::fed};
+  return MpvEvent{MpvEvent::Kind::bufferingChanged};
 }
 
 /// mpv delivers log messages after all other events.

@@ -3,9 +3,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
 
-#include "Host/TarnPlayer.h"
+#include "HostMpv/MpvPlayer.h"
 #include "Platform/Error.h"
 #include "Platform/MediaTime.h"
 #include "Platform/Result.h"
@@ -16,24 +15,14 @@ struct mpv_handle;
 
 namespace tarn {
 
-/// Of all times of this player.
-inline constexpr CMTimeScale kMpvTimescale = 90'000;
-
-/// The names of mpv's outputs.
-struct MpvOutputs {
-  std::string video;
-  std::string audio;
-};
-
 struct MpvEvent {
   enum class Kind {
-    loaded,           ///< The first picture is decoded.
-    landed,           ///< The newest seek has finished.
-    seekFailed,       ///< mpv has refused it.
-    starved,          ///< Playback waits for data.
-    fed,              ///< It no longer does.
-    durationChanged,  ///< See `duration`.
-    failed,           ///< mpv has given up, for the reason in `error`.
+    loaded,            ///< The first picture is decoded.
+    landed,            ///< The newest seek has finished.
+    seekFailed,        ///< mpv has refused it.
+    bufferingChanged,  ///< See `isStarved`.
+    durationChanged,   ///< See `duration`.
+    failed,            ///< mpv has given up, for the reason in `error`.
   };
   Kind kind;
   std::optional<Error> error = std::nullopt;              ///< In mpv's own domain.
@@ -46,17 +35,12 @@ class MpvCore {
   /// Begins to load, paused. `onWakeup` is called on mpv's threads when `nextEvent` may have something to
   /// return, until the core has been destroyed; it must do no more than post. An error of the player's
   /// domain: mpv cannot be started.
-  [[nodiscard]] static Result<std::unique_ptr<MpvCore>> open(const URL& url, const MpvOutputs& outputs,
+  [[nodiscard]] static Result<std::unique_ptr<MpvCore>> open(const URL& url, const MpvPlayerOptions& options,
                                                              std::function<void()> onWakeup);
   MpvCore(const MpvCore&) = delete;
   MpvCore& operator=(const MpvCore&) = delete;
+  /// Releases nothing in a child that was forked since it was opened: mpv's threads are missing there.
   ~MpvCore();
-
-  /// In a child that was forked since it was opened, where mpv's threads are missing and it may only be
-  /// destroyed.
-  [[nodiscard]] bool isOfParent() const;
-  /// Why nothing else is possible there.
-  [[nodiscard]] static Error forkedError();
 
   /// Absent when there is none at present; `hasPlayedAll` may have changed.
   [[nodiscard]] std::optional<MpvEvent> nextEvent();
@@ -70,16 +54,17 @@ class MpvCore {
   [[nodiscard]] std::optional<CMTime> duration() const { return time("duration"); }
   /// How far the media after the playhead has been received.
   [[nodiscard]] std::optional<CMTime> receivedUntil() const { return time("demuxer-cache-time"); }
-  [[nodiscard]] bool isSeekable() const { return flag("seekable"); }
+  [[nodiscard]] TarnPlayer::TimeRanges seekableRanges() const;
+  /// From the playhead on.
+  [[nodiscard]] TarnPlayer::TimeRanges loadedRanges() const;
+  /// Playback waits for data.
+  [[nodiscard]] bool isStarved() const { return flag("paused-for-cache"); }
   [[nodiscard]] bool hasPlayedAll() const { return flag("eof-reached"); }
 
   /// The newest warning of FFmpeg's network protocols since the last seek: something could not be fetched.
   [[nodiscard]] const std::optional<Error>& complaint() const { return complaint_; }
 
  private:
-  struct Terminate {
-    void operator()(mpv_handle* handle) const;
-  };
   enum class Progress {
     opening,
     idle,
@@ -91,7 +76,7 @@ class MpvCore {
   explicit MpvCore(std::function<void()> onWakeup);
   [[nodiscard]] std::optional<CMTime> time(const char* property) const;
   [[nodiscard]] bool flag(const char* property) const;
-  [[nodiscard]] Result<void> start(const MpvOutputs& outputs);
+  [[nodiscard]] Result<void> start(const MpvPlayerOptions& options);
   [[nodiscard]] std::optional<MpvEvent> translate(const mpv_event& event);
   [[nodiscard]] std::optional<MpvEvent> replied(const mpv_event& event);
   [[nodiscard]] std::optional<MpvEvent> restarted();
@@ -101,7 +86,7 @@ class MpvCore {
 
   const unsigned generation_;
   const std::function<void()> onWakeup_;
-  std::unique_ptr<mpv_handle, Terminate> handle_;
+  std::unique_ptr<mpv_handle, void (*)(mpv_handle*)> handle_;
   Progress progress_ = Progress::opening;
   std::optional<Error> complaint_;
 };
