@@ -73,7 +73,7 @@ TEST(CallTest, FailsWhenItsOutputCannotBeWritten) {
 
 TEST(CallTest, SendsHeadersInOrderAndPrintsTheWholeTimelineAsJson) {
   LoopbackServer server;
-  server.answer("/vmap", {.body = readFile(kDocument), .headers = {}});
+  server.setResponse("/vmap", {.body = readFile(kDocument), .headers = {}});
   const auto outcome = runKyr({"inspect", "--header", "X-One: 1", server.url("/vmap").absoluteString(),
                                "--header", "X-Two:  a: b ", "--header", "X-One: 2", "--json"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -100,7 +100,7 @@ std::vector<std::string> errorChain(const Outcome& outcome) {
 
 TEST(CallTest, EndsWithStatusOneAndTheWholeErrorInJsonForAnUnloadableDocument) {
   LoopbackServer server;
-  server.answer("/broken", {.status = 404, .body = "not found", .headers = {}});
+  server.setResponse("/broken", {.status = 404, .body = "not found", .headers = {}});
   const ScratchFolder folder;
   const auto badOffset = folder.write("offset.vmap", vmap(simpleBreak("10%", "00:00:30")));
   const auto tooLarge = folder.write("large.vmap", "");

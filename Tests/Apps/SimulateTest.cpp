@@ -221,7 +221,7 @@ TEST(SimulateTest, SimulatesADocumentWithoutAStream) {
 
 TEST(SimulateTest, SendsTheLibrarysUserAgentUnlessItIsReplaced) {
   LoopbackServer server;
-  server.answer("/vmap", {.body = kTwoBreaks, .headers = {}});
+  server.setResponse("/vmap", {.body = kTwoBreaks, .headers = {}});
   const auto url = server.url("/vmap").absoluteString();
   EXPECT_EQ(runKyr({"simulate", url, "--header", "X-One: 1"}).status, 0);
   EXPECT_EQ(runKyr({"simulate", url, "--header", "user-agent: me"}).status, 0);

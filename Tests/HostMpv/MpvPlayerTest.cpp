@@ -15,7 +15,7 @@ INSTANTIATE_TEST_SUITE_P(Mpv, StreamPlayerFaultTest, allStreamFaults(kMakePlayer
 TEST(MpvPlayerTest, PlaysOnBehindASegmentThatIsMissing) {
   StreamServer server;
   StreamViewer viewer(kMakePlayer(kPatientLimit));
-  server.refuse("/segment001.ts", 404);
+  server.setResponse("/segment001.ts", {.status = 404});
   viewer.player->play();
   viewer.player->loadURL(server.url("/index.m3u8"));
   EXPECT_TRUE(viewer.reaches(TarnPlayerState::ended));

@@ -16,7 +16,6 @@ namespace {
 
 const std::string kCommonPrefix = "kTarnPlaybackSessionLifecycleEvent";
 
-/// "30-1": thirty seconds less a tick.
 /// Seconds, as in "30", or a tick beside them, as in "30-1tick".
 CMTime readTime(const std::string& text) {
   std::size_t length = 0;
@@ -90,10 +89,10 @@ bool await(const std::function<bool()>& done) {
 }
 
 URL serve(std::string document) {
-  static LoopbackServer server;  // one for the whole test program: each takes many threads
+  static LoopbackServer server;
   static int count = 0;
   const std::string path = "/document-" + std::to_string(++count);
-  server.answer(path, {.body = std::move(document)});
+  server.setResponse(path, {.body = std::move(document)});
   return server.url(path);
 }
 

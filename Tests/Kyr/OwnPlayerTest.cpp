@@ -27,7 +27,7 @@ Lines runOwnPlayer(const tarn::URL& document, const std::string& streamSeconds) 
 TEST(OwnPlayerTest, SeesTheAdsAndSendsTheirBeacons) {
   LoopbackServer server;
   const auto beacons = server.url("/").absoluteString();
-  server.answer("/vmap", {.body = drawVMAP(".aab.", {.secondsPerCell = 0.4, .beacons = beacons})});
+  server.setResponse("/vmap", {.body = drawVMAP(".aab.", {.secondsPerCell = 0.4, .beacons = beacons})});
   EXPECT_THAT(runOwnPlayer(server.url("/vmap"), "2"),
               ElementsAre("ad \"Ad a\"", "ad \"Ad b\"", "back to the content"));
   Lines expected = {"/vmap"};

@@ -20,7 +20,7 @@ class TarnKyrSessionProviderTest : public ::testing::Test {
     provider->setSessionCommonProperties(common);
     subscription = provider->playbackSessionsForVideos(videos).subscribeNext(
         [this](const auto& session) { sessions.push_back(session); });
-    server.answer("/vmap", {.body = drawVMAP("a..")});
+    server.setResponse("/vmap", {.body = drawVMAP("a..")});
   }
   ~TarnKyrSessionProviderTest() override { drainAll(); }
 

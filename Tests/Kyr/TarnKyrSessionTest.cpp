@@ -7,7 +7,7 @@
 
 #include "Host/TarnBasicPlaybackSession.h"
 #include "KyrStage.h"
-#include "Support/ScriptedServer.h"
+#include "Support/LoopbackServer.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ using ::testing::ElementsAre;
 /// A session around one that has not begun, over a document that is served.
 class TarnKyrSessionTest : public ::testing::Test {
  protected:
-  TarnKyrSessionTest() { server.answer("/vmap", {.body = drawVMAP("a..b..c")}); }
+  TarnKyrSessionTest() { server.setResponse("/vmap", {.body = drawVMAP("a..b..c")}); }
   ~TarnKyrSessionTest() override { drainAll(); }
 
   void load(TarnKyrSessionLoadState outcome = TarnKyrLoadStateComplete) {
@@ -87,7 +87,7 @@ TEST_F(TarnKyrSessionTest, EntersNoAdWhileThePlayerDoesNotKnowTheDuration) {
 }
 
 TEST_F(TarnKyrSessionTest, StopsAtTheErrorOfADocumentThatCannotBeRead) {
-  server.answer("/vmap", {.body = ""});
+  server.setResponse("/vmap", {.body = ""});
   load(TarnKyrLoadStateError);
   EXPECT_EQ(session->loadError().value().code, 4011);
   EXPECT_FALSE(session->tracker() || session->video());
@@ -115,7 +115,7 @@ TEST_F(TarnKyrSessionTest, LoadsNoStreamWhenReleasedOrTerminatedWhileLoading) {
 TEST_F(TarnKyrSessionTest, AbortsItsRequestWhenItIsReleased) {
   std::promise<void> asked;
   std::promise<void> hungUp;
-  ScriptedServer silent([&](ScriptedServer::Connection& connection) {
+  LoopbackServer silent([&](LoopbackServer::Connection& connection) {
     connection.readRequest();
     asked.set_value();
     connection.waitForHangUp();

@@ -55,7 +55,7 @@ void expectCode(const std::optional<Error>& error, std::int64_t code) {
 
 class TarnLumoDocumentTest : public Test {
  protected:
-  TarnLumoDocumentTest() { server.answer("/vmap", {200, kVMAP}); }
+  TarnLumoDocumentTest() { server.setResponse("/vmap", {200, kVMAP}); }
 
   Document makeDocument(const std::string& target) {
     return std::make_shared<TarnLumoDocument>(server.url(target));
@@ -82,9 +82,9 @@ TEST_F(TarnLumoDocumentTest, RetrievesOnceAndStoresTheTimeline) {
 }
 
 TEST_F(TarnLumoDocumentTest, ReadsTheBodyOfAnyStatusAndWrapsTheErrorOfTheReader) {
-  server.answer("/yields", {404, kVMAP});
-  server.answer("/fails", {404, kNoXML});
-  server.answer("/empty", {200, ""});
+  server.setResponse("/yields", {404, kVMAP});
+  server.setResponse("/fails", {404, kNoXML});
+  server.setResponse("/empty", {200, ""});
   const auto yields = retrieve(*makeDocument("/yields"), queue).get();
   EXPECT_FALSE(yields.error);
   ASSERT_NE(yields.document->timeline(), nullptr);
@@ -180,7 +180,7 @@ TEST_F(TarnLumoDocumentTest, LogsTheRawResponseAtTheTrafficLevelOnly) {
   std::vector<std::string> lines;
   const auto sink = installLogSink([&lines](std::string_view line) { lines.emplace_back(line); });
   const auto logged = [&](int level, const std::string& body) {
-    server.answer("/text", {200, body});
+    server.setResponse("/text", {200, body});
     lines.clear();
     MHLogSetLevel(level);
     retrieve(*makeDocument("/text"), queue).get();

@@ -1,10 +1,11 @@
 #include "Lumo/TarnLumoProgressTracker.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
-#include <sstream>
 #include <stdexcept>
 
+#include "Support/Script.h"
 #include "Support/TimePrinter.h"
 #include "Support/TimelineBuilder.h"
 
@@ -13,64 +14,52 @@ namespace {
 using namespace tarn::test;
 using namespace testing;
 
-using Log = std::vector<std::string>;
-
-std::string secondsText(const CMTime& time) {
-  std::ostringstream out;
-  out << CMTimeGetSeconds(time);
-  return out.str();
-}
-
-/// "+[a" a sequence that begins with ad a is entered, "-[a" left; "+a", "-a" the ad; "a@5" its progress.
-std::string eventText(const TarnLumoProgressTrackerEvent& event) {
+std::string text(const TarnLumoProgressTrackerEvent& event) {
   const std::string ad = event.ad() ? event.ad()->adId().value_or("?") : "";
   const std::string sequence =
       event.adSequence() ? event.adSequence()->ads().front()->adId().value_or("?") : "";
   switch (event.type()) {
     case TarnLumoProgressTrackerEventTypeEnterAd:
-      return "+" + ad;
+      return "enter " + ad;
     case TarnLumoProgressTrackerEventTypeExitAd:
-      return "-" + ad;
+      return "exit " + ad;
     case TarnLumoProgressTrackerEventTypeEnterAdSequence:
-      return "+[" + sequence;
+      return "enter sequence " + sequence;
     case TarnLumoProgressTrackerEventTypeExitAdSequence:
-      return "-[" + sequence;
+      return "exit sequence " + sequence;
     default:
-      return ad + "@" + secondsText(event.adProgress().value());
+      return fmt::format("progress {} {}", ad, CMTimeGetSeconds(event.adProgress().value()));
   }
 }
 
-/// A tracker with a log of its outputs, in order; content time reads "=12".
+/// A tracker with a record of what it publishes: "enter sequence a" for the sequence that begins with ad a,
+/// "enter a", "progress a 5", "exit a", "exit sequence a", and "content 12" for the content time.
 struct Watched {
   explicit Watched(std::shared_ptr<const TarnLumoTimeline> timeline)
       : tracker(std::make_shared<TarnLumoProgressTracker>(std::move(timeline))) {
-    events = tracker->event().observe([this](const auto& event) { log.push_back(eventText(*event)); });
+    events = tracker->event().observe([this](const auto& event) { published.push_back(text(*event)); });
     times = tracker->contentTime().observe(
-        [this](const CMTime& time) { log.push_back("=" + secondsText(time)); });
+        [this](CMTime time) { published.push_back(fmt::format("content {}", CMTimeGetSeconds(time))); });
   }
 
-  Log at(double time) { return at(seconds(time)); }
-  Log at(CMTime time) {
-    log.clear();
+  /// Moves the playhead to that absolute time; returns what was published meanwhile.
+  std::string place(double time) { return place(seconds(time)); }
+  std::string place(CMTime time) {
+    published.clear();
     tracker->setAbsoluteTime(time);
-    return std::exchange(log, {});
+    return fmt::format("{}", fmt::join(std::exchange(published, {}), ", "));
   }
 
-  /// Goes to the time at the start of each part of "5 =5, 6 =6", and returns that text with the real outputs.
-  std::string travel(const std::string& journey) {
-    std::string travelled;
-    std::istringstream parts(journey);
-    for (std::string part; std::getline(parts, part, ',');) {
-      std::string time;
-      std::istringstream(part) >> time;
-      travelled += (travelled.empty() ? "" : ", ") + time;
-      for (const auto& entry : at(std::stod(time))) travelled += " " + entry;
-    }
-    return travelled;
+  /// Runs a script of the command "place 15" with expectations as "=> published: enter a, progress a 5".
+  void tell(const std::string& script) {
+    std::string last;
+    runScript(
+        script, [&](const ScriptCommand& command) { last = place(command.number()); },
+        [&](const std::string&) { return last; });
   }
 
   std::shared_ptr<TarnLumoProgressTracker> tracker;
-  Log log;
+  std::vector<std::string> published;
   tarn::Token events;
   tarn::Token times;
 };
@@ -83,25 +72,63 @@ struct Watched {
 constexpr std::string_view kDrawing = ".ab-cd|e...";
 
 TEST(TarnLumoProgressTrackerTest, PublishesInOrder) {
-  const std::pair<const char*, const char*> table[] = {
-      {"on through everything, and back in content",
-       "5 =5, 6 =6, 6 =6, 10 +[a +a a@0, 11 a@1, 11 a@1, 20 -a +b b@0, 30 -b -[a =20, 31 =11, 40 +[a +c c@0, "
-       "59 -c +d d@9, 60 -d -[a +[e +e e@0, 70 -e -[e =30, 71 =21, 95 =45, 85 =35"},
-      {"from an ad on over ads and breaks",
-       "12 +[a +a a@2, 45 -a +c c@5, 69 -c -[a +[e +e e@9, 71 -e -[e =21"},
-      {"from content over all breaks, and far back into an ad", "5 =5, 95 =45, 15 +[a +a a@5"},
-      {"from content into an ad, and back into another", "5 =5, 65 +[e +e e@5, 15"},
-      {"into a gap and out of it", "5 =5, 35 =15, 75 =25"},
-      {"back in an ad, and on from where it was", "15 +[a +a a@5, 14, 16 a@6"},
-      {"back from an ad into content", "15 +[a +a a@5, 5"},
-      {"back by 4.9 s into an ad", "74 =24, 69.1"},
-      {"back by a tick less than 5 s into an ad", "74 =24, 69.0017"},
-      {"back by 5 s into an ad", "74 =24, 69 +[e +e e@9"},
-      {"back by 4 s from a gap into an ad", "5 =5, 31 =11, 27"}};
-  for (const auto& [situation, journey] : table) {
-    Watched watched(drawTimeline(kDrawing, {.secondsPerCell = 10}));
-    EXPECT_EQ(watched.travel(journey), journey) << situation;
-  }
+  const char* const scripts[] = {
+      R"(// On through everything, and back in the content.
+         place 5   => published: content 5
+         place 6   => published: content 6
+         place 6   => published: content 6
+         place 10  => published: enter sequence a, enter a, progress a 0
+         place 11  => published: progress a 1
+         place 11  => published: progress a 1
+         place 20  => published: exit a, enter b, progress b 0
+         place 30  => published: exit b, exit sequence a, content 20
+         place 31  => published: content 11
+         place 40  => published: enter sequence a, enter c, progress c 0
+         place 59  => published: exit c, enter d, progress d 9
+         place 60  => published: exit d, exit sequence a, enter sequence e, enter e, progress e 0
+         place 70  => published: exit e, exit sequence e, content 30
+         place 71  => published: content 21
+         place 95  => published: content 45
+         place 85  => published: content 35)",
+      R"(// From an ad on over ads and breaks.
+         place 12  => published: enter sequence a, enter a, progress a 2
+         place 45  => published: exit a, enter c, progress c 5
+         place 69  => published: exit c, exit sequence a, enter sequence e, enter e, progress e 9
+         place 71  => published: exit e, exit sequence e, content 21)",
+      R"(// From content over all breaks, and far back into an ad.
+         place 5   => published: content 5
+         place 95  => published: content 45
+         place 15  => published: enter sequence a, enter a, progress a 5)",
+      R"(// From content into an ad, and back into another.
+         place 5   => published: content 5
+         place 65  => published: enter sequence e, enter e, progress e 5
+         place 15  => published:)",
+      R"(// Into a gap and out of it.
+         place 5   => published: content 5
+         place 35  => published: content 15
+         place 75  => published: content 25)",
+      R"(// Back in an ad, and on from where it was.
+         place 15  => published: enter sequence a, enter a, progress a 5
+         place 14  => published:
+         place 16  => published: progress a 6)",
+      R"(// Back from an ad into content.
+         place 15  => published: enter sequence a, enter a, progress a 5
+         place 5   => published:)",
+      R"(// Back by 4.9 s into an ad.
+         place 74    => published: content 24
+         place 69.1  => published:)",
+      R"(// Back by a tick less than 5 s into an ad.
+         place 74       => published: content 24
+         place 69.0017  => published:)",
+      R"(// Back by 5 s into an ad.
+         place 74  => published: content 24
+         place 69  => published: enter sequence e, enter e, progress e 9)",
+      R"(// Back by 4 s from a gap into an ad.
+         place 5   => published: content 5
+         place 31  => published: content 11
+         place 27  => published:)"};
+  for (const auto* const script : scripts)
+    Watched(drawTimeline(kDrawing, {.secondsPerCell = 10})).tell(script);
 }
 
 TEST(TarnLumoProgressTrackerTest, TakesEqualAdsOfDifferentBreaksForOne) {
@@ -114,33 +141,36 @@ TEST(TarnLumoProgressTrackerTest, TakesEqualAdsOfDifferentBreaksForOne) {
                                            }}));
   const auto& sequences = watched.tracker->timeline()->adSequences();
   ASSERT_EQ(*sequences[0]->ads()[0], *sequences[1]->ads()[0]);
-  EXPECT_EQ(watched.travel("15 +[a +a a@5, 25 a@15, 35 -a -[a =-15"),
-            "15 +[a +a a@5, 25 a@15, 35 -a -[a =-15");
+  watched.tell(R"(
+      place 15  => published: enter sequence a, enter a, progress a 5
+      place 25  => published: progress a 15
+      place 35  => published: exit a, exit sequence a, content -15)");
 }
 
 TEST(TarnLumoProgressTrackerTest, IgnoresTimesThatAreInvalid) {
   Watched watched(drawTimeline(kDrawing, {.secondsPerCell = 10}));
-  EXPECT_THAT(watched.at(kCMTimeInvalid), IsEmpty());
-  watched.at(15);
-  EXPECT_THAT(watched.at(CMTime{16, 1, 0, 0}), IsEmpty());
-  EXPECT_THAT(watched.at(17), ElementsAre("a@7"));
-  EXPECT_THAT(watched.at(kCMTimePositiveInfinity), ElementsAre("-a", "-[a", "=inf"));
-  EXPECT_THAT(watched.at(15), ElementsAre("+[a", "+a", "a@5")) << "back from infinity is a long way";
+  EXPECT_EQ(watched.place(kCMTimeInvalid), "");
+  watched.place(15);
+  EXPECT_EQ(watched.place(CMTime{16, 1, 0, 0}), "");
+  EXPECT_EQ(watched.place(17), "progress a 7");
+  EXPECT_EQ(watched.place(kCMTimePositiveInfinity), "exit a, exit sequence a, content inf");
+  EXPECT_EQ(watched.place(15), "enter sequence a, enter a, progress a 5")
+      << "back from infinity is a long way";
 
   Watched withoutTimeline(nullptr);
-  EXPECT_THAT(withoutTimeline.at(5), IsEmpty());
+  EXPECT_EQ(withoutTimeline.place(5), "");
 }
 
 TEST(TarnLumoProgressTrackerTest, SuspendedTakesTheFirstPositionOnlyAndComparesWithItLater) {
   Watched watched(drawTimeline(kDrawing, {.secondsPerCell = 10}));
   watched.tracker->setSuspendProgress(true);
-  EXPECT_THAT(watched.at(5), ElementsAre("=5"));
-  EXPECT_THAT(watched.at(15), IsEmpty());
-  EXPECT_THAT(watched.at(95), IsEmpty());
+  EXPECT_EQ(watched.place(5), "content 5");
+  EXPECT_EQ(watched.place(15), "");
+  EXPECT_EQ(watched.place(95), "");
   EXPECT_THAT(watched.tracker->absoluteTime(), SecondsEq(95));
   watched.tracker->setSuspendProgress(false);
-  EXPECT_THAT(watched.log, IsEmpty());
-  EXPECT_THAT(watched.at(16), ElementsAre("+[a", "+a", "a@6"));
+  EXPECT_THAT(watched.published, IsEmpty());
+  EXPECT_EQ(watched.place(16), "enter sequence a, enter a, progress a 6");
 }
 
 TEST(TarnLumoProgressTrackerTest, LeavesOutThePropertiesOfWhatIsAbsent) {
@@ -157,26 +187,28 @@ TEST(TarnLumoProgressTrackerTest, LeavesOutThePropertiesOfWhatIsAbsent) {
 
 TEST(TarnLumoProgressTrackerTest, FinishesAnUpdateBeforeOneThatAnObserverWrites) {
   Watched watched(drawTimeline(kDrawing, {.secondsPerCell = 10}));
-  watched.at(5);
+  watched.place(5);
   bool jumped = false;
   const auto jump = watched.tracker->event().observe([&](const auto& event) {
     if (event->type() != TarnLumoProgressTrackerEventTypeEnterAd || std::exchange(jumped, true)) return;
     watched.tracker->setAbsoluteTime(seconds(20));
     watched.tracker->setAbsoluteTime(seconds(75));
   });
-  EXPECT_THAT(watched.at(10), ElementsAre("+[a", "+a", "a@0", "-a", "+b", "b@0", "-b", "-[a", "=25"));
-  EXPECT_THAT(watched.at(76), ElementsAre("=26"));
+  EXPECT_EQ(watched.place(10),
+            "enter sequence a, enter a, progress a 0, "
+            "exit a, enter b, progress b 0, exit b, exit sequence a, content 25");
+  EXPECT_EQ(watched.place(76), "content 26");
 }
 
 TEST(TarnLumoProgressTrackerTest, AnObserverMaySuspendFromWithinAnUpdate) {
   Watched watched(drawTimeline(kDrawing, {.secondsPerCell = 10}));
-  watched.at(5);
+  watched.place(5);
   const auto suspend = watched.tracker->event().observe([&](const auto&) {
     watched.tracker->setSuspendProgress(true);
     watched.tracker->setAbsoluteTime(seconds(95));
   });
-  EXPECT_THAT(watched.at(10), ElementsAre("+[a", "+a", "a@0"));
-  EXPECT_THAT(watched.at(11), IsEmpty());
+  EXPECT_EQ(watched.place(10), "enter sequence a, enter a, progress a 0");
+  EXPECT_EQ(watched.place(11), "");
 }
 
 TEST(TarnLumoProgressTrackerTest, ContinuesAfterAPositionWhoseObserverThrows) {
@@ -186,14 +218,14 @@ TEST(TarnLumoProgressTrackerTest, ContinuesAfterAPositionWhoseObserverThrows) {
     watched.tracker->setAbsoluteTime(seconds(95));
     throw std::runtime_error("refused");
   });
-  EXPECT_THROW(watched.at(10), std::runtime_error);
-  EXPECT_THAT(watched.at(11), ElementsAre("a@1"));
+  EXPECT_THROW(watched.place(10), std::runtime_error);
+  EXPECT_EQ(watched.place(11), "progress a 1");
 }
 
 TEST(TarnLumoProgressTrackerTest, SurvivesAnObserverThatEndsItsObservationOrTheTracker) {
   Watched watched(drawTimeline(kDrawing, {.secondsPerCell = 10}));
   const auto end = watched.tracker->event().observe([&](const auto&) { watched.events.reset(); });
-  EXPECT_THAT(watched.at(15), ElementsAre("+[a"));
+  EXPECT_EQ(watched.place(15), "enter sequence a");
 
   auto tracker = std::make_shared<TarnLumoProgressTracker>(drawTimeline(kDrawing, {.secondsPerCell = 10}));
   TarnLumoProgressTracker& last = *tracker;
@@ -217,12 +249,12 @@ TEST(TarnLumoProgressTrackerTest, RangesReachFromZeroToTheContentTimeOfTheirEndA
         std::tuple("loaded", &Tracker::setAbsoluteLoadedTimeRanges, &Tracker::contentLoadedTimeRanges)}) {
     SCOPED_TRACE(name);
     Tracker tracker(drawTimeline(kDrawing, {.secondsPerCell = 10}));
-    Log log;
+    std::vector<std::string> log;
     const auto token = (tracker.*content)().observe([&](const Ranges& ranges) {
       log.emplace_back(ranges ? "" : "none");
       for (const auto& each : ranges.value_or(std::vector<CMTimeRange>())) {
         EXPECT_THAT(each.start, IdenticalTo(kCMTimeZero));
-        log.back() += secondsText(each.duration) + " ";
+        log.back() += fmt::format("{} ", CMTimeGetSeconds(each.duration));
       }
     });
     const Ranges empty = std::vector<CMTimeRange>();

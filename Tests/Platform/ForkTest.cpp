@@ -63,8 +63,8 @@ class ForkTest : public HTTPSessionFixture {
     hold();
     ++woken;
   });
-  ScriptedServer silent{sendNoResponse};
-  ScriptedServer server{respondToAll};
+  LoopbackServer silent{sendNoResponse};
+  LoopbackServer server;
   std::unique_ptr<HTTPSession> session = std::make_unique<HTTPSession>();
   std::unique_ptr<SerialQueue> own = std::make_unique<SerialQueue>("own");
   std::jthread logging;

@@ -7,7 +7,7 @@
 
 #include "Platform/HTTPSession.h"
 #include "Platform/Operation.h"
-#include "Support/ScriptedServer.h"
+#include "Support/LoopbackServer.h"
 
 namespace tarn::test {
 
@@ -46,12 +46,12 @@ inline HTTPErrorCode codeOf(const Result<HTTPResponse>& result) {
   return static_cast<HTTPErrorCode>(result.error().code);
 }
 
-/// Sends status 200 for every request of a connection.
-inline void respondToAll(ScriptedServer::Connection& connection) {
-  while (connection.readRequest()) connection.respond("ok");
+/// The same address with the scheme https.
+inline URL withTLS(const URL& url) {
+  return *URL::fromString("https" + url.absoluteString().substr(4));
 }
 
-inline void sendNoResponse(ScriptedServer::Connection& connection) {
+inline void sendNoResponse(LoopbackServer::Connection& connection) {
   connection.waitForHangUp();
 }
 

@@ -8,20 +8,19 @@
 #include <thread>
 
 #include "HTTPSessionFixture.h"
-#include "Support/LoopbackServer.h"
 
 using namespace std::chrono_literals;
 using namespace tarn;
 using namespace tarn::test;
 using namespace testing;
-using Connection = ScriptedServer::Connection;
+using Connection = LoopbackServer::Connection;
 using HTTPSessionTest = HTTPSessionFixture;
 
 TEST_F(HTTPSessionTest, DeliversStatusHeadersBodyAndTheURLAfterRedirects) {
   LoopbackServer server;
   const std::string bytes("\0\xFF<vmap/>\r\n", 11);
-  server.answer("/document", {404, bytes, {{"X-Twice", "1"}, {"X-Twice", "2"}, {"X-Blank", ""}}});
-  server.answer("/moved", {302, "not this", {{"Location", "/document"}, {"X-Moved", "1"}}});
+  server.setResponse("/document", {404, bytes, {{"X-Twice", "1"}, {"X-Twice", "2"}, {"X-Blank", ""}}});
+  server.setResponse("/moved", {302, "not this", {{"Location", "/document"}, {"X-Moved", "1"}}});
   HTTPSession session;
 
   const auto response = get(session, server.url("/moved"));
@@ -35,10 +34,7 @@ TEST_F(HTTPSessionTest, DeliversStatusHeadersBodyAndTheURLAfterRedirects) {
 }
 
 TEST_F(HTTPSessionTest, SendsHeadersAsGivenAndAccumulatesRepeatedOnes) {
-  std::vector<std::string> heads;
-  ScriptedServer server([&heads](Connection& connection) {
-    for (; connection.readRequest(); connection.respond()) heads.push_back(connection.head());
-  });
+  LoopbackServer server;
   HTTPSession session;
   const HTTPRequest request{server.url("/path?cb=%5BX%5D#fragment"),
                             {{"User-Agent", "player/1"},
@@ -49,14 +45,16 @@ TEST_F(HTTPSessionTest, SendsHeadersAsGivenAndAccumulatesRepeatedOnes) {
   ASSERT_TRUE(start(session, request).get());
   ASSERT_TRUE(get(session, server.url("/plain"))) << "the previous request's fields must not be sent";
 
-  EXPECT_THAT(heads, ElementsAre(AllOf(StartsWith("GET /path?cb=%5BX%5D HTTP/1.1\r\n"),
-                                       EndsWith("User-Agent: player/1\r\nX-Twice: 1\r\nX-Twice: 2; q=0\r\n"
-                                                "X-Empty:\r\nX-Name: Zoë\r\n\r\n")),
-                                 Not(HasSubstr("X-"))));
+  const auto requests = server.requests();
+  ASSERT_THAT(requests, SizeIs(2));
+  EXPECT_THAT(requests[0].head, AllOf(StartsWith("GET /path?cb=%5BX%5D HTTP/1.1\r\n"),
+                                      EndsWith("User-Agent: player/1\r\nX-Twice: 1\r\nX-Twice: 2; q=0\r\n"
+                                               "X-Empty:\r\nX-Name: Zoë\r\n\r\n")));
+  EXPECT_THAT(requests[1].head, Not(HasSubstr("X-")));
 }
 
 TEST_F(HTTPSessionTest, SendsRequestsInOrderOverOneConnection) {
-  ScriptedServer server(respondToAll);
+  LoopbackServer server;
   HTTPSession session({.maximumConnectionsPerHost = 1, .discardBodies = true});
   std::vector<std::string> expected;
   for (int i = 0; i < 500; ++i) {
@@ -75,19 +73,19 @@ TEST_F(HTTPSessionTest, KeepsTheOrderWhenALaterRequestCouldUseAFreeConnection) {
   std::promise<void> answerFirst;
   std::promise<bool> thirdArrivedEarly;
   std::promise<void> lookForThird;
-  ScriptedServer server([&](Connection& connection) {
+  LoopbackServer server([&](Connection& connection) {
     if (connection.number() == 0) {
       connection.readRequest();
       answerFirst.get_future().wait();
-      connection.send("HTTP/1.1 302 Found\r\nLocation: /again\r\nContent-Length: 0\r\n\r\n");
+      connection.respond({302, "", {{"Location", "/again"}}});
       connection.readRequest();
       connection.respond();
       lookForThird.get_future().wait();
       thirdArrivedEarly.set_value(connection.hasInput());
     }
-    respondToAll(connection);
+    connection.serve();
   });
-  ScriptedServer other(respondToAll);
+  LoopbackServer other;
   HTTPSession session({.connectionAttemptDelay = std::chrono::hours(1)});
   auto first = start(session, {server.url("/first"), {}});
   while (server.targets().empty()) std::this_thread::yield();
@@ -108,20 +106,20 @@ TEST_F(HTTPSessionTest, KeepsTheOrderWhenALaterRequestCouldUseAFreeConnection) {
 }
 
 TEST_F(HTTPSessionTest, StartsTheOriginThatHasWaitedLongestWhenATransferBecomesFree) {
-  std::vector<std::unique_ptr<ScriptedServer>> silent;
+  std::vector<std::unique_ptr<LoopbackServer>> silent;
   HTTPSession session;
   HTTPTask task;
   for (int i = 0; i < 256; ++i) {
-    if (i % 16 == 0) silent.push_back(std::make_unique<ScriptedServer>(sendNoResponse));
+    if (i % 16 == 0) silent.push_back(std::make_unique<LoopbackServer>(sendNoResponse));
     task = session.start({silent.back()->url("/"), {}}, queue, [](auto) {});
   }
   for (const auto& server : silent) {
     while (server->connections() < 16) std::this_thread::yield();
   }
-  ScriptedServer first(respondToAll);
-  ScriptedServer second([&first](Connection& connection) {
+  LoopbackServer first;
+  LoopbackServer second([&first](Connection& connection) {
     EXPECT_THAT(first.targets(), SizeIs(1));
-    respondToAll(connection);
+    connection.serve();
   });
   session.start({*URL::fromString("http://127.0.0.1:1/"), {}}, queue, [](auto) {}).cancel();
   auto early = start(session, {first.url("/"), {}});
@@ -136,23 +134,23 @@ TEST_F(HTTPSessionTest, TriesAnUnreachableOriginRarelyAndEndsItsRequestsInTime) 
   constexpr std::chrono::milliseconds kLong = 1h;
   const auto hangUp = [](Connection&) {};
   // The server's script (absent: packets are dropped), the delay, the pause, and how many attempts are made.
-  const std::tuple<ScriptedServer::Script, std::chrono::milliseconds, std::chrono::milliseconds, int>
+  const std::tuple<LoopbackServer::Script, std::chrono::milliseconds, std::chrono::milliseconds, int>
       cases[] = {{{}, 1ms, kLong, 4},
                  {sendNoResponse, kLong, kLong, 1},
                  {hangUp, kLong, kLong, 1},
                  {hangUp, kLong, 1ms, 6}};
-  std::vector<std::unique_ptr<ScriptedServer>> servers;
+  std::vector<std::unique_ptr<LoopbackServer>> servers;
   std::vector<std::unique_ptr<HTTPSession>> sessions;
   std::vector<std::future<Result<HTTPResponse>>> outcomes;
   for (const auto& [script, delay, pause, attempts] : cases) {
-    auto& server = *servers.emplace_back(std::make_unique<ScriptedServer>(script));
+    auto& server = *servers.emplace_back(std::make_unique<LoopbackServer>(script));
     if (!script) server.stall();
     const HTTPConfiguration configuration{.totalTimeout = attempts < kRequests ? 2s : 60s,
                                           .connectionAttemptDelay = delay,
                                           .failedConnectionPause = pause};
     sessions.push_back(std::make_unique<HTTPSession>(configuration));
-    const auto url = URL::fromString("https" + server.url("/").absoluteString().substr(4));
-    for (int i = 0; i < kRequests; ++i) outcomes.push_back(start(*sessions.back(), {*url, {}}));
+    for (int i = 0; i < kRequests; ++i)
+      outcomes.push_back(start(*sessions.back(), {withTLS(server.url("/")), {}}));
   }
   for (std::size_t i = 0; i < outcomes.size(); ++i) {
     const auto result = outcomes[i].get();
@@ -168,7 +166,7 @@ TEST_F(HTTPSessionTest, TriesAnUnreachableOriginRarelyAndEndsItsRequestsInTime) 
 }
 
 TEST_F(HTTPSessionTest, LimitsTheUnreachableOriginsThatItKeeps) {
-  const int port = *[] { return ScriptedServer(respondToAll).url("/"); }().port();
+  const int port = *[] { return LoopbackServer().url("/"); }().port();
   HTTPSession session({.failedConnectionPause = std::chrono::hours(1)});
   for (int i = 0; i < 1'100; ++i) {
     const std::string host = "127.1." + std::to_string(i / 100) + "." + std::to_string(i % 100);
@@ -182,7 +180,7 @@ TEST_F(HTTPSessionTest, LimitsTheUnreachableOriginsThatItKeeps) {
 // whether the server processed it.
 TEST_F(HTTPSessionTest, ResendsARequestOfADeadConnectionUnlessToldNever) {
   for (const bool neverResend : {true, false}) {
-    ScriptedServer server([](Connection& connection) {
+    LoopbackServer server([](Connection& connection) {
       connection.readRequest();
       connection.respond();
       connection.readRequest();
@@ -197,7 +195,7 @@ TEST_F(HTTPSessionTest, ResendsARequestOfADeadConnectionUnlessToldNever) {
 
 TEST_F(HTTPSessionTest, EndsDroppedAndCancelledRequestsAndAllOthersWhenDestroyed) {
   std::atomic<int> hangUps = 0;
-  ScriptedServer server([&hangUps](Connection& connection) {
+  LoopbackServer server([&hangUps](Connection& connection) {
     connection.waitForHangUp();
     ++hangUps;
   });
@@ -244,7 +242,7 @@ TEST_F(HTTPSessionTest, IsDestroyedOnItsWorkerWhenAQueueDropsTheLastReference) {
     std::promise<void>& destroyed;
     std::unique_ptr<HTTPSession> session = std::make_unique<HTTPSession>();
   };
-  ScriptedServer server(respondToAll);
+  LoopbackServer server;
   std::promise<void> destroyed;
   auto owner = std::make_shared<Owner>(destroyed);
   auto& session = *owner->session;
@@ -254,7 +252,7 @@ TEST_F(HTTPSessionTest, IsDestroyedOnItsWorkerWhenAQueueDropsTheLastReference) {
 }
 
 TEST_F(HTTPSessionTest, StartsRequestsOfManyThreadsAtOnce) {
-  ScriptedServer server(respondToAll);
+  LoopbackServer server;
   HTTPSession session({.discardBodies = true});
   std::vector<std::jthread> threads(4);
   for (auto& thread : threads) {
@@ -279,7 +277,7 @@ TEST_F(HTTPSessionTest, CancelsRequestsInFlightWhenTheProcessExits) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
-        static ScriptedServer server(sendNoResponse);
+        static LoopbackServer server(sendNoResponse);
         static auto* const neverDestroyed = new HTTPSession;
         static HTTPSession destroyedAtExit;
         static CountingQueue cancelled;  // destroyed directly after the loops have ended

@@ -15,7 +15,6 @@
 
 #include "Host/PlayerContractTest.h"
 #include "Support/ChildProcess.h"
-#include "Support/StreamServer.h"
 #include "Support/TestStream.h"
 #include "Support/TimePrinter.h"
 
@@ -132,19 +131,20 @@ TEST_P(StreamPlayerTest, FailsInAForkedChildWhichExits) {
 
 TEST_P(StreamPlayerTest, ReadsNoLocalFilesThatAPlaylistNames) {
   const std::string segment = "file://" + (testStreamFolder() / "segment000.ts").string();
-  server.serve("/index.m3u8",
-               "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + segment + "\n#EXT-X-ENDLIST\n",
-               "application/vnd.apple.mpegurl");
+  server.setResponse("/index.m3u8",
+                     {200,
+                      "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + segment + "\n#EXT-X-ENDLIST\n",
+                      {{"Content-Type", "application/vnd.apple.mpegurl"}}});
   viewer.player->loadURL(server.url("/index.m3u8"));
   EXPECT_FALSE(viewer.reaches(TarnPlayerState::ready));
 }
 
 struct StreamFault {
   const char* name;
-  std::function<URL(StreamServer&)> prepare;
+  std::function<URL(LoopbackServer&)> prepare;
   TarnPlayerErrorCode code;
-  std::function<void(StreamServer&)> onceReady = nullptr;  // what happens half way
-  double played = 0;                                       // seconds, before it
+  std::function<void(LoopbackServer&)> onceReady = nullptr;  // what happens half way
+  double played = 0;                                         // seconds, before it
 };
 
 inline void PrintTo(const StreamFault& row, std::ostream* out) {
@@ -183,29 +183,37 @@ TEST_P(StreamPlayerFaultTest, EndsInAnErrorThatNamesTheStreamAndItsCause) {
 [[nodiscard]] inline auto allStreamFaults(MakeStreamPlayer makePlayer) {
   using enum TarnPlayerErrorCode;
   const auto with = [](auto change) {
-    return [change](StreamServer& server) {
+    return [change](LoopbackServer& server) {
       change(server);
       return server.url("/index.m3u8");
     };
   };
-  const auto hanging = [with](const char* path) { return with([path](auto& s) { s.hang(path); }); };
+  const auto holding = [with](const char* path) { return with([path](auto& s) { s.hold(path); }); };
+  const auto returning = [with](const char* body, const char* type) {
+    return with([=](auto& s) { s.setResponse("/index.m3u8", {200, body, {{"Content-Type", type}}}); });
+  };
+  const LoopbackServer::Response missing{.status = 404};
   const std::vector<StreamFault> faults{
       {"NotThere", [](auto& s) { return s.url("/nowhere.m3u8"); }, cannotOpen},
-      {"NoServer", [](auto&) { return StreamServer().url("/index.m3u8"); }, cannotOpen},
-      {"WebPage",
-       with([](auto& s) { s.serve("/index.m3u8", "<!DOCTYPE html><html>No</html>", "text/html"); }),
-       notPlayable},
-      {"Nothing", with([](auto& s) { s.serve("/index.m3u8", "", "video/mp2t"); }), notPlayable},
-      {"NoSegments", with([](auto& s) {
-         for (const char* n : {"0", "1", "2", "3"}) s.refuse(std::string("/segment00") + n + ".ts", 404);
+      {"NoServer", [](auto&) { return LoopbackServer().url("/index.m3u8"); }, cannotOpen},
+      {"WebPage", returning("<!DOCTYPE html><html>No</html>", "text/html"), notPlayable},
+      {"Nothing", returning("", "video/mp2t"), notPlayable},
+      {"NoSegments", with([=](auto& s) {
+         for (const char* n : {"0", "1", "2", "3"})
+           s.setResponse(std::string("/segment00") + n + ".ts", missing);
        }),
        cannotOpen},
-      {"SegmentsGoneHalfWay", hanging("/segment002.ts"), brokenOff,
-       [](auto& s) { s.refuse("/segment003.ts", 404), s.refuse("/segment002.ts", 404); }, 2.0},
-      {"ConnectionCutHalfWay", hanging("/segment002.ts"), brokenOff,
-       [](auto& s) { s.refuse("/segment003.ts", 404), s.breakOff("/segment002.ts"); }, 2.0},
-      {"PlaylistNeverComes", hanging("/index.m3u8"), stalled},
-      {"SegmentNeverComes", hanging("/segment001.ts"), stalled}};
+      {"SegmentsGoneHalfWay", holding("/segment002.ts"), brokenOff,
+       [=](auto& s) { s.setResponse("/segment003.ts", missing), s.setResponse("/segment002.ts", missing); },
+       2.0},
+      {"ConnectionCutHalfWay", holding("/segment002.ts"), brokenOff,
+       [=](auto& s) {
+         s.setResponse("/segment003.ts", missing);
+         s.setResponse("/segment002.ts", testStreamFile("/segment002.ts", /*isCutOff=*/true));
+       },
+       2.0},
+      {"PlaylistNeverComes", holding("/index.m3u8"), stalled},
+      {"SegmentNeverComes", holding("/segment001.ts"), stalled}};
   return ::testing::Combine(::testing::Values(std::move(makePlayer)), ::testing::ValuesIn(faults));
 }
 

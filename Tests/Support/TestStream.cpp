@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
-#include <string>
 
 #include "Demo/TestPictureStream.h"
 
@@ -43,6 +43,23 @@ struct Folder {
 const std::filesystem::path& testStreamFolder() {
   static const Folder folder;
   return folder.path;
+}
+
+LoopbackServer::Response testStreamFile(const std::string& path, bool isCutOff) {
+  std::ifstream file(testStreamFolder() / path.substr(1), std::ios::binary);
+  const std::string type = path.ends_with(".m3u8") ? "application/vnd.apple.mpegurl" : "video/mp2t";
+  return {.body = std::string(std::istreambuf_iterator<char>(file), {}),
+          .headers = {{"Content-Type", type}},
+          .isCutOff = isCutOff};
+}
+
+// The stream is made before any player loads: the encoder's FFmpeg plugin takes over FFmpeg's log, which mpv
+// reads.
+StreamServer::StreamServer() {
+  for (const char* path :
+       {"/index.m3u8", "/segment000.ts", "/segment001.ts", "/segment002.ts", "/segment003.ts"})
+    setResponse(path, testStreamFile(path));
+  setResponse("/nowhere.m3u8", {.status = 404});
 }
 
 }  // namespace tarn::test

@@ -11,7 +11,7 @@
 
 #include "Platform/ProgrammingError.h"
 #include "Platform/Text.h"
-#include "Support/ScriptedServer.h"
+#include "Support/LoopbackServer.h"
 #include "XML/Internal/TarnLumoONOStringEncoding.h"
 #include "XML/TarnLumoONOCSS.h"
 
@@ -320,7 +320,7 @@ TEST(TarnLumoONOXMLDocumentTest, PrintsNothingAndKeepsTheHandlersOfTheApplicatio
 TEST(TarnLumoONOXMLDocumentTest, FetchesNothing) {
   const auto file = std::filesystem::temp_directory_path() / ("secret-" + std::to_string(::getpid()));
   std::ofstream(file) << "<!ENTITY leak 'secret'>secret";
-  const tarn::test::ScriptedServer server([](auto&) {});
+  const tarn::test::LoopbackServer server([](auto&) {});
   const std::string url = server.url("/x.dtd").absoluteString();
   for (const std::string& source : {file.string(), "file://" + file.string(), url}) {
     for (const std::string& type :
