@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Host/StreamError.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "Host/StreamError.h"
 #include "HostMpv/Internal/MpvCore.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn {
 namespace {

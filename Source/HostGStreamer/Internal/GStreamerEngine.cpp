@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Host/StreamError.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn {
 namespace {
