@@ -110,6 +110,7 @@ void BM_Beacons(benchmark::State& state) {
   const KeepAliveResponder server;
   const auto texts = beaconURLs(server);
   std::vector<tarn::URL> urls;
+  urls.reserve(texts.size());
   for (const auto& text : texts) urls.push_back(*tarn::URL::fromString(text));
   TarnLumoAnalyticsDigester digester;
   BareLoop bare;

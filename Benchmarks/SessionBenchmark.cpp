@@ -14,7 +14,7 @@
 #include "Kyr/TarnKyrSession.h"
 #include "Kyr/TarnKyrSessionProvider.h"
 #include "Lumo/TarnLumoTimelineOperation.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 /// The cost of a session: from the video to the first content time, for one report of the player, and for an
 /// hour of playback. The document is loaded over HTTP from this machine; the benchmark sets the player's

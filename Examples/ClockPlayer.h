@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "Host/PlayerBase.h"
+#include "Platform/MainQueue.h"
 
 /// A player that shows nothing: it plays a stream of a given length against the clock.
 class ClockPlayer final : public tarn::PlayerBase {

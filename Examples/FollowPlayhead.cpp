@@ -5,6 +5,7 @@
 #include "Lumo/HTTPBeaconSink.h"
 #include "Lumo/TarnLumoAnalyticsSession.h"
 #include "Lumo/TarnLumoTimelineOperation.h"
+#include "Platform/MainQueue.h"
 
 int main(int argc, char** argv) {
   const auto url = argc == 2 ? tarn::URL::fromString(argv[1]) : std::nullopt;

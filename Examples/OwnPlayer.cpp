@@ -9,7 +9,7 @@
 #include "Host/TarnPlayerSDKManager.h"
 #include "Kyr/TarnKyrComponent.h"
 #include "Lumo/HTTPBeaconSink.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 class Screen final : public TarnSessionConsumer {
  public:

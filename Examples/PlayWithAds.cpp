@@ -6,7 +6,7 @@
 #include "HostGStreamer/GStreamerPlayer.h"
 #include "Kyr/TarnKyrComponent.h"
 #include "Lumo/HTTPBeaconSink.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 /// Follows each session that is played.
 class Screen : public TarnSessionConsumer {

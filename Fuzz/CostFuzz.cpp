@@ -13,7 +13,8 @@
 namespace {
 
 constexpr std::size_t kSmall = 48 << 10;
-constexpr std::size_t kLarge = 4 * kSmall;
+constexpr std::size_t kTimesLarger = 4;
+constexpr std::size_t kLarge = kTimesLarger * kSmall;
 constexpr double kMaxGrowth = 2.5;  // of the cost per byte, from the small document to the large one
 constexpr double kMaxFactor = 100;  // of the cost of a plain document of the same size
 constexpr double kMinSecondsOfInterest = 0.02;
@@ -70,7 +71,7 @@ Cost costOf(const Pattern& pattern) {
 
 bool isOutOfProportion(const Cost& cost, const Cost& plain) {
   if (cost.large < kMinSecondsOfInterest || cost.large < 2 * plain.large) return false;
-  return cost.large > kMaxGrowth * (kLarge / kSmall) * cost.small || cost.large > kMaxFactor * plain.large;
+  return cost.large > kMaxGrowth * kTimesLarger * cost.small || cost.large > kMaxFactor * plain.large;
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ struct Input {
     time.value = take<CMTimeValue>();
     time.timescale = take<CMTimeScale>();
     time.flags = take<std::uint8_t>();
-    time.epoch = take<std::int8_t>();
+    time.epoch = CMTimeEpoch{take<std::int8_t>()};
     return time;
   }
 };

@@ -4,6 +4,7 @@
 
 #include "Host/Internal/StreamWatch.h"
 #include "Host/StreamError.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn {
 namespace {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Host/TarnPlayer.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 /// The promises of `TarnPlayer` as a suite that any player can be run against. Needs googletest, which the
 /// including program provides. Include it in one source file of a test program, derive a stage, and

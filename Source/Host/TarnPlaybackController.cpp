@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 TarnPlaybackController::TarnPlaybackController(std::shared_ptr<TarnSessionProvider> sessionProvider,
                                                std::shared_ptr<TarnViewStrategy> viewStrategy)

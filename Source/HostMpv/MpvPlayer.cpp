@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "HostMpv/Internal/MpvCore.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn {
 

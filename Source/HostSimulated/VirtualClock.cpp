@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "Platform/MainQueue.h"
+
 namespace tarn {
 namespace {
 

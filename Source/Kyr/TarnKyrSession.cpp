@@ -10,7 +10,7 @@
 #include "Kyr/TarnKyrConstants.h"
 #include "Lumo/TarnLumoTimelineOperation.h"
 #include "Platform/Log.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 #include "Reactive/Tarn_RACBinding.h"
 #include "Reactive/Tarn_RACObserve.h"
 

@@ -73,9 +73,9 @@ std::shared_ptr<const TarnLumoCompanionAd> TarnLumoAdAnalyticsSession::companion
 /// The sink may destroy this session. The ad, which may own `urls`, is kept alive until the end.
 void TarnLumoAdAnalyticsSession::digest(const URLs& urls) {
   const auto ad = ad_;
-  const std::weak_ptr<void> alive = alive_;
+  const auto self = liveness_.watch();
   for (const auto& url : urls) {
-    if (alive.expired()) return;
+    if (!self.isAlive()) return;
     digester_->digestEvent(url);
   }
 }

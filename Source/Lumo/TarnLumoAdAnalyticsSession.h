@@ -6,6 +6,7 @@
 
 #include "Lumo/TarnLumoAd.h"
 #include "Lumo/TarnLumoAnalyticsDigester.h"
+#include "Platform/Liveness.h"
 
 /// Sends the VAST beacons of one play of one ad. Made when the ad is entered, released when it is left. One
 /// thread at a time. Any of its operations may end with the destruction of the session, by the sink.
@@ -48,5 +49,5 @@ class TarnLumoAdAnalyticsSession {
   CMTime prevTime_;
   CMTime seekThreshold_;
   bool firstProgressEventHasNotOccured_ = true;
-  std::shared_ptr<void> alive_ = std::make_shared<char>();  // expires with this session
+  tarn::Liveness liveness_;
 };

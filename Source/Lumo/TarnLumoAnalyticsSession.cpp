@@ -31,9 +31,9 @@ TarnLumoAnalyticsSession::TarnLumoAnalyticsSession(std::shared_ptr<TarnLumoProgr
 
 /// The sink may destroy this session.
 void TarnLumoAnalyticsSession::completeAd() {
-  const std::weak_ptr<void> alive = alive_;
+  const auto self = liveness_.watch();
   if (adAnalaytics_) adAnalaytics_->trackAdComplete();
-  if (!alive.expired()) adAnalaytics_ = nullptr;
+  if (self.isAlive()) adAnalaytics_ = nullptr;
 }
 
 void TarnLumoAnalyticsSession::processEvent(const TarnLumoProgressTrackerEvent& event) {

@@ -5,6 +5,7 @@
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
 #include "Lumo/TarnLumoContentAnalyticsSession.h"
 #include "Lumo/TarnLumoProgressTracker.h"
+#include "Platform/Liveness.h"
 
 /// Observes a tracker and sends the beacons that its events and times require. Runs on the thread that feeds
 /// the tracker. The sink may destroy it: nothing more is then sent.
@@ -28,7 +29,7 @@ class TarnLumoAnalyticsSession {
   std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
   std::shared_ptr<TarnLumoAdAnalyticsSession> adAnalaytics_;
   TarnLumoContentAnalyticsSession contentAnalaytics_;
-  std::shared_ptr<void> alive_ = std::make_shared<char>();  // expires with this session
+  tarn::Liveness liveness_;
   tarn::Token eventObservation_;
   tarn::Token contentTimeObservation_;
 };

@@ -39,12 +39,12 @@ void TarnLumoContentAnalyticsSession::trackProgressToTime(CMTime time) {
     impression = std::partition_point(impression, orderedContentImpressions_.end(),
                                       [&](const Placed& placed) { return previous >= placed.position; });
   }
-  const std::weak_ptr<void> alive = alive_;
+  const auto self = liveness_.watch();
   for (; impression != orderedContentImpressions_.end(); ++impression) {
     if (time < impression->position) return;
     if (previous >= impression->position) continue;
     const auto url = impression->url;
     digester_->digestEvent(url);
-    if (alive.expired()) return;
+    if (!self.isAlive()) return;
   }
 }

@@ -6,6 +6,7 @@
 
 #include "Lumo/TarnLumoAnalyticsDigester.h"
 #include "Lumo/TarnLumoTimeline.h"
+#include "Platform/Liveness.h"
 
 /// Sends the content impressions as content time passes them. One thread at a time. The sink may destroy it.
 class TarnLumoContentAnalyticsSession {
@@ -32,5 +33,5 @@ class TarnLumoContentAnalyticsSession {
   std::shared_ptr<TarnLumoAnalyticsDigester> digester_;
   CMTime prevTime_;
   CMTime seekThreshold_;
-  std::shared_ptr<void> alive_ = std::make_shared<char>();  // expires with this session
+  tarn::Liveness liveness_;
 };

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Lumo/TarnLumoTimeline.h"
+#include "Platform/MainQueue.h"
 
 TarnLumoTimelineOperation::TarnLumoTimelineOperation(std::optional<tarn::URL> lumoUXURL)
     : lumoUXURL_(std::move(lumoUXURL)), isolationQueue_("TarnLumoTimelineOperation.isolation") {}

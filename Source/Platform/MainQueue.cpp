@@ -1,3 +1,5 @@
+#include "Platform/MainQueue.h"
+
 #include <pthread.h>
 
 #include <algorithm>
@@ -9,7 +11,6 @@
 #include <vector>
 
 #include "Platform/PerProcess.h"
-#include "Platform/Queue.h"
 
 namespace tarn {
 namespace {

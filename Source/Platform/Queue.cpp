@@ -4,6 +4,7 @@
 #include <asio/post.hpp>
 #include <asio/strand.hpp>
 #include <asio/thread_pool.hpp>
+#include <memory>
 #include <thread>
 #include <utility>
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "Platform/MainQueue.h"
+
 Tarn_RACScheduler Tarn_RACScheduler::mainThreadScheduler() {
   return Tarn_RACScheduler(tarn::MainQueue::shared());
 }

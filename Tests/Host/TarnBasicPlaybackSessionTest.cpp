@@ -8,7 +8,7 @@
 #include <optional>
 
 #include "Host/TarnErrorSession.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 #include "Support/FakePlayer.h"
 #include "Support/Script.h"
 #include "Support/SessionRecorder.h"

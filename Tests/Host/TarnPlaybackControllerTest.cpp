@@ -7,7 +7,7 @@
 
 #include "Host/TarnBasicPlaybackSession.h"
 #include "Host/TarnBasicSessionProvider.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 #include "Support/FakePlayer.h"
 #include "Support/Script.h"
 

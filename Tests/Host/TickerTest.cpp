@@ -1,4 +1,5 @@
 #include "Host/Ticker.h"
+#include "Platform/MainQueue.h"
 
 #include <gtest/gtest.h>
 

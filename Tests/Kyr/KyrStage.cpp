@@ -7,7 +7,7 @@
 #include <map>
 
 #include "Host/TarnBasicSessionProvider.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 #include "Support/Script.h"
 #include "Support/TimePrinter.h"
 

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "Lumo/TarnLumoTimeline.h"
+#include "Platform/MainQueue.h"
 
 using namespace std::chrono_literals;
 using namespace tarn;

@@ -6,6 +6,7 @@
 
 #include "HTTPSessionFixture.h"
 #include "Platform/Log.h"
+#include "Platform/MainQueue.h"
 #include "Support/ChildProcess.h"
 
 /// Without this option the thread sanitizer ends a child that starts threads.

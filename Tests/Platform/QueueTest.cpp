@@ -1,3 +1,4 @@
+#include "Platform/MainQueue.h"
 #include "Platform/Queue.h"
 
 #include <gmock/gmock.h>

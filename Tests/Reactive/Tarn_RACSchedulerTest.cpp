@@ -1,3 +1,4 @@
+#include "Platform/MainQueue.h"
 #include "Reactive/Tarn_RACScheduler.h"
 
 #include <gtest/gtest.h>

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Host/PlayerContractTest.h"
+#include "Platform/MainQueue.h"
 #include "Support/ChildProcess.h"
 #include "Support/TestStream.h"
 #include "Support/TimePrinter.h"

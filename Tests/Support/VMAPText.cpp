@@ -11,8 +11,8 @@ namespace tarn::test {
 namespace {
 
 std::string clockText(double seconds) {
-  const int whole = static_cast<int>(seconds);
-  return fmt::format("{:02}:{:02}:{:06.3f}", whole / 3600, whole / 60 % 60, seconds - whole / 60 * 60);
+  const int minutes = static_cast<int>(seconds) / 60;
+  return fmt::format("{:02}:{:02}:{:06.3f}", minutes / 60, minutes % 60, seconds - 60 * minutes);
 }
 
 std::string trackingEvents(const std::string& beacons, double duration) {

@@ -14,7 +14,7 @@
 
 #include "Lumo/ReadTimeline.h"
 #include "Platform/HTTPSession.h"
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 #include "Platform/Text.h"
 #include "Terminal/Report.h"
 

@@ -10,7 +10,7 @@
 #include <optional>
 #include <utility>
 
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn::cli {
 namespace {

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <functional>
 
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn::cli {
 

@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "Platform/MainQueue.h"
 #include "Platform/PerProcess.h"
-#include "Platform/Queue.h"
 
 namespace tarn {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn {
 namespace {

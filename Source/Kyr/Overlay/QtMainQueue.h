@@ -3,7 +3,7 @@
 #include <QObject>
 #include <atomic>
 
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn {
 

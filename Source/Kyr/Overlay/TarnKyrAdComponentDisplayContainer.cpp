@@ -85,13 +85,12 @@ void TarnKyrAdComponentDisplayContainer::DeleteLater::operator()(TarnKyrAdCompon
 }
 
 void TarnKyrAdComponentDisplayContainer::configureCommon() {
-  nextBlock_ = [weak = std::weak_ptr(alive_)](const TarnKyrAdClickThrough& click) {
+  nextBlock_ = [this, self = liveness_.watch()](const TarnKyrAdClickThrough& click) {
     if (const auto player = click.session()->player()) player->pause();
-    const auto self = weak.lock();
-    auto* const viewController = self ? presentingResponder(click.sender()) : nullptr;
+    auto* const viewController = self.isAlive() ? presentingResponder(click.sender()) : nullptr;
     if (viewController == nullptr) return;
-    (*self)->presentLearnMoreWebViewControllerFromViewController(viewController, click.ad(),
-                                                                 click.clickThroughURL(), click.session());
+    presentLearnMoreWebViewControllerFromViewController(viewController, click.ad(), click.clickThroughURL(),
+                                                        click.session());
   };
   adComponentView_.reset(new TarnKyrAdComponentView(QRectF()));
 }

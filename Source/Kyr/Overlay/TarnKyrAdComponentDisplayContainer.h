@@ -11,6 +11,7 @@
 #include "Overlay/TarnKyrAdClickThrough.h"
 #include "Overlay/TarnKyrAdComponentView.h"
 #include "Overlay/TarnKyrCompanionSlot.h"
+#include "Platform/Liveness.h"
 #include "Reactive/Tarn_RACDisposable.h"
 #include "Reactive/Tarn_RACInvocations.h"
 
@@ -97,7 +98,6 @@ class TarnKyrAdComponentDisplayContainer : public TarnSessionConsumer {
   PagePresenter pagePresenter_;
   std::shared_ptr<tarn::BeaconSink> beaconSink_;
   Tarn_RACInvocations<Session> advances_;
-  std::shared_ptr<TarnKyrAdComponentDisplayContainer*> alive_ =
-      std::make_shared<TarnKyrAdComponentDisplayContainer*>(this);
+  tarn::Liveness liveness_;
   Tarn_RACDeallocDisposable subscriptions_;
 };

@@ -6,7 +6,7 @@
 #include <QTest>
 #include <map>
 
-#include "Platform/Queue.h"
+#include "Platform/MainQueue.h"
 
 namespace tarn::test {
 namespace {

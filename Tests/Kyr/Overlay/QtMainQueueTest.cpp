@@ -1,4 +1,5 @@
 #include "Overlay/QtMainQueue.h"
+#include "Platform/MainQueue.h"
 
 #include <gmock/gmock.h>
 

@@ -7,6 +7,7 @@
 
 #include "OverlayFixture.h"
 #include "Platform/Log.h"
+#include "Platform/MainQueue.h"
 #include "Platform/ProgrammingError.h"
 
 namespace tarn::test {

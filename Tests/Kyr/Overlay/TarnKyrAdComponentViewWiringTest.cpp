@@ -8,6 +8,7 @@
 #include "Kyr/TarnKyrConstants.h"
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
 #include "OverlayFixture.h"
+#include "Platform/MainQueue.h"
 #include "Support/TimePrinter.h"
 
 namespace tarn::test {

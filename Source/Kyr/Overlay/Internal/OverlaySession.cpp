@@ -8,8 +8,8 @@
 #include "Lumo/TarnLumoAdAnalyticsSession.h"
 #include "Overlay/Internal/AdBreakDurations.h"
 #include "Overlay/Internal/WholeSeconds.h"
+#include "Platform/MainQueue.h"
 #include "Platform/Observable.h"
-#include "Platform/Queue.h"
 
 namespace tarn {
 namespace {
